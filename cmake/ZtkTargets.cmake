@@ -1,0 +1,26 @@
+# Settings that every target of this project shares.
+
+# The library's name carries the pointer width, so that a host can ship both beside each other.
+math(EXPR ZTK_POINTER_BITS "${CMAKE_SIZEOF_VOID_P} * 8")
+set(ZTK_OUTPUT_NAME ZtkAgentLib${ZTK_POINTER_BITS})
+
+find_package(Threads REQUIRED)
+
+# Language, warnings and sanitizers of our own code. A host gets none of these.
+add_library(ztk_build_flags INTERFACE)
+target_compile_features(ztk_build_flags INTERFACE cxx_std_20)
+target_compile_options(ztk_build_flags INTERFACE
+    -Wall -Wextra -Wpedantic $<$<BOOL:${ZTK_WARNINGS_AS_ERRORS}>:-Werror>)
+target_include_directories(ztk_build_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
+if(ZTK_SANITIZE)
+    target_compile_options(ztk_build_flags INTERFACE
+        -fsanitize=${ZTK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(ztk_build_flags INTERFACE -fsanitize=${ZTK_SANITIZE})
+endif()
+
+# Wide text is 16 bits on both targets. On Windows that is how the compiler works anyway; elsewhere
+# the library, its hosts, tests and benchmarks must all ask for it.
+add_library(ztk_wide_text INTERFACE)
+if(NOT WIN32)
+    target_compile_options(ztk_wide_text INTERFACE -fshort-wchar)
+endif()
