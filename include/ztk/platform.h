@@ -1,0 +1,21 @@
+// The one place where a host gets the platform's types and calls: handles and waits, threads, the
+// process heap, socket handles. On Windows these are the system's own headers; elsewhere they are
+// the library's layer, which offers the same calls with the same results. A host that includes this
+// header (ztk/ztk.h does) and uses the calls it declares compiles unchanged on both targets.
+#pragma once
+
+#if defined(_WIN32)
+#include "ztk/platform/windows.h"
+#else
+#include "ztk/platform/posix.h"
+#endif
+
+#include "ztk/platform/export.h"
+
+// Wide text is UTF-16 everywhere in this library.
+static_assert(
+    sizeof(wchar_t) == 2,
+    "ZTK needs 16-bit wide characters: compile with -fshort-wchar. The CMake package and the "
+    "pkg-config file of this library add it by themselves.");
+static_assert(sizeof(DWORD) == 4 && sizeof(LONG) == 4,
+              "the platform's long types are 32 bits wide");

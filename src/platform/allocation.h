@@ -1,0 +1,21 @@
+// The one seam through which all memory of the library is requested. The shipped library links
+// allocation.cpp; a variant for the tests links a seam that refuses the n-th request, so that every
+// out-of-memory outcome can be provoked without a hook in the shipped code.
+#pragma once
+
+#include <cstddef>
+
+namespace ZTK::allocation {
+
+// The process heap: blocks that may cross the library's boundary. Zero-filled, also the growth.
+// A failed ProcessRealloc leaves block valid.
+void* ProcessAlloc(std::size_t bytes) noexcept;
+void* ProcessRealloc(void* block, std::size_t bytes) noexcept;
+void ProcessFree(void* block) noexcept;
+
+// The library's private C-runtime heap: memory that never leaves its owner. Not zero-filled.
+void* RuntimeAlloc(std::size_t bytes) noexcept;
+void* RuntimeRealloc(void* block, std::size_t bytes) noexcept;
+void RuntimeFree(void* block) noexcept;
+
+}  // namespace ZTK::allocation

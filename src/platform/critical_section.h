@@ -1,0 +1,9 @@
+// Critical sections: InitializeCriticalSection, EnterCriticalSection, LeaveCriticalSection,
+// DeleteCriticalSection and CRITICAL_SECTION.
+#pragma once
+
+#include "ztk/platform.h"
+
+#if !defined(_WIN32)
+#include "platform/posix/critical_section.h"
+#endif
