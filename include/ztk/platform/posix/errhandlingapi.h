@@ -1,0 +1,40 @@
+// The last-error code of the calling thread.
+#pragma once
+
+#include "ztk/platform/export.h"
+#include "ztk/platform/posix/minwindef.h"
+
+namespace ZTKPosix {
+
+// The code that the last failing call of this layer left on the calling thread; 0 on a new thread.
+// Socket calls use the same word: WSAGetLastError returns it as well. Never fails.
+[[nodiscard]] ZTK_API DWORD GetLastError() noexcept;
+
+// Sets the calling thread's code. Any value is kept as it is.
+ZTK_API void SetLastError(DWORD code) noexcept;
+
+inline constexpr DWORD ERROR_SUCCESS = 0;
+inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
+inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
+inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
+inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
+inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
+inline constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
+inline constexpr DWORD ERROR_ALREADY_EXISTS = 183;
+inline constexpr DWORD ERROR_NOT_OWNER = 288;
+
+}  // namespace ZTKPosix
+
+using ZTKPosix::ERROR_ACCESS_DENIED;
+using ZTKPosix::ERROR_ALREADY_EXISTS;
+using ZTKPosix::ERROR_FILE_NOT_FOUND;
+using ZTKPosix::ERROR_INSUFFICIENT_BUFFER;
+using ZTKPosix::ERROR_INVALID_HANDLE;
+using ZTKPosix::ERROR_INVALID_PARAMETER;
+using ZTKPosix::ERROR_NOT_ENOUGH_MEMORY;
+using ZTKPosix::ERROR_NOT_OWNER;
+using ZTKPosix::ERROR_PATH_NOT_FOUND;
+using ZTKPosix::ERROR_SUCCESS;
+using ZTKPosix::GetLastError;
+using ZTKPosix::SetLastError;

@@ -1,0 +1,70 @@
+// The platform's basic types.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ZTKPosix {
+
+using BOOL = int;
+using BYTE = unsigned char;
+using WORD = std::uint16_t;
+using DWORD = std::uint32_t;
+using LONG = std::int32_t;
+using ULONG = std::uint32_t;
+using UINT = unsigned int;
+using SIZE_T = std::size_t;
+using UINT_PTR = std::uintptr_t;
+using LPVOID = void*;
+using PVOID = void*;
+using LPDWORD = DWORD*;
+using LPCWSTR = const wchar_t*;
+using LPWSTR = wchar_t*;
+using LPCSTR = const char*;
+using LPSTR = char*;
+
+// A checked id of an event, mutex or thread, never a pointer into memory. A value is not reused: a closed
+// or invented handle is recognised as such by every call that takes one. All bits of a value count: it
+// does not survive a conversion to 32 bits.
+using HANDLE = void*;
+using HMODULE = void*;
+using HINSTANCE = void*;
+using HWND = void*;
+
+}  // namespace ZTKPosix
+
+using ZTKPosix::BOOL;
+using ZTKPosix::BYTE;
+using ZTKPosix::DWORD;
+using ZTKPosix::HANDLE;
+using ZTKPosix::HINSTANCE;
+using ZTKPosix::HMODULE;
+using ZTKPosix::HWND;
+using ZTKPosix::LONG;
+using ZTKPosix::LPCSTR;
+using ZTKPosix::LPCWSTR;
+using ZTKPosix::LPDWORD;
+using ZTKPosix::LPSTR;
+using ZTKPosix::LPVOID;
+using ZTKPosix::LPWSTR;
+using ZTKPosix::PVOID;
+using ZTKPosix::SIZE_T;
+using ZTKPosix::UINT;
+using ZTKPosix::UINT_PTR;
+using ZTKPosix::ULONG;
+using ZTKPosix::WORD;
+
+#if !defined(TRUE)
+#define TRUE 1
+#endif
+#if !defined(FALSE)
+#define FALSE 0
+#endif
+
+// The platform's calling conventions; there is only one here.
+#if !defined(WINAPI)
+#define WINAPI
+#endif
+#if !defined(CALLBACK)
+#define CALLBACK
+#endif

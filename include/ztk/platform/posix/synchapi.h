@@ -1,0 +1,90 @@
+// Events, mutexes and waits.
+//
+// All calls are safe from any thread. Waits do not poll and lose no wake-up; time-outs are measured
+// on the monotonic clock.
+#pragma once
+
+#include "ztk/platform/export.h"
+#include "ztk/platform/posix/minwindef.h"
+
+namespace ZTKPosix {
+
+struct SECURITY_ATTRIBUTES;  // accepted as a null pointer only
+using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
+
+inline constexpr DWORD INFINITE = 0xFFFFFFFF;
+inline constexpr DWORD WAIT_OBJECT_0 = 0;
+inline constexpr DWORD WAIT_ABANDONED_0 = 0x80;
+inline constexpr DWORD WAIT_ABANDONED = 0x80;
+inline constexpr DWORD WAIT_TIMEOUT = 258;
+inline constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
+inline constexpr DWORD MAXIMUM_WAIT_OBJECTS = 64;
+
+// Creates an event, or opens the event of that name if this process already has one (then with last
+// error ERROR_ALREADY_EXISTS, and manual_reset and initial_state are ignored). Names are shared
+// within the process and case-sensitive, and live as long as any handle of the object; a null or
+// empty name makes an unnamed event. Returns a handle for CloseHandle, or null: last error
+// ERROR_INVALID_HANDLE when the name belongs to an object of another kind, ERROR_NOT_ENOUGH_MEMORY
+// when memory is short. Success without an existing object sets the last error to 0.
+[[nodiscard]] ZTK_API HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset,
+                                          BOOL initial_state, LPCWSTR name) noexcept;
+
+// Signals an event: a manual-reset event releases every waiter and stays signalled; an auto-reset
+// event releases one waiter, or stays signalled until one wait takes it. Returns nonzero, or 0 with
+// ERROR_INVALID_HANDLE when handle is not an open event.
+ZTK_API BOOL SetEvent(HANDLE event) noexcept;
+
+// Makes an event non-signalled. Results as for SetEvent.
+ZTK_API BOOL ResetEvent(HANDLE event) noexcept;
+
+// Creates or opens a mutex; the naming rules and errors are those of CreateEventW. initial_owner
+// gives a new mutex to the calling thread. A mutex is recursive: its owner may take it again and
+// releases it as often. If the owner ends without releasing it, the next waiter gets it with
+// WAIT_ABANDONED.
+[[nodiscard]] ZTK_API HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initial_owner,
+                                          LPCWSTR name) noexcept;
+
+// Releases one level of a mutex that the calling thread owns.
+// Returns nonzero, or 0 with ERROR_NOT_OWNER when another thread or none owns it, and with
+// ERROR_INVALID_HANDLE when handle is not an open mutex.
+ZTK_API BOOL ReleaseMutex(HANDLE mutex) noexcept;
+
+// Waits until an event, mutex or thread is signalled and takes it (an auto-reset event is reset, a
+// mutex becomes the caller's). milliseconds: 0 only looks, INFINITE waits without end. Returns
+// WAIT_OBJECT_0, WAIT_ABANDONED (a mutex, taken), WAIT_TIMEOUT, or WAIT_FAILED with last error
+// ERROR_INVALID_HANDLE. Closing the handle during the wait does not end the wait.
+ZTK_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) noexcept;
+
+// Waits until one (wait_all FALSE) or all (wait_all TRUE) of count objects are signalled.
+// Any: returns WAIT_OBJECT_0 + i, or WAIT_ABANDONED_0 + i, for the lowest signalled index i; only
+// that object is taken. All: takes nothing until all are available at the same moment, then returns
+// WAIT_OBJECT_0, or WAIT_ABANDONED_0 + i when mutex i was abandoned.
+// WAIT_TIMEOUT, or WAIT_FAILED with ERROR_INVALID_PARAMETER (count 0 or above MAXIMUM_WAIT_OBJECTS,
+// a null array, or the same handle twice in a wait for all) or ERROR_INVALID_HANDLE (any bad
+// handle).
+ZTK_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL wait_all,
+                                     DWORD milliseconds) noexcept;
+
+// Suspends the calling thread for at least milliseconds; 0 only lets other threads run, INFINITE never
+// returns.
+ZTK_API void Sleep(DWORD milliseconds) noexcept;
+
+}  // namespace ZTKPosix
+
+using ZTKPosix::CreateEventW;
+using ZTKPosix::CreateMutexW;
+using ZTKPosix::INFINITE;
+using ZTKPosix::LPSECURITY_ATTRIBUTES;
+using ZTKPosix::MAXIMUM_WAIT_OBJECTS;
+using ZTKPosix::ReleaseMutex;
+using ZTKPosix::ResetEvent;
+using ZTKPosix::SECURITY_ATTRIBUTES;
+using ZTKPosix::SetEvent;
+using ZTKPosix::Sleep;
+using ZTKPosix::WAIT_ABANDONED;
+using ZTKPosix::WAIT_ABANDONED_0;
+using ZTKPosix::WAIT_FAILED;
+using ZTKPosix::WAIT_OBJECT_0;
+using ZTKPosix::WAIT_TIMEOUT;
+using ZTKPosix::WaitForMultipleObjects;
+using ZTKPosix::WaitForSingleObject;

@@ -1,0 +1,164 @@
+// Socket handles, and the few socket calls that a host makes itself. Everything else goes through
+// the library's socket classes and CSocketUtil.
+//
+// The address records (sockaddr, sockaddr_in, sockaddr_in6, addrinfo) and the names of protocols,
+// option levels and options are the system's own. In every record that the library hands out, the
+// family of an IPv6 address is 23; as input, the system's own number (AF_INET6) is accepted as
+// well.
+#pragma once
+
+#include <arpa/inet.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include "ztk/platform/export.h"
+#include "ztk/platform/posix/minwindef.h"
+
+namespace ZTKPosix {
+
+// A checked id, never 0. It is not a file descriptor: pass it only to the library and to these
+// calls.
+using SOCKET = UINT_PTR;
+using IPPROTO = int;
+
+inline constexpr SOCKET INVALID_SOCKET = ~static_cast<SOCKET>(0);
+inline constexpr int SOCKET_ERROR = -1;
+
+struct SOCKET_ADDRESS {
+    sockaddr* lpSockaddr;
+    int iSockaddrLength;
+};
+
+// Closes a socket. A thread that is blocked in a call on it wakes at once, its call failing.
+// Returns 0, or SOCKET_ERROR with last error WSAENOTSOCK for a closed or invented handle.
+ZTK_API int closesocket(SOCKET socket) noexcept;
+
+// command FIONBIO: switches non-blocking mode on (*argument not 0) or off. command FIONREAD: stores
+// the number of bytes that can be read at once. Returns 0, or SOCKET_ERROR with the last error set.
+ZTK_API int ioctlsocket(SOCKET socket, long command, std::uint32_t* argument) noexcept;
+
+// For hosts that declare the argument as the platform's u_long.
+inline int ioctlsocket(SOCKET socket, long command, unsigned long* argument) noexcept {
+    if (argument == nullptr) {
+        return ioctlsocket(socket, command, static_cast<std::uint32_t*>(nullptr));
+    }
+    std::uint32_t value = static_cast<std::uint32_t>(*argument);
+    const int result = ioctlsocket(socket, command, &value);
+    *argument = value;
+    return result;
+}
+
+// The calling thread's last error, which socket calls share with all others.
+[[nodiscard]] ZTK_API int WSAGetLastError() noexcept;
+ZTK_API void WSASetLastError(int code) noexcept;
+
+inline constexpr int WSA_NOT_ENOUGH_MEMORY = 8;
+inline constexpr int WSAEINTR = 10004;
+inline constexpr int WSAEBADF = 10009;
+inline constexpr int WSAEACCES = 10013;
+inline constexpr int WSAEFAULT = 10014;
+inline constexpr int WSAEINVAL = 10022;
+inline constexpr int WSAEMFILE = 10024;
+inline constexpr int WSAEWOULDBLOCK = 10035;
+inline constexpr int WSAEINPROGRESS = 10036;
+inline constexpr int WSAEALREADY = 10037;
+inline constexpr int WSAENOTSOCK = 10038;
+inline constexpr int WSAEDESTADDRREQ = 10039;
+inline constexpr int WSAEMSGSIZE = 10040;
+inline constexpr int WSAEPROTOTYPE = 10041;
+inline constexpr int WSAENOPROTOOPT = 10042;
+inline constexpr int WSAEPROTONOSUPPORT = 10043;
+inline constexpr int WSAESOCKTNOSUPPORT = 10044;
+inline constexpr int WSAEOPNOTSUPP = 10045;
+inline constexpr int WSAEPFNOSUPPORT = 10046;
+inline constexpr int WSAEAFNOSUPPORT = 10047;
+inline constexpr int WSAEADDRINUSE = 10048;
+inline constexpr int WSAEADDRNOTAVAIL = 10049;
+inline constexpr int WSAENETDOWN = 10050;
+inline constexpr int WSAENETUNREACH = 10051;
+inline constexpr int WSAENETRESET = 10052;
+inline constexpr int WSAECONNABORTED = 10053;
+inline constexpr int WSAECONNRESET = 10054;
+inline constexpr int WSAENOBUFS = 10055;
+inline constexpr int WSAEISCONN = 10056;
+inline constexpr int WSAENOTCONN = 10057;
+inline constexpr int WSAESHUTDOWN = 10058;
+inline constexpr int WSAETIMEDOUT = 10060;
+inline constexpr int WSAECONNREFUSED = 10061;
+inline constexpr int WSAENAMETOOLONG = 10063;
+inline constexpr int WSAEHOSTDOWN = 10064;
+inline constexpr int WSAEHOSTUNREACH = 10065;
+inline constexpr int WSAEUSERS = 10068;
+inline constexpr int WSAVERNOTSUPPORTED = 10092;
+inline constexpr int WSANOTINITIALISED = 10093;
+inline constexpr int WSASYSCALLFAILURE = 10107;
+inline constexpr int WSATYPE_NOT_FOUND = 10109;
+inline constexpr int WSAHOST_NOT_FOUND = 11001;
+inline constexpr int WSATRY_AGAIN = 11002;
+inline constexpr int WSANO_RECOVERY = 11003;
+inline constexpr int WSANO_DATA = 11004;
+
+}  // namespace ZTKPosix
+
+// Option of level SOL_SOCKET that the system knows only through SO_LINGER.
+#if !defined(SO_DONTLINGER)
+#define SO_DONTLINGER (static_cast<int>(~SO_LINGER))
+#endif
+
+using ZTKPosix::closesocket;
+using ZTKPosix::INVALID_SOCKET;
+using ZTKPosix::ioctlsocket;
+using ZTKPosix::IPPROTO;
+using ZTKPosix::SOCKET;
+using ZTKPosix::SOCKET_ADDRESS;
+using ZTKPosix::SOCKET_ERROR;
+using ZTKPosix::WSA_NOT_ENOUGH_MEMORY;
+using ZTKPosix::WSAEACCES;
+using ZTKPosix::WSAEADDRINUSE;
+using ZTKPosix::WSAEADDRNOTAVAIL;
+using ZTKPosix::WSAEAFNOSUPPORT;
+using ZTKPosix::WSAEALREADY;
+using ZTKPosix::WSAEBADF;
+using ZTKPosix::WSAECONNABORTED;
+using ZTKPosix::WSAECONNREFUSED;
+using ZTKPosix::WSAECONNRESET;
+using ZTKPosix::WSAEDESTADDRREQ;
+using ZTKPosix::WSAEFAULT;
+using ZTKPosix::WSAEHOSTDOWN;
+using ZTKPosix::WSAEHOSTUNREACH;
+using ZTKPosix::WSAEINPROGRESS;
+using ZTKPosix::WSAEINTR;
+using ZTKPosix::WSAEINVAL;
+using ZTKPosix::WSAEISCONN;
+using ZTKPosix::WSAEMFILE;
+using ZTKPosix::WSAEMSGSIZE;
+using ZTKPosix::WSAENAMETOOLONG;
+using ZTKPosix::WSAENETDOWN;
+using ZTKPosix::WSAENETRESET;
+using ZTKPosix::WSAENETUNREACH;
+using ZTKPosix::WSAENOBUFS;
+using ZTKPosix::WSAENOPROTOOPT;
+using ZTKPosix::WSAENOTCONN;
+using ZTKPosix::WSAENOTSOCK;
+using ZTKPosix::WSAEOPNOTSUPP;
+using ZTKPosix::WSAEPFNOSUPPORT;
+using ZTKPosix::WSAEPROTONOSUPPORT;
+using ZTKPosix::WSAEPROTOTYPE;
+using ZTKPosix::WSAESHUTDOWN;
+using ZTKPosix::WSAESOCKTNOSUPPORT;
+using ZTKPosix::WSAETIMEDOUT;
+using ZTKPosix::WSAEUSERS;
+using ZTKPosix::WSAEWOULDBLOCK;
+using ZTKPosix::WSAGetLastError;
+using ZTKPosix::WSAHOST_NOT_FOUND;
+using ZTKPosix::WSANO_DATA;
+using ZTKPosix::WSANO_RECOVERY;
+using ZTKPosix::WSAVERNOTSUPPORTED;
+using ZTKPosix::WSANOTINITIALISED;
+using ZTKPosix::WSASetLastError;
+using ZTKPosix::WSASYSCALLFAILURE;
+using ZTKPosix::WSATRY_AGAIN;
+using ZTKPosix::WSATYPE_NOT_FOUND;

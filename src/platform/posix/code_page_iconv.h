@@ -1,0 +1,41 @@
+// The code pages other than UTF-8, converted by the system's iconv.
+#pragma once
+
+#include <cstddef>
+
+#include "ztk/platform.h"
+
+namespace ZTKPosix {
+
+// One conversion between a code page and UTF-16. Opened for each call: these pages are on no hot
+// path, and nothing is left behind when the library is unloaded.
+class IconvConversion {
+  public:
+    enum class Direction { kToWide, kToNarrow };
+
+    IconvConversion(UINT code_page, Direction direction) noexcept;
+    IconvConversion(const IconvConversion&) = delete;
+    IconvConversion& operator=(const IconvConversion&) = delete;
+    ~IconvConversion();
+
+    // False for a code page that the system does not know.
+    bool IsOpen() const noexcept;
+
+    void SetSource(const void* source, std::size_t bytes) noexcept;
+
+    // Converts the next piece of the source into buffer and returns its bytes; 0 at the end. What
+    // has no counterpart becomes U+FFFD in wide and '?' in narrow text, one for each byte or unit.
+    // REQUIRES: room for at least 16 bytes.
+    std::size_t Next(char* buffer, std::size_t room) noexcept;
+
+  private:
+    std::size_t AppendSubstitute(char* buffer) noexcept;
+
+    void* conversion_;
+    Direction direction_;
+    char* source_ = nullptr;
+    std::size_t left_ = 0;
+    bool flushed_ = false;
+};
+
+}  // namespace ZTKPosix

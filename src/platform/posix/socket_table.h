@@ -1,0 +1,83 @@
+// The table behind socket handles.
+//
+// A handle is {generation, descriptor}. Each descriptor number has one slot, and the slot's word
+// says whether a socket of which generation is open there and how many threads are inside a call on
+// it. A call enters the slot, makes its system call and leaves. Closing bars new entries and wakes
+// the threads inside; the last of them to leave closes the descriptor, so its number cannot be
+// given to another file while a thread is still about to use it.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "ztk/platform.h"
+
+namespace ZTKPosix {
+
+// What the layer knows about an open socket beyond what the system does.
+enum SocketFlags : std::uint32_t {
+    kSocketNonBlocking = 1u << 0,
+    kSocketIPv6 = 1u << 1,
+    kSocketStream = 1u << 2,
+    kSocketListening = 1u << 3,
+    kSocketHadPeer = 1u << 4,          // connected or connecting at some time
+    kSocketReceiveShutDown = 1u << 5,  // by this side
+    kSocketSendShutDown = 1u << 6,     // by this side
+    kSocketReset = 1u << 7,            // a call has already returned the peer's reset
+    kSocketHostReuse = 1u << 8,        // the host asked for SO_REUSEADDR
+};
+
+struct SocketSlot {
+    std::atomic<std::uint64_t> state{
+        0};  // generation in the high half, then the bits of socket_table.cpp
+    std::atomic<std::uint32_t> flags{0};  // SocketFlags
+    // Keeps sockets that different threads use off each other's cache lines.
+    unsigned char
+        padding[64 - sizeof(std::atomic<std::uint64_t>) - sizeof(std::atomic<std::uint32_t>)];
+};
+
+// One call's stay in a socket's slot. Not open: the last error is set, WSANOTINITIALISED before
+// WSAStartup, else WSAENOTSOCK.
+class SocketUse {
+  public:
+    explicit SocketUse(SOCKET socket) noexcept;
+    ~SocketUse();
+    SocketUse(const SocketUse&) = delete;
+    SocketUse& operator=(const SocketUse&) = delete;
+
+    explicit operator bool() const noexcept { return slot_ != nullptr; }
+    [[nodiscard]] int descriptor() const noexcept { return descriptor_; }
+
+    // Whether closesocket was called on this socket after the call had entered.
+    [[nodiscard]] bool WasClosed() const noexcept;
+
+    // Whether another thread is inside a call on this socket now.
+    [[nodiscard]] bool IsShared() const noexcept;
+
+    [[nodiscard]] std::uint32_t flags() const noexcept {
+        return slot_->flags.load(std::memory_order_acquire);
+    }
+    [[nodiscard]] bool Has(std::uint32_t flag) const noexcept { return (flags() & flag) != 0; }
+    void Set(std::uint32_t mask) noexcept {
+        slot_->flags.fetch_or(mask, std::memory_order_acq_rel);
+    }
+    void Clear(std::uint32_t mask) noexcept {
+        slot_->flags.fetch_and(~mask, std::memory_order_acq_rel);
+    }
+
+  private:
+    SocketSlot* slot_ = nullptr;
+    int descriptor_ = -1;
+};
+
+// Makes a handle for a new descriptor and takes it over; on failure the descriptor is closed, the
+// last error set and the result INVALID_SOCKET.
+SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept;
+
+// Closes a handle: 0, or SOCKET_ERROR as SocketUse says.
+int CloseSocket(SOCKET socket) noexcept;
+
+// Whether WSAStartup is in force. False sets the last error WSANOTINITIALISED.
+bool RequireSocketsStarted() noexcept;
+
+}  // namespace ZTKPosix

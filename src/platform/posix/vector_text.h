@@ -1,0 +1,269 @@
+// Work on text many elements at a time: runs of ASCII in UTF-8 and UTF-16, and the search for a
+// 16-bit unit. The one place of the layer that looks at the instruction set.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#define ZTK_VECTOR_TEXT 1
+#endif
+
+// The search below reads whole aligned blocks, and so up to 63 bytes beside the text. No page is
+// touched that the text does not reach into, but the sanitizers rightly object to such reads. Under
+// them the plain loop runs instead, so that they still see every read that a caller's text does not
+// cover.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ZTK_STRICT_READS 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
+    __has_feature(memory_sanitizer)
+#define ZTK_STRICT_READS 1
+#endif
+#endif
+
+namespace ZTKPosix {
+
+inline constexpr std::size_t kVectorBytes = 16;
+
+#if defined(ZTK_VECTOR_TEXT)
+
+inline __m128i LoadBlock(const void* from) noexcept {
+    return _mm_loadu_si128(static_cast<const __m128i*>(from));
+}
+
+// One bit for each byte of a block of 8 units; both bits of a unit are set if it is not ASCII.
+inline unsigned NonAsciiUnits(__m128i units) noexcept {
+    const __m128i above = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xFF80)));
+    const __m128i ascii = _mm_cmpeq_epi16(above, _mm_setzero_si128());
+    return static_cast<unsigned>(_mm_movemask_epi8(ascii)) ^ 0xFFFFu;
+}
+
+#else
+
+// The portable form of the block tests: eight bytes, or four units, in one word.
+inline bool IsAsciiWord(const char* from) noexcept {
+    std::uint64_t word;
+    std::memcpy(&word, from, sizeof word);
+    return (word & 0x8080808080808080u) == 0;
+}
+
+inline bool IsAsciiWord(const wchar_t* from) noexcept {
+    std::uint64_t word;
+    std::memcpy(&word, from, sizeof word);
+    return (word & 0xFF80FF80FF80FF80u) == 0;
+}
+
+#endif
+
+// Continues a run that starts at `done` element by element.
+template <class Char>
+inline std::size_t FinishAsciiRun(const Char* text, std::size_t count, std::size_t done) noexcept {
+    using Unit = std::conditional_t<sizeof(Char) == 1, unsigned char, char16_t>;
+    while (done < count && static_cast<Unit>(text[done]) < 0x80) {
+        ++done;
+    }
+    return done;
+}
+
+// How many of the count elements of text come before the first one that is not ASCII.
+inline std::size_t AsciiRun(const char* text, std::size_t count) noexcept {
+    std::size_t done = 0;
+#if defined(ZTK_VECTOR_TEXT)
+    for (; count - done >= kVectorBytes; done += kVectorBytes) {
+        const auto high = static_cast<unsigned>(_mm_movemask_epi8(LoadBlock(text + done)));
+        if (high != 0) {
+            return done + static_cast<std::size_t>(std::countr_zero(high));
+        }
+    }
+#else
+    while (count - done >= 8 && IsAsciiWord(text + done)) {
+        done += 8;
+    }
+#endif
+    return FinishAsciiRun(text, count, done);
+}
+
+inline std::size_t AsciiRun(const wchar_t* text, std::size_t count) noexcept {
+    std::size_t done = 0;
+#if defined(ZTK_VECTOR_TEXT)
+    for (; count - done >= 16; done += 16) {
+        const __m128i both = _mm_or_si128(LoadBlock(text + done), LoadBlock(text + done + 8));
+        if (NonAsciiUnits(both) != 0) {
+            break;
+        }
+    }
+    for (; count - done >= 8; done += 8) {
+        const unsigned other = NonAsciiUnits(LoadBlock(text + done));
+        if (other != 0) {
+            return done + static_cast<std::size_t>(std::countr_zero(other)) / 2;
+        }
+    }
+#else
+    while (count - done >= 4 && IsAsciiWord(text + done)) {
+        done += 4;
+    }
+#endif
+    return FinishAsciiRun(text, count, done);
+}
+
+// Copies the ASCII run at the start of text into the other width and returns its length. target has
+// room for count elements; those behind the run may be written, too.
+inline std::size_t CopyAsciiRun(const char* text, std::size_t count, wchar_t* target) noexcept {
+    std::size_t done = 0;
+#if defined(ZTK_VECTOR_TEXT)
+    const __m128i zero = _mm_setzero_si128();
+    for (; count - done >= kVectorBytes; done += kVectorBytes) {
+        const __m128i bytes = LoadBlock(text + done);
+        const auto high = static_cast<unsigned>(_mm_movemask_epi8(bytes));
+        auto* const out = reinterpret_cast<__m128i*>(target + done);
+        _mm_storeu_si128(out, _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(out + 1, _mm_unpackhi_epi8(bytes, zero));
+        if (high != 0) {
+            return done + static_cast<std::size_t>(std::countr_zero(high));
+        }
+    }
+#else
+    while (count - done >= 8 && IsAsciiWord(text + done)) {
+        for (const std::size_t stop = done + 8; done < stop; ++done) {
+            target[done] = static_cast<wchar_t>(text[done]);
+        }
+    }
+#endif
+    const std::size_t end = FinishAsciiRun(text, count, done);
+    for (; done < end; ++done) {
+        target[done] = static_cast<wchar_t>(text[done]);
+    }
+    return done;
+}
+
+inline std::size_t CopyAsciiRun(const wchar_t* text, std::size_t count, char* target) noexcept {
+    std::size_t done = 0;
+#if defined(ZTK_VECTOR_TEXT)
+    for (; count - done >= 16; done += 16) {
+        const __m128i first = LoadBlock(text + done);
+        const __m128i second = LoadBlock(text + done + 8);
+        if (NonAsciiUnits(_mm_or_si128(first, second)) != 0) {
+            break;
+        }
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + done),
+                         _mm_packus_epi16(first, second));
+    }
+    for (; count - done >= 8; done += 8) {
+        const __m128i units = LoadBlock(text + done);
+        const unsigned other = NonAsciiUnits(units);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(target + done), _mm_packus_epi16(units, units));
+        if (other != 0) {
+            return done + static_cast<std::size_t>(std::countr_zero(other)) / 2;
+        }
+    }
+#else
+    while (count - done >= 4 && IsAsciiWord(text + done)) {
+        for (const std::size_t stop = done + 4; done < stop; ++done) {
+            target[done] = static_cast<char>(text[done]);
+        }
+    }
+#endif
+    const std::size_t end = FinishAsciiRun(text, count, done);
+    for (; done < end; ++done) {
+        target[done] = static_cast<char>(text[done]);
+    }
+    return done;
+}
+
+#if defined(ZTK_VECTOR_TEXT) && !defined(ZTK_STRICT_READS)
+
+// Tells which units of a block are wanted: each gives all ones.
+class OneUnit {
+  public:
+    explicit OneUnit(wchar_t a) noexcept : a_(_mm_set1_epi16(static_cast<short>(a))) {}
+    __m128i operator()(const __m128i* block) const noexcept {
+        return _mm_cmpeq_epi16(_mm_load_si128(block), a_);
+    }
+
+  private:
+    __m128i a_;
+};
+
+class EitherUnit {
+  public:
+    EitherUnit(wchar_t a, wchar_t b) noexcept : a_(a), b_(b) {}
+    __m128i operator()(const __m128i* block) const noexcept {
+        return _mm_or_si128(a_(block), b_(block));
+    }
+
+  private:
+    OneUnit a_;
+    OneUnit b_;
+};
+
+// The index of the first wanted unit, or limit if none comes before it. Reads groups of four blocks
+// that are aligned to their size: a group lies within one page, so that no page is touched behind
+// the one with the last unit that has to be seen.
+template <class Wanted>
+std::size_t FindUnit(const wchar_t* text, std::size_t limit, Wanted wanted) noexcept {
+    constexpr std::size_t kGroupUnits = 4 * kVectorBytes / sizeof(wchar_t);
+    // One bit for each unit.
+    const auto bits = [&](const __m128i* group) noexcept {
+        const __m128i low = _mm_packs_epi16(wanted(group), wanted(group + 1));
+        const __m128i high = _mm_packs_epi16(wanted(group + 2), wanted(group + 3));
+        return static_cast<std::uint32_t>(_mm_movemask_epi8(low)) |
+               static_cast<std::uint32_t>(_mm_movemask_epi8(high)) << 16;
+    };
+    if (limit == 0) {
+        return 0;
+    }
+    const auto address = reinterpret_cast<std::uintptr_t>(text);
+    const std::size_t before = address % (4 * kVectorBytes);
+    const auto* group = reinterpret_cast<const __m128i*>(address - before);
+    std::uint32_t found = bits(group) >> before / sizeof(wchar_t);
+    std::size_t index = 0;
+    std::size_t next = kGroupUnits - before / sizeof(wchar_t);
+    while (found == 0 && next < limit) {
+        group += 4;
+        found = bits(group);
+        index = next;
+        next += kGroupUnits;
+    }
+    return found == 0 ? limit
+                      : std::min(limit, index + static_cast<std::size_t>(std::countr_zero(found)));
+}
+
+#else
+
+class OneUnit {
+  public:
+    explicit OneUnit(wchar_t a) noexcept : a_(a) {}
+    bool operator()(wchar_t unit) const noexcept { return unit == a_; }
+
+  private:
+    wchar_t a_;
+};
+
+class EitherUnit {
+  public:
+    EitherUnit(wchar_t a, wchar_t b) noexcept : a_(a), b_(b) {}
+    bool operator()(wchar_t unit) const noexcept { return a_(unit) || b_(unit); }
+
+  private:
+    OneUnit a_;
+    OneUnit b_;
+};
+
+template <class Wanted>
+std::size_t FindUnit(const wchar_t* text, std::size_t limit, Wanted wanted) noexcept {
+    std::size_t index = 0;
+    while (index < limit && !wanted(text[index])) {
+        ++index;
+    }
+    return index;
+}
+
+#endif
+
+}  // namespace ZTKPosix
