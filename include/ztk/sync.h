@@ -1,0 +1,49 @@
+// The library's lock.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "ztk/platform.h"
+
+namespace ZTK {
+
+// A recursive lock that remembers which thread locked it last and how many Lock calls are
+// outstanding. Unbalanced calls are harmless: an Unlock by a thread that does not hold the lock
+// changes nothing.
+//
+//     lock.Lock();
+//     ...                       // may call Lock again
+//     lock.Unlock();
+//
+// Thread-safety: all operations may be called from any thread; the lock must outlive their calls.
+class ZTK_API CLock {
+  public:
+    // When memory is short the lock has no critical section: Lock and Unlock then do nothing.
+    CLock() noexcept;
+    CLock(const CLock&) = delete;
+    CLock& operator=(const CLock&) = delete;
+
+    // Releases one level if the calling thread holds the lock, as Unlock does. REQUIRES: no other
+    // thread holds the lock or waits for it.
+    ~CLock();
+
+    // Waits for the lock and takes one level of it. The thread that holds it is not made to wait.
+    void Lock() noexcept;
+
+    // Releases one level. Ignored when the calling thread does not hold the lock.
+    void Unlock() noexcept;
+
+    // Whether the calling thread was the last to acquire the lock. The owner is not cleared on
+    // release, so this stays true after Unlock until another thread locks.
+    [[nodiscard]] bool HaveLock() const noexcept;
+
+  private:
+    // The outstanding Lock calls (high half) and the id of the last owner (low half), in one word
+    // so that any thread reads a pair that belongs together. Written only by the thread inside the
+    // section.
+    std::atomic<std::uint64_t> state_{0};
+    void* section_;
+};
+
+}  // namespace ZTK

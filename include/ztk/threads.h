@@ -1,0 +1,42 @@
+// The registry of worker threads: one table for the process, keyed by thread id, of each thread's
+// handle and a notify event.
+//
+// The library registers the threads of its sockets by itself. An agent may register its own:
+//
+//     HANDLE thread = CreateThread(nullptr, 0, Worker, job, CREATE_SUSPENDED, &id);
+//     ZTK::RegisterThread(id, thread);
+//     ResumeThread(thread);
+//     ...                                        // Worker ends with ZTK::DeRegisterThread(its own
+//     id) ZTK::WaitRegisteredThreadsExit(5000);      // at shutdown
+//
+// Thread-safety: every function may be called from any thread.
+#pragma once
+
+#include "ztk/platform.h"
+
+namespace ZTK {
+
+// Records thread_handle (null is recorded as well) under thread_id and makes a notify event for it:
+// auto-reset, unsignalled, owned by the registry. The library never signals the event nor waits for
+// it; it is a channel between the thread and its owner. An id that is registered already keeps its
+// first handle and event. Returns the id's event; null when none could be made.
+ZTK_API void* RegisterThread(unsigned int thread_id, void* thread_handle) noexcept;
+
+// Closes the id's notify event and forgets the id. The thread handle is not closed: it stays with
+// whoever received it from the starter. An unknown id is ignored.
+ZTK_API void DeRegisterThread(unsigned int thread_id) noexcept;
+
+// The id's thread handle or notify event, or null for an unknown id. Both are borrowed: the event
+// is closed when the thread deregisters.
+[[nodiscard]] ZTK_API void* GetThreadHandle(unsigned int thread_id) noexcept;
+[[nodiscard]] ZTK_API void* GetThreadNotify(unsigned int thread_id) noexcept;
+
+// Empties the registry, waits up to timeout_milliseconds (INFINITE: without end) for all threads
+// that were in it to end, then closes their handles and notify events, also those of threads that
+// still run. Threads that run on are neither stopped nor waited for again. All handles go into one
+// wait of the platform: with more than 64 threads, or a null handle among them, nothing is waited
+// for and the handles are closed at once. Must not be called from a registered thread: it would
+// wait for itself.
+ZTK_API void WaitRegisteredThreadsExit(DWORD timeout_milliseconds) noexcept;
+
+}  // namespace ZTK
