@@ -1,0 +1,108 @@
+// One framed message: its packet block and the three numbers that say where the body lies in it.
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+#include "ztk/memory.h"
+#include "ztk/messages.h"
+
+namespace ZTK {
+
+CSocketMsg::~CSocketMsg() { MemFree(packet_); }
+
+// A hook may copy the message whose header it is asked for. The bytes then lie in the caller's chunk, which
+// the copy would outlive: the source takes them into its block first, and the two share that.
+CSocketMsg::CSocketMsg(const CSocketMsg& other) noexcept { *this = other; }
+
+CSocketMsg& CSocketMsg::operator=(const CSocketMsg& other) noexcept {
+    (void)const_cast<CSocketMsg&>(other).Settle(0);  // short of memory it leaves no received bytes
+    packet_ = other.packet_;
+    received_ = other.received_;
+    capacity_ = other.capacity_;
+    message_length_ = other.message_length_;
+    message_offset_ = other.message_offset_;
+    trailer_length_ = other.trailer_length_;
+    view_ = nullptr;
+    return *this;
+}
+
+int CSocketMsg::Add(void* data, int length) {
+    if (data == nullptr || length < 1)
+        return -1;
+    if (!Settle(0) || !Append(static_cast<const char*>(data), length, message_length_ < 1 ? 0 : Sum()))
+        return -1;
+    if (message_length_ < 1 && !ParseHeader(&message_length_, &message_offset_, &trailer_length_))
+        return -1;
+    if (received_ < Sum())
+        return -1;
+    // A sum below 1 comes back as it is: -2 tells a caller that the hook answered without lengths.
+    return GetPacketSize();
+}
+
+void CSocketMsg::Reset() noexcept { Clear(); }
+
+char* CSocketMsg::GetPacket() noexcept { return view_ != nullptr ? view_ : packet_; }
+
+int CSocketMsg::GetPacketSize() noexcept {
+    return static_cast<int>(std::clamp<std::int64_t>(Sum(), INT_MIN, INT_MAX));
+}
+
+char* CSocketMsg::GetMsg() noexcept {
+    char* packet = GetPacket();
+    if (packet == nullptr || message_length_ <= 0 || message_offset_ <= 0)
+        return nullptr;
+    return packet + message_offset_;
+}
+
+int CSocketMsg::GetMsgLength() noexcept { return message_length_; }
+
+int CSocketMsg::GetRecvSize() noexcept { return received_; }
+
+// Makes the block hold bytes; false, with the block unchanged, when that cannot be had.
+//
+// A packet of expected bytes is allocated at once when half of it has arrived, else twice what has: a
+// length that a peer merely announces takes no memory, and a packet that trickles in is not copied for
+// every chunk. One zero byte is kept behind the packet, so that a body logged as text ends with it.
+bool CSocketMsg::Resize(std::int64_t bytes, std::int64_t expected) noexcept {
+    if (packet_ != nullptr && bytes <= capacity_)
+        return true;
+    if (bytes > INT_MAX)
+        return false;
+    std::int64_t room = std::min<std::int64_t>(2 * bytes, INT_MAX);
+    if (expected > 0)
+        room = std::max(bytes, std::min(room, expected));
+    else if (packet_ == nullptr)
+        room = bytes;
+    const auto size = static_cast<std::uint64_t>(room) + 1;
+    void* block = packet_ == nullptr ? MemAlloc(size) : MemRealloc(packet_, size);
+    if (block == nullptr)
+        return false;
+    packet_ = static_cast<char*>(block);
+    capacity_ = static_cast<int>(room);
+    return true;
+}
+
+// Copies length bytes behind the received ones and counts them; false, with nothing changed, when there
+// is no room for them.
+bool CSocketMsg::Append(const char* data, int length, std::int64_t expected) noexcept {
+    if (!Resize(std::int64_t{received_} + length, expected))
+        return false;
+    std::memcpy(packet_ + received_, data, static_cast<std::size_t>(length));
+    received_ += length;
+    packet_[received_] = 0;
+    return true;
+}
+
+// Takes the bytes that are still looked at in place into the own block. When that fails they are gone, and
+// nothing has been received.
+bool CSocketMsg::Settle(std::int64_t expected) noexcept {
+    if (view_ == nullptr)
+        return true;
+    const char* bytes = view_;
+    const int length = received_;
+    view_ = nullptr;
+    received_ = 0;
+    return Append(bytes, length, expected);
+}
+
+}  // namespace ZTK

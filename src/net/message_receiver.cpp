@@ -1,0 +1,73 @@
+// The receiver: the queue of complete messages, the pool of spent ones, and the entry to the parser.
+#include "net/chunk_parser.h"
+#include "net/message_queue.h"
+#include "sync/lock_guard.h"
+#include "ztk/messages.h"
+
+namespace ZTK {
+
+CSocketMsgReceiver::CSocketMsgReceiver() noexcept = default;
+
+CSocketMsgReceiver::~CSocketMsgReceiver() {
+    net::Release(queue_);
+    net::Release(pool_);
+}
+
+void CSocketMsgReceiver::AssertPartialMsg(CSocketMsg*) {}
+
+void CSocketMsgReceiver::AssertValidMsg(CSocketMsg*) {}
+
+bool CSocketMsgReceiver::AddMessage(void* data, int length) {
+    if (length < 1 || data == nullptr)
+        return false;
+    const sync::LockGuard guard(lock_);
+    if (current_ == nullptr)
+        current_ = NewMessage();
+    if (current_ == nullptr)
+        return false;
+    return net::ChunkParser(*this, static_cast<char*>(data), length).Run();
+}
+
+// REQUIRES: the lock is held.
+CSocketMsg* CSocketMsgReceiver::NewMessage() {
+    CSocketMsg* message = net::Take(pool_);
+    if (message == nullptr)
+        return CreateMessage();
+    message->Clear();
+    return message;
+}
+
+void CSocketMsgReceiver::SetKeepRemainder(bool keep) noexcept {
+    const sync::LockGuard guard(lock_);
+    keep_remainder_ = keep;
+}
+
+CSocketMsg* CSocketMsgReceiver::Pop() noexcept {
+    const sync::LockGuard guard(lock_);
+    return net::Take(queue_);
+}
+
+std::uint64_t CSocketMsgReceiver::Push(CSocketMsg* message) noexcept {
+    const sync::LockGuard guard(lock_);
+    if (message != nullptr)
+        (void)net::Append(queue_, message);  // short of memory: the length tells
+    return queue_.length;
+}
+
+std::uint64_t CSocketMsgReceiver::PushPool(CSocketMsg* message) noexcept {
+    const sync::LockGuard guard(lock_);
+    if (message != nullptr)
+        (void)net::Append(pool_, message);  // short of memory: the length tells
+    return pool_.length;
+}
+
+std::uint64_t CSocketMsgReceiver::GetQueueSize() noexcept {
+    const sync::LockGuard guard(lock_);
+    return queue_.length;
+}
+
+void CSocketMsgReceiver::LockQueue() noexcept { lock_.Lock(); }
+
+void CSocketMsgReceiver::UnlockQueue() noexcept { lock_.Unlock(); }
+
+}  // namespace ZTK

@@ -1,0 +1,177 @@
+#include "net/name_lookup.h"
+
+#include <cstring>
+
+#include "platform/socket_calls.h"
+#include "ztk/memory.h"
+#include "ztk/strings.h"
+
+namespace ZTK {
+
+namespace {
+
+constexpr unsigned int kSystemCodePage = 0;
+
+static_assert(sizeof(sockaddr_in) == 16 && sizeof(sockaddr_in6) == 28);
+
+// A narrow text of its own for the time of a lookup, which may take seconds: a ring string could be
+// overwritten by other threads meanwhile.
+class LookupText {
+  public:
+    // Null and empty texts are passed to the system as null.
+    explicit LookupText(const wchar_t* text) noexcept {
+        if (text != nullptr && text[0] != 0) {
+            const char* narrow = StrConvert(text, kSystemCodePage);
+            if (narrow == nullptr) {  // far beyond any name
+                error_ = WSAHOST_NOT_FOUND;
+                return;
+            }
+            Copy(narrow);
+        }
+    }
+    explicit LookupText(unsigned short port) noexcept { Copy(StrFormat("%d", int{port})); }
+    LookupText(const LookupText&) = delete;
+    LookupText& operator=(const LookupText&) = delete;
+    ~LookupText() { StrFree(text_); }
+
+    [[nodiscard]] const char* get() const noexcept { return text_; }
+    [[nodiscard]] int error() const noexcept { return error_; }
+
+  private:
+    void Copy(const char* text) noexcept {
+        text_ = StrDupW(text);
+        if (text_ == nullptr) {
+            error_ = WSA_NOT_ENOUGH_MEMORY;
+        }
+    }
+
+    const char* text_ = nullptr;
+    int error_ = 0;
+};
+
+bool Resolve(const LookupText& host, const LookupText& service, const addrinfo* hints,
+             addrinfo** result) noexcept {
+    const int error = host.error() != 0 ? host.error() : service.error();
+    if (error != 0) {
+        WSASetLastError(error);
+        return false;
+    }
+    return (getaddrinfo)(host.get(), service.get(), hints, result) == 0;
+}
+
+bool MeansAnyAddress(const wchar_t* host) noexcept {
+    return host == nullptr || host[0] == 0 || StrEqual(host, L"any", false);
+}
+
+bool StoreAddress(SOCKET_ADDRESS* address, const void* block, std::size_t bytes) noexcept {
+    auto* copy = static_cast<sockaddr*>(MemAlloc(bytes));
+    if (copy == nullptr) {
+        WSASetLastError(WSA_NOT_ENOUGH_MEMORY);
+        return false;
+    }
+    std::memcpy(copy, block, bytes);
+    address->lpSockaddr = copy;
+    address->iSockaddrLength = static_cast<int>(bytes);
+    return true;
+}
+
+// Callers take the result of a wildcard for granted and look at the address: a family without a
+// wildcard leaves it empty and is no failure.
+void StoreWildcard(unsigned short family, unsigned short port, SOCKET_ADDRESS* address) noexcept {
+    if (family == net::kFamilyIPv4) {
+        sockaddr_in block{};
+        block.sin_family = net::kFamilyIPv4;
+        block.sin_port = htons(port);
+        (void)StoreAddress(address, &block, sizeof(block));
+    } else if (family == net::kFamilyIPv6) {
+        sockaddr_in6 block{};
+        block.sin6_family = net::kFamilyIPv6;
+        block.sin6_port = htons(port);
+        (void)StoreAddress(address, &block, sizeof(block));
+    }
+}
+
+// The entry that callers get: the last of the list with a family that the library knows.
+const addrinfo* LastInternetEntry(const addrinfo* list) noexcept {
+    const addrinfo* last = nullptr;
+    for (const addrinfo* entry = list; entry != nullptr; entry = entry->ai_next) {
+        if (entry->ai_addr != nullptr && (entry->ai_addr->sa_family == net::kFamilyIPv4 ||
+                                          entry->ai_addr->sa_family == net::kFamilyIPv6)) {
+            last = entry;
+        }
+    }
+    return last;
+}
+
+}  // namespace
+
+bool CSocketUtil::GetAddrInfoW(const wchar_t* host, const wchar_t* service, const addrinfo* hints,
+                               addrinfo** result) noexcept {
+    const LookupText host_text(host);
+    const LookupText service_text(service);
+    return Resolve(host_text, service_text, hints, result);
+}
+
+bool CSocketUtil::GetAddrInfoW(const wchar_t* host, unsigned short port, const addrinfo* hints,
+                               addrinfo** result) noexcept {
+    if (host == nullptr) {
+        return false;
+    }
+    const LookupText host_text(host);
+    const LookupText port_text(port);
+    return Resolve(host_text, port_text, hints, result);
+}
+
+int CSocketUtil::GetHostAddress(const wchar_t* host, unsigned short family, IPPROTO protocol,
+                                unsigned short socket_type, unsigned short port,
+                                SOCKET_ADDRESS* address) noexcept {
+    address->lpSockaddr = nullptr;
+    address->iSockaddrLength = 0;
+    if (MeansAnyAddress(host)) {
+        StoreWildcard(family, port, address);
+        return 1;
+    }
+    // Flags stay 0, for servers too: a server that names a host binds to that host's address only.
+    addrinfo hints{};
+    hints.ai_family = family;
+    hints.ai_socktype = socket_type;
+    hints.ai_protocol = protocol;
+    addrinfo* list = nullptr;
+    if (!GetAddrInfoW(host, port, &hints, &list)) {
+        return 0;
+    }
+    const addrinfo* entry = LastInternetEntry(list);
+    const bool stored =
+        entry != nullptr && StoreAddress(address, entry->ai_addr, entry->ai_addrlen);
+    freeaddrinfo(list);
+    return stored ? 1 : 0;
+}
+
+int CSocketUtil::GetHostNameW(const sockaddr* address, int address_bytes, TSOHostNameW* host,
+                              int flags) noexcept {
+    return net::GetNameInfoW(address, address_bytes, host, nullptr, flags);
+}
+
+int CSocketUtil::GetServName(const sockaddr* address, int address_bytes, TSOServiceNameW* service,
+                             int flags) noexcept {
+    return net::GetNameInfoW(address, address_bytes, nullptr, service, flags);
+}
+
+int net::GetNameInfoW(const sockaddr* address, int address_bytes, TSOHostNameW* host,
+                      TSOServiceNameW* service, int flags) noexcept {
+    char host_text[sizeof(TSOHostNameA)] = {};
+    const int result =
+        (getnameinfo)(address, address_bytes, host_text, sizeof(host_text), nullptr, 0, flags);
+    if (result != 0) {
+        return result;
+    }
+    if (host != nullptr) {
+        CopyText(host->name, StrConvert(host_text, kSystemCodePage));
+    }
+    if (service != nullptr) {
+        CopyText(service->name, nullptr);
+    }
+    return 0;
+}
+
+}  // namespace ZTK

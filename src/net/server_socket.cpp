@@ -1,0 +1,152 @@
+// The server socket and its listener thread.
+#include "net/name_lookup.h"
+#include "platform/socket_calls.h"
+#include "sync/thread_registry.h"
+#include "ztk/sockets.h"
+#include "ztk/threads.h"
+
+namespace ZTK {
+
+namespace {
+
+constexpr DWORD kTextCapacity = 1025;
+constexpr int kMaximumBacklog = 0x7FFFFFFF;
+
+// The listener thread's results.
+constexpr DWORD kStopped = 1;
+constexpr DWORD kFailed = 0;  // also after a stop that came during an accept
+
+// Another handle of the thread for the registry, or null.
+HANDLE Duplicate(HANDLE thread) noexcept {
+    HANDLE copy = nullptr;
+    const BOOL made = DuplicateHandle(GetCurrentProcess(), thread, GetCurrentProcess(), &copy, 0,
+                                      FALSE, DUPLICATE_SAME_ACCESS);
+    return made ? copy : nullptr;
+}
+
+}  // namespace
+
+CServerSocket::CServerSocket(ISOListener* listener, int buffer_size,
+                             TSOSocketInfo* endpoint) noexcept
+    : CSocket(endpoint, buffer_size), listener_(listener) {}
+
+CServerSocket::~CServerSocket() {
+    listener_ = nullptr;
+}
+
+bool CServerSocket::Resume() noexcept {
+    return true;
+}
+
+bool CServerSocket::Pause() noexcept {
+    return true;
+}
+
+int CServerSocket::Listen() noexcept {
+    if (thread_id_ != 0) {
+        return -1;
+    }
+    DWORD id = 0;
+    HANDLE thread = CreateThread(nullptr, 0, ListenThreadProc, this, CREATE_SUSPENDED, &id);
+    if (thread == nullptr) {
+        return 1;
+    }
+    thread_id_ = id;
+    // The caller gets no handle, so nobody could close the one in the registry when the thread ends
+    // by itself: the thread does. Our own handle stays good meanwhile.
+    HANDLE registered = Duplicate(thread);
+    if (registered == nullptr) {
+        (void)RegisterThread(id, thread);
+        (void)ResumeThread(thread);
+        return 1;
+    }
+    (void)RegisterThread(id, registered);
+    (void)ResumeThread(thread);
+    DWORD exit_code = 0;
+    const bool running = GetExitCodeThread(thread, &exit_code) && exit_code == STILL_ACTIVE;
+    CloseHandle(thread);
+    return running ? 1 : 0;
+}
+
+DWORD WINAPI CServerSocket::ListenThreadProc(void* parameter) {
+    const DWORD result = static_cast<CServerSocket*>(parameter)->ListenProc();
+    // Nobody waits for this thread any more once it is out of the registry, so the object may be
+    // gone from here on. WaitRegisteredThreadsExit may have taken the handle over; then there is
+    // none to close.
+    HANDLE registered = sync::RemoveThread(GetCurrentThreadId());
+    if (registered != nullptr) {
+        CloseHandle(registered);
+    }
+    return result;
+}
+
+DWORD CServerSocket::ListenProc() {
+    if (!OpenListeningSocket()) {
+        return kFailed;
+    }
+    TSOHostNameW name{};
+    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, kTextCapacity);
+    if (net::GetNameInfoW(address_.lpSockaddr, address_.iSockaddrLength, &name, nullptr, 0) == 0) {
+        net::CopyText(host_, name.name);
+    }
+    listener_.load()->OnListen(host_, ip_address_, port_);
+    SetSocketError(0);
+    return AcceptLoop();
+}
+
+// On failure the listener has been told; the socket stays open until Shutdown or destruction.
+bool CServerSocket::OpenListeningSocket() {
+    // A failed creation is not noticed here: the calls below fail on it and report the reason.
+    const SOCKET created = socket(family_, socket_type_, protocol_);
+    socket_ = created;
+    listener_.load()->OnSocketCreated(created);
+    if (CSocketUtil::GetHostAddress(host_, family_, protocol_, socket_type_, port_, &address_) ==
+        0) {
+        listener_.load()->OnError(this, WSAGetLastError());
+        return false;
+    }
+    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, kTextCapacity);
+    if (bind(created, address_.lpSockaddr, address_.iSockaddrLength) != 0) {
+        listener_.load()->OnError(this, WSAGetLastError());
+        return false;
+    }
+    if (listen(created, kMaximumBacklog) != 0) {
+        const int error = WSAGetLastError();
+        SetSocketError(error);
+        listener_.load()->OnError(this, error);
+        return false;
+    }
+    return true;
+}
+
+DWORD CServerSocket::AcceptLoop() {
+    ISOListener* listener = listener_;
+    while (listener != nullptr && !listener->IsStopping()) {
+        // The peer's address replaces the server's own; its texts stay.
+        int bytes = address_.iSockaddrLength;
+        const SOCKET accepted =
+            accept(static_cast<SOCKET>(socket_.load()), address_.lpSockaddr, &bytes);
+        const int error = accepted == INVALID_SOCKET ? WSAGetLastError() : 0;
+        if (listener->IsStopping()) {
+            if (accepted != INVALID_SOCKET) {
+                (void)closesocket(accepted);
+            }
+            Shutdown();
+            return kFailed;
+        }
+        if (accepted == INVALID_SOCKET) {
+            SetSocketError(error);
+            listener->OnError(this, error);
+            Shutdown();
+            return kFailed;
+        }
+        int enable = 1;
+        (void)CSocketUtil::SetOptions(accepted, SOL_SOCKET, SO_DONTLINGER, &enable, sizeof(enable));
+        listener->OnAccept(this, accepted);
+        listener = listener_;
+    }
+    Shutdown();
+    return kStopped;
+}
+
+}  // namespace ZTK
