@@ -4,7 +4,8 @@
 // Lengths and counts are in elements (bytes or 16-bit units) without the terminator. The functions
 // survive bad arguments instead of reporting them. "Bad" below means null, or a pointer whose first
 // element cannot be read; where only null is named, other unreadable pointers fault. Character
-// classes and case are those of the "C" locale: only ASCII letters have a case.
+// classes and case are those of the "C" locale: only ASCII letters have a case. No function throws,
+// logs or changes the last error.
 //
 // Thread-safety: every function may be called from any thread; StrConvert and StrFormat return ring
 // strings (see ZTKGetTmpString in ztk/memory.h for how long they stay valid).
@@ -16,8 +17,7 @@
 
 namespace ZTK {
 
-// --- Character classes
-// -------------------------------------------------------------------------------
+// --- Character classes ---
 
 // Nonzero for an ASCII letter, or an ASCII digit. Elements outside 1 to 127 give 0.
 [[nodiscard]] ZTK_API unsigned int IsAlpha(char c) noexcept;
@@ -29,8 +29,7 @@ namespace ZTK {
 [[nodiscard]] ZTK_API unsigned int IsAlphaNum(char c) noexcept;
 [[nodiscard]] ZTK_API unsigned int IsAlphaNum(wchar_t c) noexcept;
 
-// --- Length
-// ------------------------------------------------------------------------------------------
+// --- Length ---
 
 // The number of elements before the terminator; 0 for a bad string.
 [[nodiscard]] ZTK_API std::uint64_t StrLength(const char* s) noexcept;
@@ -40,8 +39,7 @@ namespace ZTK {
 [[nodiscard]] ZTK_API const char* EndOfString(const char* s) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* EndOfString(const wchar_t* s) noexcept;
 
-// --- Copy
-// --------------------------------------------------------------------------------------------
+// --- Copy ---
 
 // Copies src with its terminator to dst; nothing if either is bad.
 // REQUIRES: dst has room for StrLength(src) + 1 elements; the two do not overlap.
@@ -61,8 +59,7 @@ ZTK_API void StrCopy(wchar_t* dst, const wchar_t* src) noexcept;
 ZTK_API bool StrSafeCopy(char* dst, const char* src, std::uint64_t n) noexcept;
 ZTK_API bool StrSafeCopy(wchar_t* dst, const wchar_t* src, std::uint64_t n) noexcept;
 
-// --- Compare
-// -----------------------------------------------------------------------------------------
+// --- Compare ---
 
 // Less than, equal to or greater than 0 as a sorts before, with or after b by unsigned element
 // value; only the sign has a meaning. A null sorts before every text and equals null.
@@ -82,8 +79,7 @@ ZTK_API bool StrSafeCopy(wchar_t* dst, const wchar_t* src, std::uint64_t n) noex
 [[nodiscard]] ZTK_API bool StrEqual(const wchar_t* a, const wchar_t* b,
                                     bool case_sensitive) noexcept;
 
-// --- Search
-// ------------------------------------------------------------------------------------------
+// --- Search ---
 // Results are pointers into the searched string, or null. Texts are compared exactly.
 
 // The first match of find that lies wholly inside the first limit elements of s; limit 0, or one
@@ -102,15 +98,14 @@ ZTK_API bool StrSafeCopy(wchar_t* dst, const wchar_t* src, std::uint64_t n) noex
 [[nodiscard]] ZTK_API const char* StrFind(const char* s, char c) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrFind(const wchar_t* s, wchar_t c) noexcept;
 
-// Exactly StrFind(s, c): the limit of the character form is ignored, so that both find the same
-// element.
+// Exactly StrFind(s, c): the limit of the character form is ignored, so that both find the same.
 [[nodiscard]] ZTK_API const char* StrSearch(const char* s, char c, std::uint64_t limit) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrSearch(const wchar_t* s, wchar_t c,
                                                std::uint64_t limit) noexcept;
 
 // The last match of find that starts at or before from and not before begin; it may extend past
-// from. A bad or empty find gives EndOfString(from). Null if begin or from is null, from lies
-// before begin, or nothing matches. REQUIRES: begin and from point into one string.
+// from. A bad or empty find gives EndOfString(from), wherever begin is. Null if begin or from is
+// null, from lies before begin, or nothing matches. REQUIRES: begin and from point into one string.
 [[nodiscard]] ZTK_API const char* StrRevFind(const char* begin, const char* from,
                                              const char* find) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrRevFind(const wchar_t* begin, const wchar_t* from,
@@ -121,8 +116,7 @@ ZTK_API bool StrSafeCopy(wchar_t* dst, const wchar_t* src, std::uint64_t n) noex
 [[nodiscard]] ZTK_API const wchar_t* StrRevFind(const wchar_t* begin, const wchar_t* from,
                                                 wchar_t c) noexcept;
 
-// --- Replace
-// -----------------------------------------------------------------------------------------
+// --- Replace ---
 
 // Overwrites every `from` in s by `to`, up to the terminator that s had on entry, and returns how
 // many. 0 for a bad or empty s.
@@ -137,19 +131,23 @@ ZTK_API std::uint64_t StrReplace(wchar_t* s, wchar_t from, wchar_t to) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrReplace(const wchar_t* s, const wchar_t* find,
                                                 const wchar_t* repl) noexcept;
 
-// --- Convert, format, parse
-// --------------------------------------------------------------------------
+// --- Convert, format, parse ---
 
 // text in the other width, as a ring string. code_page: 0 the system's narrow code page (UTF-8 on
-// Linux), 65001 UTF-8, others by number. Malformed input becomes the replacement character. Null
-// for a null or empty text, an unknown code page, and a result of more than 512000 elements,
-// terminator included.
+// Linux), 65001 UTF-8, others by number. Malformed input and lone surrogates become U+FFFD; what a
+// narrow page lacks becomes its '?'. Null for a null or empty text, an unknown code page, and a
+// result of more than 512000 elements, terminator included.
 [[nodiscard]] ZTK_API const char* StrConvert(const wchar_t* text, unsigned int code_page) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrConvert(const char* text, unsigned int code_page) noexcept;
 
-// printf into a ring string; %s takes text of the format's own width, %hs narrow and %ls wide text
-// in both. Null, not an empty string, when the result is empty or the format fails; null as well
-// for a result of 512000 elements or more.
+// printf into a ring string; %s takes text of the format's own width, %S of the other, %hs narrow
+// and %ls wide text in both. These read the same on both targets: d i u o x X c C s S p f F g G %%
+// with the sizes h l ll I I32 I64, where %ld takes the target's own long (a DWORD prints with %u).
+// On Linux e E a A and hh j z t L w follow the C standard as well, text of the other width goes
+// through UTF-8, and %n fails.
+//
+// Null, not an empty string, when the result is empty or the format fails; null as well for a
+// result of 512000 elements or more. A success takes one ring string, a failure none.
 [[nodiscard]] ZTK_API const char* StrFormat(const char* format, ...) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrFormat(const wchar_t* format, ...) noexcept;
 

@@ -2,11 +2,13 @@
 
 #include "frame/hex_line.h"
 #include "frame/logging_switches.h"
+#include "frame/scratch_text.h"
 #include "frame/static_object.h"
 #include "frame/trace_log.h"
+#include "platform/code_page.h"
 #include "sync/lock_guard.h"
 #include "ztk/logging.h"
-#include "ztk/strings.h"
+#include "ztk/memory.h"
 #include "ztk/sync.h"
 
 namespace ZTK {
@@ -17,7 +19,7 @@ constinit LoggingSwitches logging_switches;
 namespace {
 
 constexpr int kTextMode = 1;
-constexpr unsigned int kUtf8 = 65001;
+constexpr UINT kUtf8 = 65001;
 
 struct LogState {
     CLock lock;
@@ -25,6 +27,23 @@ struct LogState {
 };
 
 constinit StaticObject<LogState> log_state;
+
+// Takes a ring slot as every conversion does; a text too long for one is not written.
+void WriteUtf8(const char* text) noexcept {
+    ScratchText wide;
+    int count = MultiByteToWideChar(kUtf8, 0, text, -1, wide.get(), ScratchText::kShort);
+    if (count == 0) {
+        count = MultiByteToWideChar(kUtf8, 0, text, -1, nullptr, 0);
+        if (!wide.Reserve(count)) {
+            return;
+        }
+        count = MultiByteToWideChar(kUtf8, 0, text, -1, wide.get(), count);
+    }
+    wchar_t* slot = nullptr;
+    if (ZTKGetTmpString(slot, static_cast<unsigned int>(count)) != 0) {
+        WriteTraceLog(wide.get());
+    }
+}
 
 }  // namespace
 
@@ -48,10 +67,7 @@ void LogTextA(const char* text) noexcept {
         return;
     }
     const sync::LockGuard guard(frame::log_state.Get().lock);
-    const wchar_t* wide = StrConvert(text, frame::kUtf8);
-    if (wide != nullptr) {  // null when the text is too long for a ring string
-        frame::WriteTraceLog(wide);
-    }
+    frame::WriteUtf8(text);
 }
 
 void LogTextW(const wchar_t* text) noexcept {

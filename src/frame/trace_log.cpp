@@ -4,7 +4,7 @@
 #include <cstdarg>
 #include <cstdint>
 
-#include "frame/tmp_ring.h"
+#include "frame/scratch_text.h"
 #include "platform/formatting.h"
 #include "platform/text_stream.h"
 #include "ztk/logging.h"
@@ -56,19 +56,35 @@ bool OpenTraceLog(const wchar_t* path) noexcept {
     return stream != nullptr;
 }
 
-void Trace(const wchar_t* format, std::va_list arguments) noexcept {
+// Formats into text; the length without terminator, or -1 when the format fails or memory is short.
+int FormatInto(ScratchText& text, const wchar_t* format, std::va_list arguments) noexcept {
     std::va_list again;
     va_copy(again, arguments);
-    const int length = _vscwprintf(format, arguments);
-    wchar_t* text = nullptr;
-    // A slot is taken whether or not a trace log is open. A failed format asks for 0 characters,
-    // which the ring refuses.
-    if (ZTKGetTmpString(text, length < 0 ? 0U : static_cast<unsigned int>(length) + 1) != 0) {
-        (void)_vsnwprintf(text, static_cast<std::size_t>(length), format, again);
-        text[length] = L'\0';
-        WriteTraceLog(text);
-    }
+    int length = _vsnwprintf(text.get(), ScratchText::kShort, format, again);
     va_end(again);
+    if (length >= 0 && length < ScratchText::kShort) {
+        return length;
+    }
+    va_copy(again, arguments);
+    length = _vscwprintf(format, again);
+    va_end(again);
+    if (length < 0 || !text.Reserve(length + 1)) {
+        return -1;
+    }
+    (void)_vsnwprintf(text.get(), static_cast<std::size_t>(length) + 1, format, arguments);
+    return length;
+}
+
+void Trace(const wchar_t* format, std::va_list arguments) noexcept {
+    ScratchText text;
+    const int length = FormatInto(text, format, arguments);
+    // A slot is taken whether or not a trace log is open. A failed format asks for 0 characters,
+    // which the ring refuses, as it does a text that is too long.
+    wchar_t* slot = nullptr;
+    if (ZTKGetTmpString(slot, static_cast<unsigned int>(length) + 1) != 0) {
+        text.get()[length] = L'\0';
+        WriteTraceLog(text.get());
+    }
 }
 
 }  // namespace

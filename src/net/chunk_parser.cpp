@@ -14,15 +14,17 @@ namespace ZTK::net {
 
 namespace {
 
-// Whether a packet of size bytes is whole once received bytes are there. Sizes that make no sense never
-// are: such a message waits for ever.
+// Whether a packet of size bytes is whole once received bytes are there. Sizes that make no sense
+// never are: such a message waits for ever.
 bool IsWhole(std::int64_t size, std::int64_t received) {
     return size >= 1 && size <= INT_MAX && received >= size;
 }
 
 }  // namespace
 
-ChunkParser::~ChunkParser() { allocation::RuntimeFree(spill_); }
+ChunkParser::~ChunkParser() {
+    allocation::RuntimeFree(spill_);
+}
 
 bool ChunkParser::Run() {
     bool any = false;
@@ -40,8 +42,8 @@ bool ChunkParser::Run() {
     return any;
 }
 
-// Gives the rest of the chunk to the message. True when that completed it: it is queued then, and the
-// parser stands behind it. False leaves the message waiting with all bytes that could be kept.
+// Gives the rest of the chunk to the message. True when that completed it: it is queued then, and
+// the parser stands behind it. False leaves the message waiting with all bytes that could be kept.
 bool ChunkParser::Complete(CSocketMsg& message) {
     return message.received_ == 0 ? LookInPlace(message) : AppendToPacket(message);
 }
@@ -106,7 +108,8 @@ bool ChunkParser::AppendToPacket(CSocketMsg& message) {
     const int before = message.received_;
     const bool known = message.message_length_ >= 1;
     std::int64_t size = message.Sum();
-    // All of the chunk, unless it is known where the packet ends: what lies behind is for the next one.
+    // All of the chunk, unless it is known where the packet ends: what lies behind is for the next
+    // one.
     int taken = left_;
     if (known && size >= before && IsWhole(size, std::int64_t{before} + left_))
         taken = static_cast<int>(size - before);
@@ -136,9 +139,9 @@ bool ChunkParser::AppendToPacket(CSocketMsg& message) {
 
 // Moves on to the bytes behind a packet whose first bytes came earlier.
 //
-// Unless the remainder is kept, only as many bytes are handed on as the chunk is longer than the whole
-// packet, though more lie there. Callers' peers take turns: what would follow a message in a later chunk
-// belongs to an exchange that is over, and hosts rely on its being dropped.
+// Unless the remainder is kept, only as many bytes are handed on as the chunk is longer than the
+// whole packet, though more lie there. Callers' peers take turns: what would follow a message in a
+// later chunk belongs to an exchange that is over, and hosts rely on its being dropped.
 void ChunkParser::HandOnBehind(CSocketMsg& message, int before, int size) {
     message.Truncate(size);
     const int missing = size - before;
@@ -146,9 +149,9 @@ void ChunkParser::HandOnBehind(CSocketMsg& message, int before, int size) {
     left_ -= receiver_.keep_remainder_ ? missing : size;
 }
 
-// The same when the packet ends before the chunk's first byte: the header took longer to be understood
-// than the packet is long. The bytes to hand on are in the packet's block then, which is about to be
-// queued and may be reused any time: they are copied out of it.
+// The same when the packet ends before the chunk's first byte: the header took longer to be
+// understood than the packet is long. The bytes to hand on are in the packet's block then, which is
+// about to be queued and may be reused any time: they are copied out of it.
 bool ChunkParser::HandOnFromBlock(CSocketMsg& message, int size) {
     const int behind = message.received_ - size;
     const int rest = receiver_.keep_remainder_ ? behind : std::min(behind, left_ - size);
@@ -166,8 +169,8 @@ bool ChunkParser::HandOnFromBlock(CSocketMsg& message, int size) {
     return true;
 }
 
-// Has a complete message checked, queued and logged, in this order. The lock has been held throughout, so
-// the message is still ours when it is logged; but the check may have changed it.
+// Has a complete message checked, queued and logged, in this order. The lock has been held
+// throughout, so the message is still ours when it is logged; but the check may have changed it.
 bool ChunkParser::Publish(CSocketMsg& message, int size) {
     receiver_.AssertValidMsg(&message);
     if (!Append(receiver_.queue_, &message))
@@ -176,7 +179,8 @@ bool ChunkParser::Publish(CSocketMsg& message, int size) {
         return true;
     size = std::min(size, message.capacity_);
     if (!frame::LoggingAsText()) {
-        LogHex(L"recv:", reinterpret_cast<unsigned char*>(message.packet_), static_cast<DWORD>(size));
+        LogHex(L"recv:", reinterpret_cast<unsigned char*>(message.packet_),
+               static_cast<DWORD>(size));
         return true;
     }
     const int offset = message.message_offset_;

@@ -1,8 +1,8 @@
 // One run of AddMessage: cuts a chunk into messages without copying it once per message.
 //
-// A message that has no bytes yet looks at the chunk in place; its own bytes are copied once, when their
-// number is known. What a hook can see is the same as if each message had been given all the rest of the
-// chunk and the bytes behind its packet had been handed on to the next.
+// A message that has no bytes yet looks at the chunk in place; its own bytes are copied once, when
+// their number is known. What a hook can see is the same as if each message had been given all the
+// rest of the chunk and the bytes behind its packet had been handed on to the next.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,9 @@
 namespace ZTK::net {
 
 class ChunkParser {
-   public:
-    // REQUIRES: the receiver's lock is held, it has a current message, and there is at least one byte.
+  public:
+    // REQUIRES: the receiver's lock is held, it has a current message, and there is at least one
+    // byte.
     ChunkParser(CSocketMsgReceiver& receiver, char* data, int length) noexcept
         : receiver_(receiver), bytes_(data), left_(length) {}
     ChunkParser(const ChunkParser&) = delete;
@@ -23,7 +24,7 @@ class ChunkParser {
     // Parses the chunk; whether a message was completed.
     bool Run();
 
-   private:
+  private:
     bool Complete(CSocketMsg& message);
     bool LookInPlace(CSocketMsg& message);
     bool AskInPlace(CSocketMsg& message);

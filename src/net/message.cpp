@@ -8,11 +8,16 @@
 
 namespace ZTK {
 
-CSocketMsg::~CSocketMsg() { MemFree(packet_); }
+CSocketMsg::~CSocketMsg() {
+    MemFree(packet_);
+}
 
-// A hook may copy the message whose header it is asked for. The bytes then lie in the caller's chunk, which
-// the copy would outlive: the source takes them into its block first, and the two share that.
-CSocketMsg::CSocketMsg(const CSocketMsg& other) noexcept { *this = other; }
+// A hook may copy the message whose header it is asked for. The bytes then lie in the caller's
+// chunk, which the copy would outlive: the source takes them into its block first, and the two
+// share that.
+CSocketMsg::CSocketMsg(const CSocketMsg& other) noexcept {
+    *this = other;
+}
 
 CSocketMsg& CSocketMsg::operator=(const CSocketMsg& other) noexcept {
     (void)const_cast<CSocketMsg&>(other).Settle(0);  // short of memory it leaves no received bytes
@@ -29,7 +34,8 @@ CSocketMsg& CSocketMsg::operator=(const CSocketMsg& other) noexcept {
 int CSocketMsg::Add(void* data, int length) {
     if (data == nullptr || length < 1)
         return -1;
-    if (!Settle(0) || !Append(static_cast<const char*>(data), length, message_length_ < 1 ? 0 : Sum()))
+    if (!Settle(0) ||
+        !Append(static_cast<const char*>(data), length, message_length_ < 1 ? 0 : Sum()))
         return -1;
     if (message_length_ < 1 && !ParseHeader(&message_length_, &message_offset_, &trailer_length_))
         return -1;
@@ -39,9 +45,13 @@ int CSocketMsg::Add(void* data, int length) {
     return GetPacketSize();
 }
 
-void CSocketMsg::Reset() noexcept { Clear(); }
+void CSocketMsg::Reset() noexcept {
+    Clear();
+}
 
-char* CSocketMsg::GetPacket() noexcept { return view_ != nullptr ? view_ : packet_; }
+char* CSocketMsg::GetPacket() noexcept {
+    return view_ != nullptr ? view_ : packet_;
+}
 
 int CSocketMsg::GetPacketSize() noexcept {
     return static_cast<int>(std::clamp<std::int64_t>(Sum(), INT_MIN, INT_MAX));
@@ -54,15 +64,20 @@ char* CSocketMsg::GetMsg() noexcept {
     return packet + message_offset_;
 }
 
-int CSocketMsg::GetMsgLength() noexcept { return message_length_; }
+int CSocketMsg::GetMsgLength() noexcept {
+    return message_length_;
+}
 
-int CSocketMsg::GetRecvSize() noexcept { return received_; }
+int CSocketMsg::GetRecvSize() noexcept {
+    return received_;
+}
 
 // Makes the block hold bytes; false, with the block unchanged, when that cannot be had.
 //
-// A packet of expected bytes is allocated at once when half of it has arrived, else twice what has: a
-// length that a peer merely announces takes no memory, and a packet that trickles in is not copied for
-// every chunk. One zero byte is kept behind the packet, so that a body logged as text ends with it.
+// A packet of expected bytes is allocated at once when half of it has arrived, else twice what has:
+// a length that a peer merely announces takes no memory, and a packet that trickles in is not
+// copied for every chunk. One zero byte is kept behind the packet, so that a body logged as text
+// ends with it.
 bool CSocketMsg::Resize(std::int64_t bytes, std::int64_t expected) noexcept {
     if (packet_ != nullptr && bytes <= capacity_)
         return true;
@@ -82,8 +97,8 @@ bool CSocketMsg::Resize(std::int64_t bytes, std::int64_t expected) noexcept {
     return true;
 }
 
-// Copies length bytes behind the received ones and counts them; false, with nothing changed, when there
-// is no room for them.
+// Copies length bytes behind the received ones and counts them; false, with nothing changed, when
+// there is no room for them.
 bool CSocketMsg::Append(const char* data, int length, std::int64_t expected) noexcept {
     if (!Resize(std::int64_t{received_} + length, expected))
         return false;
@@ -93,8 +108,8 @@ bool CSocketMsg::Append(const char* data, int length, std::int64_t expected) noe
     return true;
 }
 
-// Takes the bytes that are still looked at in place into the own block. When that fails they are gone, and
-// nothing has been received.
+// Takes the bytes that are still looked at in place into the own block. When that fails they are
+// gone, and nothing has been received.
 bool CSocketMsg::Settle(std::int64_t expected) noexcept {
     if (view_ == nullptr)
         return true;

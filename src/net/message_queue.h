@@ -14,7 +14,8 @@ inline bool Grow(MessageRing& ring) noexcept {
     const std::size_t capacity = ring.capacity == 0 ? kFirstCapacity : 2 * ring.capacity;
     if (capacity > static_cast<std::size_t>(-1) / sizeof(CSocketMsg*))
         return false;
-    auto** slots = static_cast<CSocketMsg**>(allocation::RuntimeAlloc(capacity * sizeof(CSocketMsg*)));
+    auto** slots =
+        static_cast<CSocketMsg**>(allocation::RuntimeAlloc(capacity * sizeof(CSocketMsg*)));
     if (slots == nullptr)
         return false;
     for (std::size_t i = 0; i < ring.length; ++i)

@@ -1,4 +1,5 @@
-// The receiver: the queue of complete messages, the pool of spent ones, and the entry to the parser.
+// The receiver: the queue of complete messages, the pool of spent ones, and the entry to the
+// parser.
 #include "net/chunk_parser.h"
 #include "net/message_queue.h"
 #include "sync/lock_guard.h"
@@ -66,8 +67,12 @@ std::uint64_t CSocketMsgReceiver::GetQueueSize() noexcept {
     return queue_.length;
 }
 
-void CSocketMsgReceiver::LockQueue() noexcept { lock_.Lock(); }
+void CSocketMsgReceiver::LockQueue() noexcept {
+    lock_.Lock();
+}
 
-void CSocketMsgReceiver::UnlockQueue() noexcept { lock_.Unlock(); }
+void CSocketMsgReceiver::UnlockQueue() noexcept {
+    lock_.Unlock();
+}
 
 }  // namespace ZTK

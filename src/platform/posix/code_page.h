@@ -12,7 +12,7 @@ inline constexpr UINT CP_UTF8 = 65001;
 // destination_length 0 only measures. Returns the characters written or needed, or 0 with last
 // error ERROR_INVALID_PARAMETER (an unknown code page, null source, source_length 0 or below -1) or
 // ERROR_INSUFFICIENT_BUFFER. flags must be 0: malformed input and lone surrogates become U+FFFD (in
-// a code page without it, '?').
+// a code page without it, '?'). A destination that is too small holds what fitted.
 int MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR source, int source_length,
                         LPWSTR destination, int destination_length) noexcept;
 

@@ -46,6 +46,15 @@ inline void LeaveCriticalSection(CRITICAL_SECTION* section) noexcept {
 
 }  // namespace ZTKPosix
 
+namespace ZTK {
+
+// For the library's own code, which calls it at every turn of a lock: hides the exported function.
+inline DWORD GetCurrentThreadId() noexcept {
+    return ZTKPosix::CurrentThreadId();
+}
+
+}  // namespace ZTK
+
 using ZTKPosix::CRITICAL_SECTION;
 using ZTKPosix::DeleteCriticalSection;
 using ZTKPosix::EnterCriticalSection;

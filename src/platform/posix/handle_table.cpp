@@ -72,11 +72,6 @@ HANDLE OpenHandle(KernelObject& object) noexcept {
                                     (HandleValue{index} << kHandleTagBits));
 }
 
-KernelObject* FindObject(HANDLE handle) noexcept {
-    const Slot* slot = FindSlot(handle);
-    return slot != nullptr ? slot->object : nullptr;
-}
-
 bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept {
     if (FindObject(handle) == nullptr) {
         return false;

@@ -132,14 +132,22 @@ int connect(SOCKET s, const sockaddr* address, int length) noexcept {
         (void)::setsockopt(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, &enable, sizeof(enable));
     }
     use.Clear(kSocketReset);
-    use.Set(kSocketHadPeer);
     if (!use.Has(kSocketNonBlocking)) {
-        return ConnectAndWait(use, block);
+        if (ConnectAndWait(use, block) != 0) {
+            return SOCKET_ERROR;
+        }
+        use.Set(kSocketHadPeer);
+        return 0;
     }
     if (::connect(use.descriptor(), reinterpret_cast<const sockaddr*>(&block.storage),
                   block.length) != 0) {
-        return FailSocketWithErrno();
+        const int error = errno;
+        if (error == EINPROGRESS) {
+            use.Set(kSocketHadPeer);
+        }
+        return FailSocket(SocketErrorFromErrno(error));
     }
+    use.Set(kSocketHadPeer);
     return 0;
 }
 

@@ -199,7 +199,7 @@ int CloseSocket(SOCKET socket) noexcept {
 }
 
 bool RequireSocketsStarted() noexcept {
-    const std::lock_guard<std::mutex> guard(g_table_lock);
+    // Without the lock: the closing of all sockets comes here while it holds it.
     if (g_starts == 0) {
         (void)FailSocket(WSANOTINITIALISED);
         return false;

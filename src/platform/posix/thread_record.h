@@ -26,7 +26,10 @@ DWORD FetchThreadId() noexcept;
 
 inline DWORD CurrentThreadId() noexcept {
     const DWORD id = current_record.id;
-    return id != 0 ? id : FetchThreadId();
+    if (id == 0) [[unlikely]] {
+        return FetchThreadId();
+    }
+    return id;
 }
 
 // Makes sure that the calling thread's end is noticed: mutexes that it owns then become abandoned.

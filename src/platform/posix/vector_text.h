@@ -128,6 +128,16 @@ inline std::size_t CopyAsciiRun(const char* text, std::size_t count, wchar_t* ta
             return done + static_cast<std::size_t>(std::countr_zero(high));
         }
     }
+    if (done != 0 && done != count) {
+        // The rest is shorter than a block: the last block of the text covers it once more.
+        const std::size_t last = count - kVectorBytes;
+        const __m128i bytes = LoadBlock(text + last);
+        const auto high = static_cast<unsigned>(_mm_movemask_epi8(bytes));
+        auto* const out = reinterpret_cast<__m128i*>(target + last);
+        _mm_storeu_si128(out, _mm_unpacklo_epi8(bytes, zero));
+        _mm_storeu_si128(out + 1, _mm_unpackhi_epi8(bytes, zero));
+        return high == 0 ? count : last + static_cast<std::size_t>(std::countr_zero(high));
+    }
 #else
     while (count - done >= 8 && IsAsciiWord(text + done)) {
         for (const std::size_t stop = done + 8; done < stop; ++done) {
@@ -161,6 +171,14 @@ inline std::size_t CopyAsciiRun(const wchar_t* text, std::size_t count, char* ta
         if (other != 0) {
             return done + static_cast<std::size_t>(std::countr_zero(other)) / 2;
         }
+    }
+    if (done != 0 && done != count) {
+        // The rest is shorter than a block: the last block of the text covers it once more.
+        const std::size_t last = count - 8;
+        const __m128i units = LoadBlock(text + last);
+        const unsigned other = NonAsciiUnits(units);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(target + last), _mm_packus_epi16(units, units));
+        return other == 0 ? count : last + static_cast<std::size_t>(std::countr_zero(other)) / 2;
     }
 #else
     while (count - done >= 4 && IsAsciiWord(text + done)) {

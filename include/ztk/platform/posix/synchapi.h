@@ -65,8 +65,8 @@ ZTK_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) noexcept;
 ZTK_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL wait_all,
                                      DWORD milliseconds) noexcept;
 
-// Suspends the calling thread for at least milliseconds; 0 only lets other threads run, INFINITE never
-// returns.
+// Suspends the calling thread for at least milliseconds; 0 only lets other threads run, INFINITE
+// never returns.
 ZTK_API void Sleep(DWORD milliseconds) noexcept;
 
 }  // namespace ZTKPosix
