@@ -187,15 +187,15 @@ class ZTK_API CSocket {
 
     // The endpoint's host text; the numeric address text without port; the port in host byte order.
     // The texts belong to the object.
-    virtual const wchar_t* GetHost() noexcept;
-    virtual const wchar_t* GetIPAddress() noexcept;
-    virtual unsigned short GetPort() noexcept;
+    virtual const wchar_t* GetHost();
+    virtual const wchar_t* GetIPAddress();
+    virtual unsigned short GetPort();
 
     // Shuts the socket down in both directions and closes it; does nothing without a socket. Wakes
     // a worker thread that is blocked in a receive or an accept. May be called repeatedly and from
     // several threads at once, callbacks included: the socket is closed once. Data that the peer
     // sent and nobody has received yet is dropped; data already passed to Send is still delivered.
-    virtual void Shutdown() noexcept;
+    virtual void Shutdown();
 
     // Waits up to milliseconds (-1: without end) for the worker thread to end. Returns at once if
     // there is none or it has ended. Once it has ended, none of the object's callbacks runs again
@@ -379,11 +379,11 @@ class ZTK_API CServerSocket : public CSocket {
     //
     // Errors reach OnError. A port in use gives OnSocketCreated, then OnError with 10048; the last
     // error is set by listen and accept failures only.
-    virtual int Listen() noexcept;
+    virtual int Listen();
 
     // True, without effect: a derived server may give them a meaning.
-    virtual bool Resume() noexcept;
-    virtual bool Pause() noexcept;
+    virtual bool Resume();
+    virtual bool Pause();
 
   protected:
     static DWORD WINAPI ListenThreadProc(void* parameter);

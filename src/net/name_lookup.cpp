@@ -1,7 +1,9 @@
 #include "net/name_lookup.h"
 
+#include <cstdio>
 #include <cstring>
 
+#include "platform/code_page.h"
 #include "platform/socket_calls.h"
 #include "ztk/memory.h"
 #include "ztk/strings.h"
@@ -10,7 +12,7 @@ namespace ZTK {
 
 namespace {
 
-constexpr unsigned int kSystemCodePage = 0;
+constexpr UINT kSystemCodePage = 0;
 
 static_assert(sizeof(sockaddr_in) == 16 && sizeof(sockaddr_in6) == 28);
 
@@ -21,39 +23,32 @@ class LookupText {
     // Null and empty texts are passed to the system as null.
     explicit LookupText(const wchar_t* text) noexcept {
         if (text != nullptr && text[0] != 0) {
-            const char* narrow = StrConvert(text, kSystemCodePage);
-            if (narrow == nullptr) {  // far beyond any name
-                error_ = WSAHOST_NOT_FOUND;
-                return;
-            }
-            Copy(narrow);
+            valid_ = WideCharToMultiByte(kSystemCodePage, 0, text, -1, text_, sizeof(text_),
+                                         nullptr, nullptr) != 0;
+            given_ = true;
         }
     }
-    explicit LookupText(unsigned short port) noexcept { Copy(StrFormat("%d", int{port})); }
+    explicit LookupText(unsigned short port) noexcept : given_(true) {
+        (void)std::snprintf(text_, sizeof(text_), "%d", int{port});
+    }
     LookupText(const LookupText&) = delete;
     LookupText& operator=(const LookupText&) = delete;
-    ~LookupText() { StrFree(text_); }
 
-    [[nodiscard]] const char* get() const noexcept { return text_; }
-    [[nodiscard]] int error() const noexcept { return error_; }
+    [[nodiscard]] const char* get() const noexcept { return given_ ? text_ : nullptr; }
+
+    // False for a text far longer than any name, which cannot be looked up.
+    [[nodiscard]] bool valid() const noexcept { return valid_; }
 
   private:
-    void Copy(const char* text) noexcept {
-        text_ = StrDupW(text);
-        if (text_ == nullptr) {
-            error_ = WSA_NOT_ENOUGH_MEMORY;
-        }
-    }
-
-    const char* text_ = nullptr;
-    int error_ = 0;
+    char text_[4096];
+    bool given_ = false;
+    bool valid_ = true;
 };
 
 bool Resolve(const LookupText& host, const LookupText& service, const addrinfo* hints,
              addrinfo** result) noexcept {
-    const int error = host.error() != 0 ? host.error() : service.error();
-    if (error != 0) {
-        WSASetLastError(error);
+    if (!host.valid() || !service.valid()) {
+        WSASetLastError(WSAHOST_NOT_FOUND);
         return false;
     }
     return (getaddrinfo)(host.get(), service.get(), hints, result) == 0;
@@ -166,7 +161,11 @@ int net::GetNameInfoW(const sockaddr* address, int address_bytes, TSOHostNameW* 
         return result;
     }
     if (host != nullptr) {
-        CopyText(host->name, StrConvert(host_text, kSystemCodePage));
+        // Not through a ring string, which a busy process may hand out again before it is copied.
+        constexpr int kRoom = sizeof(host->name) / sizeof(host->name[0]);
+        if (MultiByteToWideChar(kSystemCodePage, 0, host_text, -1, host->name, kRoom) == 0) {
+            host->name[0] = 0;
+        }
     }
     if (service != nullptr) {
         CopyText(service->name, nullptr);

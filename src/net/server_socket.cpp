@@ -34,15 +34,15 @@ CServerSocket::~CServerSocket() {
     listener_ = nullptr;
 }
 
-bool CServerSocket::Resume() noexcept {
+bool CServerSocket::Resume() {
     return true;
 }
 
-bool CServerSocket::Pause() noexcept {
+bool CServerSocket::Pause() {
     return true;
 }
 
-int CServerSocket::Listen() noexcept {
+int CServerSocket::Listen() {
     if (thread_id_ != 0) {
         return -1;
     }

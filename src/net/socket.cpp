@@ -112,7 +112,7 @@ int CSocket::SetBufferSize(int bytes) noexcept {
     return buffer_size_;
 }
 
-void CSocket::Shutdown() noexcept {
+void CSocket::Shutdown() {
     // The member goes to 0 before anything is closed. So one of several threads closes the socket,
     // and a worker thread that this wakes finds 0 and knows that its own side closed.
     const std::uint64_t socket = socket_.exchange(0);
@@ -140,15 +140,15 @@ void CSocket::Unlock() noexcept {
     lock_.Unlock();
 }
 
-const wchar_t* CSocket::GetHost() noexcept {
+const wchar_t* CSocket::GetHost() {
     return host_;
 }
 
-const wchar_t* CSocket::GetIPAddress() noexcept {
+const wchar_t* CSocket::GetIPAddress() {
     return ip_address_;
 }
 
-unsigned short CSocket::GetPort() noexcept {
+unsigned short CSocket::GetPort() {
     return port_;
 }
 
