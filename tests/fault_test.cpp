@@ -1,0 +1,157 @@
+// What happens when memory runs out, provoked in a variant of the library whose allocation seam
+// refuses.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/faults.h"
+#include "support/text.h"
+#include "ztk/ztk.h"
+
+namespace {
+
+// Refuses every request from now on, for a scope.
+struct NoMemory {
+    NoMemory() { ztk_test::FailAlways(0); }
+    NoMemory(const NoMemory&) = delete;
+    NoMemory& operator=(const NoMemory&) = delete;
+    ~NoMemory() { ztk_test::StopFailing(); }
+};
+
+TEST(OutOfMemory, AllocatingFunctionsReturnNull) {
+    const std::function<const void*()> calls[] = {
+        [] { return ZTK::MemAlloc(1); },
+        [] { return ZTK::StrDupW("text"); },
+        [] { return ZTK::StrDupW(L"text"); },
+        [] { return ZTK::StrReplace("aaa", "a", "bb"); },
+        [] { return ZTK::StrReplace(L"aaa", L"a", L"bb"); },
+        [] { return ZTK::StrReplace(L"", L"a", L"bb"); },
+    };
+    for (const auto& call : calls) {
+        const auto live = ztk_test::LiveBlocks();
+        // Refuse the first request, then the second and so on, until the call gets all it needs.
+        const void* result = nullptr;
+        for (int refused = 0; result == nullptr && refused < 10; ++refused) {
+            ztk_test::FailAfter(refused);
+            result = call();
+            ztk_test::StopFailing();
+            if (refused == 0) {
+                EXPECT_EQ(result, nullptr) << &call - calls;
+            }
+        }
+        EXPECT_NE(result, nullptr) << &call - calls;
+        ZTK::MemFree(const_cast<void*>(result));
+        EXPECT_EQ(ztk_test::LiveBlocks(), live) << &call - calls;
+    }
+}
+
+TEST(OutOfMemory, ARefusedGrowthLeavesTheBlockAsItWas) {
+    void* block = ZTK::MemAlloc(100);
+    std::memset(block, 0x5A, 100);
+    {
+        const NoMemory none;
+        EXPECT_EQ(ZTK::MemRealloc(block, 1000), nullptr);
+    }
+    EXPECT_EQ(static_cast<unsigned char*>(block)[99], 0x5A);
+    ZTK::MemFree(block);
+}
+
+TEST(OutOfMemoryDeathTest, NoRingStringWithoutStorageIsHandedOut) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            const NoMemory none;
+            wchar_t* text = nullptr;
+            ZTK::ZTKGetTmpString(text, 400000);
+        },
+        "Out of memory for a temporary string");
+}
+
+TEST(OutOfMemory, ALockWithoutASectionDoesNothing) {
+    ztk_test::FailAlways(0);
+    ZTK::CLock lock;
+    ztk_test::StopFailing();
+    lock.Lock();
+    EXPECT_FALSE(lock.HaveLock());
+    lock.Unlock();
+}
+
+TEST(OutOfMemory, ASocketWithoutABufferReadsNothing) {
+    ztk_test::FailAlways(0);
+    ZTK::CClientSocket socket(100);
+    ztk_test::StopFailing();
+    EXPECT_EQ(socket.GetBuffer(), nullptr);
+    EXPECT_EQ(socket.Read(), 0);
+
+    ZTK::CClientSocket grown(100);
+    unsigned char* buffer = grown.GetBuffer();
+    ASSERT_NE(buffer, nullptr);
+    {
+        const NoMemory none;
+        EXPECT_EQ(grown.SetBufferSize(5000), 100);
+    }
+    EXPECT_EQ(grown.GetBuffer(), buffer);
+    EXPECT_EQ(grown.SetBufferSize(5000), 5000);
+}
+
+TEST(OutOfMemory, AFullRegistryRefusesTheThreadAndKeepsTheOthers) {
+    std::vector<HANDLE> handles;
+    unsigned int id = 1;
+    ztk_test::FailAlways(1000000);  // counts only
+    for (; id <= 16; ++id) {
+        ASSERT_NE(ZTK::RegisterThread(id, nullptr), nullptr);
+    }
+    {
+        const NoMemory none;
+        EXPECT_EQ(ZTK::RegisterThread(id, nullptr), nullptr);
+    }
+    EXPECT_EQ(ZTK::GetThreadNotify(id), nullptr);
+    EXPECT_NE(ZTK::GetThreadNotify(16), nullptr);
+    EXPECT_NE(ZTK::RegisterThread(id, nullptr), nullptr);
+    ZTK::WaitRegisteredThreadsExit(0);
+}
+
+std::string LogOf(const std::function<void()>& writes) {
+    std::remove("fault_test.log");
+    EXPECT_TRUE(ZTKOpenTraceLog(L"fault_test.log"));
+    ZTK::EnableLogging(true, 0);
+    writes();
+    ZTK::EnableLogging(false, 0);
+    ZTKCloseTraceLog();
+    std::string text;
+    if (std::FILE* file = std::fopen("fault_test.log", "rb")) {
+        for (int c; (c = std::fgetc(file)) != EOF;) {
+            if (c != 0 && c != 0xFF && c != 0xFE && c != '\r') {
+                text += static_cast<char>(c);
+            }
+        }
+        std::fclose(file);
+    }
+    std::remove("fault_test.log");
+    return text;
+}
+
+// Silences LogHex for the rest of the process: no hex dump can be tested behind it.
+TEST(OutOfMemory, AHexDumpWithoutABufferTriesAgainButOneThatCannotGrowFallsSilent) {
+    std::vector<unsigned char> data(50000, 0x11);
+    const std::string text = LogOf([&] {
+        {
+            const NoMemory none;
+            ZTK::LogHex(L"lost", data.data(), 1);
+        }
+        ZTK::LogHex(L"first", data.data(), 1);
+        ztk_test::FailAfter(0);
+        ZTK::LogHex(L"lost", data.data(), 50000);
+        ztk_test::StopFailing();
+        ZTK::LogHex(L"silent", data.data(), 1);
+        ZTK::LogTextW(L"text goes on\n");
+    });
+    EXPECT_EQ(text, "first 11\ntext goes on\n");
+}
+
+}  // namespace
