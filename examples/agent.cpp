@@ -1,0 +1,216 @@
+// A debugger agent: listens, and answers the requests of any number of peers at once.
+//
+//     agent --port 9000 --log agent.log
+#include <atomic>
+#include <cstdio>
+#include <iterator>
+#include <list>
+#include <memory>
+
+#include "command_line.h"
+#include "connection.h"
+
+namespace {
+
+using example::Connection;
+using example::Narrow;
+
+constexpr const char* kUsage =
+    "usage: agent [--host HOST] [--port N] [--port-file F] [--serve-for N] [--log F] [--log-hex]\n"
+    "\n"
+    "Listens for peers and answers their requests (peer sends them; \"help\" lists them).\n"
+    "\n"
+    "  --host HOST     local name or address to listen on; \"any\" for all (127.0.0.1)\n"
+    "  --port N        port to listen on; 0 lets the system choose (0)\n"
+    "  --port-file F   write the port to file F once listening has begun\n"
+    "  --serve-for N   end when N peers have come and gone (else: never)\n"
+    "  --once          the same as --serve-for 1\n"
+    "  --log F         write a trace log with all received messages to file F\n"
+    "  --log-hex       log messages as hex dumps instead of as text\n"
+    "\n"
+    "The agent also ends when a peer sends the request \"shutdown\".\n"
+    "Exit code: 0 after a clean end, 1 on an error, 2 for a bad command line.\n";
+
+struct Settings {
+    std::string host;
+    long port = 0;
+    std::string port_file;
+    long serve_for = 0;  // 0: no end
+    std::string log;
+    bool log_hex = false;
+};
+
+// The whole file appears at once, so that whoever waits for it never reads half a number.
+bool WritePortFile(const std::string& path, unsigned port) {
+    const std::string unfinished = path + ".new";
+    std::FILE* file = std::fopen(unfinished.c_str(), "w");
+    if (file == nullptr)
+        return false;
+    const bool written = std::fprintf(file, "%u\n", port) > 0;
+    if (std::fclose(file) != 0 || !written)
+        return false;
+    std::remove(path.c_str());
+    return std::rename(unfinished.c_str(), path.c_str()) == 0;
+}
+
+// The port that the system gave to a listening socket; the server itself knows the one it asked
+// for.
+unsigned ListeningPort(std::uint64_t socket) {
+    sockaddr_storage address = {};
+    int bytes = sizeof address;
+    if (ZTK::CSocketUtil::GetSockName(socket, reinterpret_cast<sockaddr*>(&address), &bytes) != 0)
+        return 0;
+    if (address.ss_family == 2)
+        return ntohs(reinterpret_cast<sockaddr_in*>(&address)->sin_port);
+    return ntohs(reinterpret_cast<sockaddr_in6*>(&address)->sin6_port);
+}
+
+// The listener's callbacks run on the listener thread, the owner's on those of the connections;
+// Serve runs on the main thread.
+class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
+  public:
+    explicit Agent(const Settings& settings)
+        : settings_(settings),
+          endpoint_(example::Endpoint(settings.host, settings.port)),
+          server_(this, 0, &endpoint_),
+          changed_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+    Agent(const Agent&) = delete;
+    Agent& operator=(const Agent&) = delete;
+    ~Agent() { CloseHandle(changed_); }
+
+    // Returns when the agent is to end. False after an error.
+    bool Serve() {
+        if (server_.Listen() == 1) {
+            while (!ending_) {
+                WaitForSingleObject(changed_, INFINITE);
+                RemoveFinishedConnections();
+            }
+        }
+        Stop();
+        return !failed_;
+    }
+
+    // ISOListener
+    bool IsStopping() override { return ending_; }
+    void OnSocketCreated(std::uint64_t) override {}
+
+    void OnListen(const wchar_t*, const wchar_t* address, unsigned short) override {
+        const unsigned port = ListeningPort(server_.GetSocket());
+        std::printf("agent: listening on %s port %u\n", Narrow(address).c_str(), port);
+        std::fflush(stdout);
+        ZTKTrace(L"agent: listening on port %u\n", port);
+        if (!settings_.port_file.empty() && !WritePortFile(settings_.port_file, port)) {
+            std::fprintf(stderr, "agent: cannot write %s\n", settings_.port_file.c_str());
+            failed_ = true;
+            OnEndRequested();
+        }
+    }
+
+    void OnAccept(ZTK::CServerSocket*, std::uint64_t socket) override {
+        auto connection = std::make_unique<Connection>(++accepted_, socket, this, &target_);
+        if (!connection->Start()) {
+            std::fprintf(stderr, "agent: no thread for peer %d\n", accepted_);
+            return;  // drops the peer
+        }
+        lock_.Lock();
+        connections_.push_back(std::move(connection));
+        lock_.Unlock();
+        SetEvent(changed_);  // it may be over already
+    }
+
+    void OnError(ZTK::CServerSocket*, int error) override {
+        std::fprintf(stderr, "agent: cannot serve %s port %ld: %s (%d)\n", settings_.host.c_str(),
+                     settings_.port, Narrow(ZTK::CSocketUtil::PrintSocketError(error)).c_str(),
+                     error);
+        failed_ = true;
+        OnEndRequested();
+    }
+
+    // ConnectionOwner
+    bool IsEnding() const override { return ending_; }
+    void OnEndRequested() override {
+        ending_ = true;
+        SetEvent(changed_);
+    }
+    void OnConnectionOver() override { SetEvent(changed_); }
+
+  private:
+    void RemoveFinishedConnections() {
+        std::list<std::unique_ptr<Connection>> finished;
+        lock_.Lock();
+        for (auto it = connections_.begin(); it != connections_.end();) {
+            const auto next = std::next(it);
+            if ((*it)->IsOver())
+                finished.splice(finished.end(), connections_, it);
+            it = next;
+        }
+        lock_.Unlock();
+        served_ += static_cast<long>(finished.size());
+        if (settings_.serve_for > 0 && served_ >= settings_.serve_for)
+            ending_ = true;
+    }  // destroyed without the lock, since that waits for their threads
+
+    // First no new peers, then the old ones.
+    void Stop() {
+        ending_ = true;
+        const HANDLE listener_thread = ZTK::GetThreadHandle(server_.GetThreadID());
+        server_.Shutdown();
+        server_.WaitForThreadExit(-1);
+        if (listener_thread != nullptr)
+            CloseHandle(listener_thread);
+        connections_.clear();
+    }
+
+    const Settings settings_;
+    ZTK::TSOSocketInfo endpoint_;
+    ZTK::CServerSocket server_;
+    example::Target target_;
+    HANDLE changed_;  // auto-reset: something happened that Serve is to look at
+    std::atomic<bool> ending_{false};
+    std::atomic<bool> failed_{false};
+    int accepted_ = 0;  // touched by the listener thread
+    long served_ = 0;   // touched by the main thread
+    ZTK::CLock lock_;   // guards connections_
+    std::list<std::unique_ptr<Connection>> connections_;
+};
+
+int Run(const Settings& settings) {
+    if (!settings.log.empty()) {
+        if (!ZTKOpenTraceLog(ZTK::StrConvert(settings.log.c_str(), 0))) {
+            std::fprintf(stderr, "agent: cannot write %s\n", settings.log.c_str());
+            return 1;
+        }
+        ZTK::EnableLogging(true, settings.log_hex ? 0 : 1);
+    }
+    ZTK::InitWSA();
+    const bool ok = Agent(settings).Serve();
+    // All threads of ours have ended by now; this waits for any that were forgotten.
+    ZTK::WaitRegisteredThreadsExit(5000);
+    ZTK::CloseWSA();
+    ZTKTrace(L"agent: ended\n");
+    ZTKCloseTraceLog();
+    return ok ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    example::CommandLine line(argc, argv);
+    if (line.Flag("--help")) {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
+    Settings settings;
+    settings.host = line.Text("--host", "127.0.0.1");
+    settings.port = line.Number("--port", 0, 65535, 0);
+    settings.port_file = line.Text("--port-file", "");
+    settings.serve_for = line.Number("--serve-for", 1, 1000000000, line.Flag("--once") ? 1 : 0);
+    settings.log = line.Text("--log", "");
+    settings.log_hex = line.Flag("--log-hex");
+    std::string problem;
+    if (!line.Understood(&problem)) {
+        std::fprintf(stderr, "agent: %s\n%s", problem.c_str(), kUsage);
+        return 2;
+    }
+    return Run(settings);
+}

@@ -1,0 +1,70 @@
+// Command lines and endpoints of the examples.
+#include "command_line.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace example {
+
+CommandLine::CommandLine(int argc, char** argv)
+    : arguments_(argv + std::min(1, argc), argv + argc) {}
+
+bool CommandLine::Flag(const char* name) {
+    const auto found = std::find(arguments_.begin(), arguments_.end(), name);
+    if (found == arguments_.end())
+        return false;
+    arguments_.erase(found);
+    return true;
+}
+
+std::string CommandLine::Text(const char* name, const char* otherwise) {
+    const auto found = std::find(arguments_.begin(), arguments_.end(), name);
+    if (found == arguments_.end())
+        return otherwise;
+    if (found + 1 == arguments_.end()) {
+        problem_ = std::string(name) + " needs a value";
+        return otherwise;
+    }
+    std::string value = *(found + 1);
+    arguments_.erase(found, found + 2);
+    return value;
+}
+
+long CommandLine::Number(const char* name, long least, long most, long otherwise) {
+    const std::string text = Text(name, "");
+    if (text.empty())
+        return otherwise;
+    long value = 0;
+    const char* end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, value);
+    if (parsed.ec == std::errc() && parsed.ptr == end && value >= least && value <= most)
+        return value;
+    problem_ = std::string(name) + " takes a number from " + std::to_string(least) + " to " +
+               std::to_string(most) + ", not '" + text + "'";
+    return otherwise;
+}
+
+bool CommandLine::Understood(std::string* problem) const {
+    *problem = problem_;
+    if (problem->empty() && !arguments_.empty())
+        *problem = "unknown argument '" + arguments_.front() + "'";
+    return problem->empty();
+}
+
+ZTK::TSOSocketInfo Endpoint(const std::string& host, long port) {
+    ZTK::TSOSocketInfo info = {};
+    info.family = host.find(':') == std::string::npos ? 2 : 23;
+    info.protocol = IPPROTO_TCP;
+    info.socketType = 1;
+    info.port = static_cast<unsigned short>(port);
+    // An empty text converts to null, which leaves the host empty: every local address.
+    ZTK::StrSafeCopy(info.host, ZTK::StrConvert(host.c_str(), 0), 1024);
+    return info;
+}
+
+std::string Narrow(const wchar_t* text) {
+    const char* narrow = ZTK::StrConvert(text, 65001);
+    return narrow == nullptr ? "" : narrow;
+}
+
+}  // namespace example

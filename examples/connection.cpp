@@ -1,0 +1,150 @@
+// One peer of the agent.
+#include "connection.h"
+
+#include <cstdio>
+
+#include "command_line.h"
+
+namespace example {
+
+namespace {
+
+constexpr std::size_t kSendAtOnce = 64 * 1024;  // bytes of answers collected before they are sent
+
+}  // namespace
+
+Connection::Connection(int number, std::uint64_t socket, ConnectionOwner* owner, Target* target)
+    : number_(number), owner_(owner), target_(target), socket_(this, socket, 0) {}
+
+Connection::~Connection() {
+    // Shutdown ends a blocked receive and a blocked send; Close ends the waits of OnReceive.
+    inbox_.Close();
+    socket_.Shutdown();
+    if (answering_thread_ != nullptr) {
+        WaitForSingleObject(answering_thread_, INFINITE);
+        CloseHandle(answering_thread_);
+    }
+    // By now both threads have left the registry, so their handles are ours to close.
+    socket_.WaitForThreadExit(-1);
+    if (receiver_thread_ != nullptr)
+        CloseHandle(receiver_thread_);
+}
+
+bool Connection::Start() {
+    std::printf("agent: peer %d connected from %s\n", number_,
+                Narrow(socket_.GetIPAddress()).c_str());
+    std::fflush(stdout);
+    receiver_thread_ = socket_.Receive(0);
+    if (receiver_thread_ == nullptr)
+        return false;
+    DWORD id = 0;
+    answering_thread_ = CreateThread(nullptr, 0, AnsweringThread, this, CREATE_SUSPENDED, &id);
+    if (answering_thread_ == nullptr)
+        return false;
+    ZTK::RegisterThread(id, answering_thread_);
+    ResumeThread(answering_thread_);
+    return true;
+}
+
+bool Connection::IsStopping() {
+    return owner_->IsEnding();
+}
+
+bool Connection::OnReceive(ZTK::CClientSocket*, unsigned char* data, int length) {
+    if (inbox_.Feed(data, length))
+        return true;
+    // The stream cannot be followed any further, but what came before is still answered.
+    inbox_.WaitUntilEmpty();
+    return false;
+}
+
+void Connection::OnDisconnect(ZTK::CClientSocket*) {
+    // The peer may have closed its sending side only. The socket is shut down when we return.
+    inbox_.WaitUntilEmpty();
+}
+
+DWORD WINAPI Connection::AnsweringThread(void* connection) {
+    auto* self = static_cast<Connection*>(connection);
+    self->AnswerUntilDisconnected();
+    ConnectionOwner* owner = self->owner_;
+    ZTK::DeRegisterThread(GetCurrentThreadId());
+    self->over_ = true;
+    owner->OnConnectionOver();
+    return 0;
+}
+
+void Connection::AnswerUntilDisconnected() {
+    // The receiver thread may end without a callback (a reset connection), so its handle is waited
+    // for.
+    const HANDLE events[] = {inbox_.Arrived(), receiver_thread_};
+    while (WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0)
+        AnswerWaiting();
+    AnswerWaiting();
+    ReportEnd();
+}
+
+// Answers all that has arrived. Many answers go out with one send.
+void Connection::AnswerWaiting() {
+    std::string out;
+    std::vector<Message*> answered;
+    bool end_requested = false;
+    while (Message* request = inbox_.Take()) {
+        if (!end_requested)
+            end_requested = Answer(*request, &out);
+        answered.push_back(request);
+        if (out.size() >= kSendAtOnce)
+            SendAnswers(&out, &answered);
+    }
+    SendAnswers(&out, &answered);
+    if (end_requested)
+        owner_->OnEndRequested();
+}
+
+// Sends what was collected in out. The requests are given back only then: once all are, the
+// receiver thread is free to shut the socket down.
+void Connection::SendAnswers(std::string* out, std::vector<Message*>* answered) {
+    if (connected_ && !SendAll(socket_, *out)) {
+        connected_ = false;
+        inbox_.Close();
+        socket_.Shutdown();
+    }
+    out->clear();
+    for (Message* request : *answered)
+        inbox_.GiveBack(request);
+    answered->clear();
+}
+
+// Appends the answer to a request. Returns whether it asked the agent to end.
+bool Connection::Answer(Message& request, std::string* out) {
+    std::string reply;
+    const std::string_view line = request.GetBody();
+    const bool end_requested = line == "shutdown";
+    bool ok = end_requested;
+    if (end_requested)
+        reply = "the agent ends";
+    else if (request.GetKind() == Kind::kRequest)
+        ok = target_->Execute(line, &reply);
+    else
+        reply = "only requests are answered";
+    AppendMessage(out, ok ? Kind::kAnswer : Kind::kFailure, request.GetSequence(), reply);
+    ++answered_;
+    return end_requested;
+}
+
+void Connection::ReportEnd() {
+    std::printf("agent: peer %d is gone after %llu requests\n", number_,
+                static_cast<unsigned long long>(answered_));
+    std::fflush(stdout);
+    if (owner_->IsEnding())
+        return;
+    if (inbox_.Problem() != nullptr)
+        std::fprintf(stderr, "agent: peer %d dropped: %s\n", number_, inbox_.Problem());
+    else if (socket_.GetLastError() != 0)
+        std::fprintf(stderr, "agent: peer %d: %s\n", number_,
+                     Narrow(socket_.GetErrorDesc()).c_str());
+    if (inbox_.Problem() == nullptr && inbox_.PendingBytes() != 0)
+        std::fprintf(stderr, "agent: peer %d: cut off in mid-message, %llu bytes of it had come\n",
+                     number_, static_cast<unsigned long long>(inbox_.PendingBytes()));
+}
+
+}  // namespace example

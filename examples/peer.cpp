@@ -1,0 +1,255 @@
+// The agent's peer, such as a debugger: sends requests and prints the answers.
+//
+//     peer --port 9000 --requests requests.txt
+//     echo "evaluate 6*7" | peer --port 9000
+//     peer --port 9000 --pipeline 1000000
+#include <atomic>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+
+#include "command_line.h"
+#include "inbox.h"
+
+namespace {
+
+using example::Inbox;
+using example::Kind;
+using example::Message;
+
+constexpr const char* kUsage =
+    "usage: peer --port N [--host HOST] [--requests FILE | --pipeline N] [--timeout S]\n"
+    "\n"
+    "Sends requests to an agent and prints its answers.\n"
+    "\n"
+    "  --host HOST      name or address of the agent (127.0.0.1)\n"
+    "  --port N         the agent's port\n"
+    "  --requests FILE  one request a line, sent one after the other; - is standard input (-)\n"
+    "  --pipeline N     send N requests without waiting for answers, and check that all come back\n"
+    "  --timeout S      give up when no answer comes for S seconds (30)\n"
+    "\n"
+    "Exit code: 0 if every request was answered, 1 if not, 2 for a bad command line.\n";
+
+// Requests of the pipeline are numbered; each is to come back as it is.
+std::string PipelineText(long number) {
+    return "message " + std::to_string(number) + " of the pipeline";
+}
+
+class Peer final : public ZTK::ISOReceiver {
+  public:
+    explicit Peer(DWORD timeout) : timeout_(timeout), socket_(this, 0) {}
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+
+    ~Peer() {
+        stopping_ = true;
+        inbox_.Close();
+        socket_.Shutdown();
+        socket_.WaitForThreadExit(-1);
+        if (receiver_thread_ != nullptr)
+            CloseHandle(receiver_thread_);
+    }
+
+    bool Connect(const std::string& host, long port) {
+        ZTK::TSOSocketInfo endpoint = example::Endpoint(host, port);
+        if (!socket_.Connect(&endpoint)) {
+            std::fprintf(stderr, "peer: cannot connect to %s port %ld: %s (%lu)\n", host.c_str(),
+                         port, example::Narrow(socket_.GetErrorDesc()).c_str(),
+                         static_cast<unsigned long>(socket_.GetLastError()));
+            return false;
+        }
+        receiver_thread_ = socket_.Receive(0);
+        if (receiver_thread_ == nullptr)
+            std::fprintf(stderr, "peer: no thread\n");
+        return receiver_thread_ != nullptr;
+    }
+
+    // Sends the requests one after the other, each when the last one has been answered.
+    bool Converse(std::istream& requests) {
+        std::string line;
+        std::uint32_t sequence = 0;
+        while (std::getline(requests, line)) {
+            if (!line.empty() && line.back() == '\r')
+                line.pop_back();
+            if (line.empty() || line.front() == '#')
+                continue;
+            if (line.size() > example::kMaxBodyBytes) {
+                std::fprintf(stderr, "peer: a request is too long\n");
+                return false;
+            }
+            std::printf("> %s\n", line.c_str());
+            std::string bytes;
+            example::AppendMessage(&bytes, Kind::kRequest, ++sequence, line);
+            Message* answer = example::SendAll(socket_, bytes) ? NextAnswer() : nullptr;
+            const bool matches = answer != nullptr && answer->GetSequence() == sequence;
+            if (matches)
+                PrintAnswer(*answer);
+            if (answer != nullptr)
+                inbox_.GiveBack(answer);
+            if (!matches) {
+                ReportFailure("request " + std::to_string(sequence));
+                return false;
+            }
+        }
+        std::printf("peer: %u requests, all answered\n", static_cast<unsigned>(sequence));
+        return true;
+    }
+
+    // Sends count requests from a thread of its own, and checks the answers here meanwhile.
+    bool Pipeline(long count) {
+        pipeline_ = count;
+        HANDLE sender = CreateThread(nullptr, 0, SenderThread, this, 0, nullptr);
+        if (sender == nullptr) {
+            std::fprintf(stderr, "peer: no thread\n");
+            return false;
+        }
+        long answered = 0;
+        while (answered < count && CheckPipelineAnswer(answered + 1)) {
+            ++answered;
+            if (count >= 10 && answered % (count / 10) == 0) {
+                std::printf("peer: %ld of %ld came back\n", answered, count);
+                std::fflush(stdout);
+            }
+        }
+        if (answered < count) {
+            ReportFailure("message " + std::to_string(answered + 1));
+            inbox_.Close();
+            socket_.Shutdown();  // ends a blocked send
+        }
+        WaitForSingleObject(sender, INFINITE);
+        CloseHandle(sender);
+        if (answered == count)
+            std::printf("peer: all %ld messages came back\n", count);
+        return answered == count;
+    }
+
+    // ISOReceiver, on the receiver thread
+    bool IsStopping() override { return stopping_; }
+    bool OnReceive(ZTK::CClientSocket*, unsigned char* data, int length) override {
+        return inbox_.Feed(data, length);
+    }
+    void OnDisconnect(ZTK::CClientSocket*) override {}
+
+  private:
+    // Waits for the next answer: null when there will be none.
+    Message* NextAnswer() {
+        // When the receiver thread has ended, nothing more arrives.
+        const HANDLE events[] = {inbox_.Arrived(), receiver_thread_};
+        DWORD woken = WAIT_OBJECT_0;
+        for (;;) {
+            Message* answer = inbox_.Take();
+            if (answer != nullptr || woken != WAIT_OBJECT_0)
+                return answer;
+            woken = WaitForMultipleObjects(2, events, FALSE, timeout_);
+            timed_out_ = woken == static_cast<DWORD>(WAIT_TIMEOUT);
+        }
+    }
+
+    bool CheckPipelineAnswer(long number) {
+        Message* answer = NextAnswer();
+        if (answer == nullptr)
+            return false;
+        const bool matches = answer->GetKind() == Kind::kAnswer &&
+                             answer->GetSequence() == static_cast<std::uint32_t>(number) &&
+                             answer->GetBody() == PipelineText(number);
+        inbox_.GiveBack(answer);
+        return matches;
+    }
+
+    static DWORD WINAPI SenderThread(void* peer) {
+        auto* self = static_cast<Peer*>(peer);
+        std::string bytes;
+        for (long number = 1; number <= self->pipeline_; ++number) {
+            example::AppendMessage(&bytes, Kind::kRequest, static_cast<std::uint32_t>(number),
+                                   "echo " + PipelineText(number));
+            if (bytes.size() < 64 * 1024 && number < self->pipeline_)
+                continue;
+            if (!example::SendAll(self->socket_, bytes))
+                break;  // the checking side notices that no more answers come
+            bytes.clear();
+        }
+        return 0;
+    }
+
+    static void PrintAnswer(Message& answer) {
+        const std::string_view body = answer.GetBody();
+        std::printf("%s%.*s\n", answer.GetKind() == Kind::kFailure ? "error: " : "",
+                    static_cast<int>(body.size()), body.data());
+        std::fflush(stdout);
+    }
+
+    void ReportFailure(const std::string& what) {
+        std::string reason = "the answer does not match";
+        if (inbox_.Problem() != nullptr)
+            reason = inbox_.Problem();
+        else if (timed_out_)
+            reason = "no answer in time";
+        else if (socket_.GetSocket() == 0 && socket_.GetLastError() != 0)
+            reason = example::Narrow(socket_.GetErrorDesc());
+        else if (socket_.GetSocket() == 0)
+            reason = inbox_.PendingBytes() != 0 ? "the connection was cut in mid-message"
+                                                : "the agent closed the connection";
+        std::fprintf(stderr, "peer: %s was not answered: %s\n", what.c_str(), reason.c_str());
+    }
+
+    const DWORD timeout_;  // milliseconds
+    ZTK::CClientSocket socket_;
+    Inbox inbox_;
+    HANDLE receiver_thread_ = nullptr;
+    long pipeline_ = 0;
+    bool timed_out_ = false;
+    std::atomic<bool> stopping_{false};
+};
+
+struct Settings {
+    std::string host;
+    long port = 0;
+    std::string requests;
+    long pipeline = 0;
+    long timeout = 0;
+};
+
+bool Talk(const Settings& settings) {
+    std::ifstream file;
+    if (settings.pipeline == 0 && settings.requests != "-") {
+        file.open(settings.requests);
+        if (!file) {
+            std::fprintf(stderr, "peer: cannot read %s\n", settings.requests.c_str());
+            return false;
+        }
+    }
+    Peer peer(static_cast<DWORD>(settings.timeout * 1000));
+    if (!peer.Connect(settings.host, settings.port))
+        return false;
+    if (settings.pipeline > 0)
+        return peer.Pipeline(settings.pipeline);
+    return peer.Converse(settings.requests == "-" ? std::cin : file);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    example::CommandLine line(argc, argv);
+    if (line.Flag("--help")) {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
+    Settings settings;
+    settings.host = line.Text("--host", "127.0.0.1");
+    settings.port = line.Number("--port", 1, 65535, 0);
+    settings.requests = line.Text("--requests", "-");
+    settings.pipeline = line.Number("--pipeline", 1, 100000000, 0);
+    settings.timeout = line.Number("--timeout", 1, 86400, 30);
+    std::string problem;
+    if (line.Understood(&problem) && settings.port == 0)
+        problem = "--port is missing";
+    if (!problem.empty()) {
+        std::fprintf(stderr, "peer: %s\n%s", problem.c_str(), kUsage);
+        return 2;
+    }
+    ZTK::InitWSA();
+    const bool ok = Talk(settings);
+    ZTK::WaitRegisteredThreadsExit(5000);
+    ZTK::CloseWSA();
+    return ok ? 0 : 1;
+}
