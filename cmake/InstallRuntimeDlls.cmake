@@ -2,6 +2,7 @@
 # of them, to its folder. What the compiler does not ship belongs to the system.
 #
 # Takes: library, destination, compiler, objdump.
+cmake_policy(VERSION 3.25)
 
 # Sets out to the names that the import table of file holds.
 function(imported_dlls file out)
