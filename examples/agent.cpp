@@ -44,11 +44,13 @@ struct Settings {
 bool WritePortFile(const std::string& path, unsigned port) {
     const std::string unfinished = path + ".new";
     std::FILE* file = std::fopen(unfinished.c_str(), "w");
-    if (file == nullptr)
+    if (file == nullptr) {
         return false;
+    }
     const bool written = std::fprintf(file, "%u\n", port) > 0;
-    if (std::fclose(file) != 0 || !written)
+    if (std::fclose(file) != 0 || !written) {
         return false;
+    }
     std::remove(path.c_str());
     return std::rename(unfinished.c_str(), path.c_str()) == 0;
 }
@@ -58,10 +60,12 @@ bool WritePortFile(const std::string& path, unsigned port) {
 unsigned ListeningPort(std::uint64_t socket) {
     sockaddr_storage address = {};
     int bytes = sizeof address;
-    if (ZTK::CSocketUtil::GetSockName(socket, reinterpret_cast<sockaddr*>(&address), &bytes) != 0)
+    if (ZTK::CSocketUtil::GetSockName(socket, reinterpret_cast<sockaddr*>(&address), &bytes) != 0) {
         return 0;
-    if (address.ss_family == 2)
+    }
+    if (address.ss_family == 2) {
         return ntohs(reinterpret_cast<sockaddr_in*>(&address)->sin_port);
+    }
     return ntohs(reinterpret_cast<sockaddr_in6*>(&address)->sin6_port);
 }
 
@@ -140,24 +144,23 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
         lock_.Lock();
         for (auto it = connections_.begin(); it != connections_.end();) {
             const auto next = std::next(it);
-            if ((*it)->IsOver())
+            if ((*it)->IsOver()) {
                 finished.splice(finished.end(), connections_, it);
+            }
             it = next;
         }
         lock_.Unlock();
         served_ += static_cast<long>(finished.size());
-        if (settings_.serve_for > 0 && served_ >= settings_.serve_for)
+        if (settings_.serve_for > 0 && served_ >= settings_.serve_for) {
             ending_ = true;
+        }
     }  // destroyed without the lock, since that waits for their threads
 
     // First no new peers, then the old ones.
     void Stop() {
         ending_ = true;
-        const HANDLE listener_thread = ZTK::GetThreadHandle(server_.GetThreadID());
         server_.Shutdown();
         server_.WaitForThreadExit(-1);
-        if (listener_thread != nullptr)
-            CloseHandle(listener_thread);
         connections_.clear();
     }
 

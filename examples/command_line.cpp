@@ -11,16 +11,18 @@ CommandLine::CommandLine(int argc, char** argv)
 
 bool CommandLine::Flag(const char* name) {
     const auto found = std::find(arguments_.begin(), arguments_.end(), name);
-    if (found == arguments_.end())
+    if (found == arguments_.end()) {
         return false;
+    }
     arguments_.erase(found);
     return true;
 }
 
 std::string CommandLine::Text(const char* name, const char* otherwise) {
     const auto found = std::find(arguments_.begin(), arguments_.end(), name);
-    if (found == arguments_.end())
+    if (found == arguments_.end()) {
         return otherwise;
+    }
     if (found + 1 == arguments_.end()) {
         problem_ = std::string(name) + " needs a value";
         return otherwise;
@@ -32,13 +34,15 @@ std::string CommandLine::Text(const char* name, const char* otherwise) {
 
 long CommandLine::Number(const char* name, long least, long most, long otherwise) {
     const std::string text = Text(name, "");
-    if (text.empty())
+    if (text.empty()) {
         return otherwise;
+    }
     long value = 0;
     const char* end = text.data() + text.size();
     const auto parsed = std::from_chars(text.data(), end, value);
-    if (parsed.ec == std::errc() && parsed.ptr == end && value >= least && value <= most)
+    if (parsed.ec == std::errc() && parsed.ptr == end && value >= least && value <= most) {
         return value;
+    }
     problem_ = std::string(name) + " takes a number from " + std::to_string(least) + " to " +
                std::to_string(most) + ", not '" + text + "'";
     return otherwise;
@@ -46,8 +50,9 @@ long CommandLine::Number(const char* name, long least, long most, long otherwise
 
 bool CommandLine::Understood(std::string* problem) const {
     *problem = problem_;
-    if (problem->empty() && !arguments_.empty())
+    if (problem->empty() && !arguments_.empty()) {
         *problem = "unknown argument '" + arguments_.front() + "'";
+    }
     return problem->empty();
 }
 

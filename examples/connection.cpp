@@ -26,8 +26,9 @@ Connection::~Connection() {
     }
     // By now both threads have left the registry, so their handles are ours to close.
     socket_.WaitForThreadExit(-1);
-    if (receiver_thread_ != nullptr)
+    if (receiver_thread_ != nullptr) {
         CloseHandle(receiver_thread_);
+    }
 }
 
 bool Connection::Start() {
@@ -35,12 +36,14 @@ bool Connection::Start() {
                 Narrow(socket_.GetIPAddress()).c_str());
     std::fflush(stdout);
     receiver_thread_ = socket_.Receive(0);
-    if (receiver_thread_ == nullptr)
+    if (receiver_thread_ == nullptr) {
         return false;
+    }
     DWORD id = 0;
     answering_thread_ = CreateThread(nullptr, 0, AnsweringThread, this, CREATE_SUSPENDED, &id);
-    if (answering_thread_ == nullptr)
+    if (answering_thread_ == nullptr) {
         return false;
+    }
     ZTK::RegisterThread(id, answering_thread_);
     ResumeThread(answering_thread_);
     return true;
@@ -51,8 +54,9 @@ bool Connection::IsStopping() {
 }
 
 bool Connection::OnReceive(ZTK::CClientSocket*, unsigned char* data, int length) {
-    if (inbox_.Feed(data, length))
+    if (inbox_.Feed(data, length)) {
         return true;
+    }
     // The stream cannot be followed any further, but what came before is still answered.
     inbox_.WaitUntilEmpty();
     return false;
@@ -77,8 +81,9 @@ void Connection::AnswerUntilDisconnected() {
     // The receiver thread may end without a callback (a reset connection), so its handle is waited
     // for.
     const HANDLE events[] = {inbox_.Arrived(), receiver_thread_};
-    while (WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0)
+    while (WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0) {
         AnswerWaiting();
+    }
     AnswerWaiting();
     ReportEnd();
 }
@@ -89,15 +94,18 @@ void Connection::AnswerWaiting() {
     std::vector<Message*> answered;
     bool end_requested = false;
     while (Message* request = inbox_.Take()) {
-        if (!end_requested)
+        if (!end_requested) {
             end_requested = Answer(*request, &out);
+        }
         answered.push_back(request);
-        if (out.size() >= kSendAtOnce)
+        if (out.size() >= kSendAtOnce) {
             SendAnswers(&out, &answered);
+        }
     }
     SendAnswers(&out, &answered);
-    if (end_requested)
+    if (end_requested) {
         owner_->OnEndRequested();
+    }
 }
 
 // Sends what was collected in out. The requests are given back only then: once all are, the
@@ -109,8 +117,9 @@ void Connection::SendAnswers(std::string* out, std::vector<Message*>* answered) 
         socket_.Shutdown();
     }
     out->clear();
-    for (Message* request : *answered)
+    for (Message* request : *answered) {
         inbox_.GiveBack(request);
+    }
     answered->clear();
 }
 
@@ -120,12 +129,13 @@ bool Connection::Answer(Message& request, std::string* out) {
     const std::string_view line = request.GetBody();
     const bool end_requested = line == "shutdown";
     bool ok = end_requested;
-    if (end_requested)
+    if (end_requested) {
         reply = "the agent ends";
-    else if (request.GetKind() == Kind::kRequest)
+    } else if (request.GetKind() == Kind::kRequest) {
         ok = target_->Execute(line, &reply);
-    else
+    } else {
         reply = "only requests are answered";
+    }
     AppendMessage(out, ok ? Kind::kAnswer : Kind::kFailure, request.GetSequence(), reply);
     ++answered_;
     return end_requested;
@@ -135,16 +145,19 @@ void Connection::ReportEnd() {
     std::printf("agent: peer %d is gone after %llu requests\n", number_,
                 static_cast<unsigned long long>(answered_));
     std::fflush(stdout);
-    if (owner_->IsEnding())
+    if (owner_->IsEnding()) {
         return;
-    if (inbox_.Problem() != nullptr)
+    }
+    if (inbox_.Problem() != nullptr) {
         std::fprintf(stderr, "agent: peer %d dropped: %s\n", number_, inbox_.Problem());
-    else if (socket_.GetLastError() != 0)
+    } else if (socket_.GetLastError() != 0) {
         std::fprintf(stderr, "agent: peer %d: %s\n", number_,
                      Narrow(socket_.GetErrorDesc()).c_str());
-    if (inbox_.Problem() == nullptr && inbox_.PendingBytes() != 0)
+    }
+    if (inbox_.Problem() == nullptr && inbox_.PendingBytes() != 0) {
         std::fprintf(stderr, "agent: peer %d: cut off in mid-message, %llu bytes of it had come\n",
                      number_, static_cast<unsigned long long>(inbox_.PendingBytes()));
+    }
 }
 
 }  // namespace example

@@ -17,25 +17,29 @@ class Parser {
         : text_(text), names_(names), problem_(problem) {}
 
     bool All(std::uint64_t* value) {
-        if (!Sum(value))
+        if (!Sum(value)) {
             return false;
+        }
         SkipBlanks();
         return text_.empty() || Fail("unexpected '" + std::string(text_.substr(0, 1)) + "'");
     }
 
   private:
     bool Sum(std::uint64_t* value) {
-        if (!Product(value))
+        if (!Product(value)) {
             return false;
+        }
         for (;;) {
             std::uint64_t right = 0;
             if (Accept('+')) {
-                if (!Product(&right))
+                if (!Product(&right)) {
                     return false;
+                }
                 *value += right;
             } else if (Accept('-')) {
-                if (!Product(&right))
+                if (!Product(&right)) {
                     return false;
+                }
                 *value -= right;
             } else {
                 return true;
@@ -44,19 +48,23 @@ class Parser {
     }
 
     bool Product(std::uint64_t* value) {
-        if (!Operand(value))
+        if (!Operand(value)) {
             return false;
+        }
         for (;;) {
             std::uint64_t right = 0;
             if (Accept('*')) {
-                if (!Operand(&right))
+                if (!Operand(&right)) {
                     return false;
+                }
                 *value *= right;
             } else if (Accept('/')) {
-                if (!Operand(&right))
+                if (!Operand(&right)) {
                     return false;
-                if (right == 0)
+                }
+                if (right == 0) {
                     return Fail("division by zero");
+                }
                 *value /= right;
             } else {
                 return true;
@@ -65,8 +73,9 @@ class Parser {
     }
 
     bool Operand(std::uint64_t* value) {
-        if (++depth_ > kDeepest)
+        if (++depth_ > kDeepest) {
             return Fail("nested too deeply");
+        }
         bool ok = false;
         if (Accept('-')) {
             ok = Operand(value);
@@ -84,14 +93,17 @@ class Parser {
         SkipBlanks();
         std::size_t length = 0;
         while (length < text_.size() &&
-               std::isalnum(static_cast<unsigned char>(text_[length])) != 0)
+               std::isalnum(static_cast<unsigned char>(text_[length])) != 0) {
             ++length;
+        }
         const std::string_view word = text_.substr(0, length);
         text_.remove_prefix(length);
-        if (word.empty())
+        if (word.empty()) {
             return Fail("a number or a name is missing");
-        if (std::isdigit(static_cast<unsigned char>(word[0])) == 0)
+        }
+        if (std::isdigit(static_cast<unsigned char>(word[0])) == 0) {
             return names_(word, value) || Fail("no such name: " + std::string(word));
+        }
         const bool hex = word.substr(0, 2) == "0x";
         const char* end = word.data() + word.size();
         const auto parsed =
@@ -101,14 +113,16 @@ class Parser {
     }
 
     void SkipBlanks() {
-        while (!text_.empty() && text_.front() == ' ')
+        while (!text_.empty() && text_.front() == ' ') {
             text_.remove_prefix(1);
+        }
     }
 
     bool Accept(char wanted) {
         SkipBlanks();
-        if (text_.empty() || text_.front() != wanted)
+        if (text_.empty() || text_.front() != wanted) {
             return false;
+        }
         text_.remove_prefix(1);
         return true;
     }

@@ -23,10 +23,12 @@ Inbox::~Inbox() {
 
 bool Inbox::Feed(unsigned char* data, int length) {
     received_bytes_ += static_cast<std::uint64_t>(length);
-    if (AddMessage(data, length))
+    if (AddMessage(data, length)) {
         SetEvent(arrived_);
-    if (problem_ != nullptr)
+    }
+    if (problem_ != nullptr) {
         return false;
+    }
     WaitWhileMoreThan(kMostWaiting);
     return true;
 }
@@ -36,16 +38,18 @@ void Inbox::WaitUntilEmpty() {
 }
 
 void Inbox::WaitWhileMoreThan(std::uint64_t messages) {
-    while (!closed_ && complete_ - done_ > messages)
+    while (!closed_ && complete_ - done_ > messages) {
         WaitForSingleObject(given_back_, INFINITE);
+    }
 }
 
 // Nothing behind a damaged message is handed out: it cannot be trusted.
 Message* Inbox::Take() {
     while (auto* message = static_cast<Message*>(Pop())) {
         damaged_ = damaged_ || !message->IsIntact();
-        if (!damaged_)
+        if (!damaged_) {
             return message;
+        }
         GiveBack(message);
     }
     return nullptr;
@@ -56,8 +60,9 @@ void Inbox::GiveBack(Message* message) {
     // The receiver thread adds nothing while it waits, so it cannot miss the number that it waits
     // for.
     const std::uint64_t left = complete_ - ++done_;
-    if (left == kMostWaiting || left == 0)
+    if (left == kMostWaiting || left == 0) {
         SetEvent(given_back_);
+    }
 }
 
 void Inbox::Close() {

@@ -46,8 +46,9 @@ class Peer final : public ZTK::ISOReceiver {
         inbox_.Close();
         socket_.Shutdown();
         socket_.WaitForThreadExit(-1);
-        if (receiver_thread_ != nullptr)
+        if (receiver_thread_ != nullptr) {
             CloseHandle(receiver_thread_);
+        }
     }
 
     bool Connect(const std::string& host, long port) {
@@ -59,8 +60,9 @@ class Peer final : public ZTK::ISOReceiver {
             return false;
         }
         receiver_thread_ = socket_.Receive(0);
-        if (receiver_thread_ == nullptr)
+        if (receiver_thread_ == nullptr) {
             std::fprintf(stderr, "peer: no thread\n");
+        }
         return receiver_thread_ != nullptr;
     }
 
@@ -69,10 +71,12 @@ class Peer final : public ZTK::ISOReceiver {
         std::string line;
         std::uint32_t sequence = 0;
         while (std::getline(requests, line)) {
-            if (!line.empty() && line.back() == '\r')
+            if (!line.empty() && line.back() == '\r') {
                 line.pop_back();
-            if (line.empty() || line.front() == '#')
+            }
+            if (line.empty() || line.front() == '#') {
                 continue;
+            }
             if (line.size() > example::kMaxBodyBytes) {
                 std::fprintf(stderr, "peer: a request is too long\n");
                 return false;
@@ -82,10 +86,12 @@ class Peer final : public ZTK::ISOReceiver {
             example::AppendMessage(&bytes, Kind::kRequest, ++sequence, line);
             Message* answer = example::SendAll(socket_, bytes) ? NextAnswer() : nullptr;
             const bool matches = answer != nullptr && answer->GetSequence() == sequence;
-            if (matches)
+            if (matches) {
                 PrintAnswer(*answer);
-            if (answer != nullptr)
+            }
+            if (answer != nullptr) {
                 inbox_.GiveBack(answer);
+            }
             if (!matches) {
                 ReportFailure("request " + std::to_string(sequence));
                 return false;
@@ -118,8 +124,9 @@ class Peer final : public ZTK::ISOReceiver {
         }
         WaitForSingleObject(sender, INFINITE);
         CloseHandle(sender);
-        if (answered == count)
+        if (answered == count) {
             std::printf("peer: all %ld messages came back\n", count);
+        }
         return answered == count;
     }
 
@@ -138,8 +145,9 @@ class Peer final : public ZTK::ISOReceiver {
         DWORD woken = WAIT_OBJECT_0;
         for (;;) {
             Message* answer = inbox_.Take();
-            if (answer != nullptr || woken != WAIT_OBJECT_0)
+            if (answer != nullptr || woken != WAIT_OBJECT_0) {
                 return answer;
+            }
             woken = WaitForMultipleObjects(2, events, FALSE, timeout_);
             timed_out_ = woken == static_cast<DWORD>(WAIT_TIMEOUT);
         }
@@ -147,8 +155,9 @@ class Peer final : public ZTK::ISOReceiver {
 
     bool CheckPipelineAnswer(long number) {
         Message* answer = NextAnswer();
-        if (answer == nullptr)
+        if (answer == nullptr) {
             return false;
+        }
         const bool matches = answer->GetKind() == Kind::kAnswer &&
                              answer->GetSequence() == static_cast<std::uint32_t>(number) &&
                              answer->GetBody() == PipelineText(number);
@@ -162,10 +171,12 @@ class Peer final : public ZTK::ISOReceiver {
         for (long number = 1; number <= self->pipeline_; ++number) {
             example::AppendMessage(&bytes, Kind::kRequest, static_cast<std::uint32_t>(number),
                                    "echo " + PipelineText(number));
-            if (bytes.size() < 64 * 1024 && number < self->pipeline_)
+            if (bytes.size() < 64 * 1024 && number < self->pipeline_) {
                 continue;
-            if (!example::SendAll(self->socket_, bytes))
+            }
+            if (!example::SendAll(self->socket_, bytes)) {
                 break;  // the checking side notices that no more answers come
+            }
             bytes.clear();
         }
         return 0;
@@ -180,15 +191,16 @@ class Peer final : public ZTK::ISOReceiver {
 
     void ReportFailure(const std::string& what) {
         std::string reason = "the answer does not match";
-        if (inbox_.Problem() != nullptr)
+        if (inbox_.Problem() != nullptr) {
             reason = inbox_.Problem();
-        else if (timed_out_)
+        } else if (timed_out_) {
             reason = "no answer in time";
-        else if (socket_.GetSocket() == 0 && socket_.GetLastError() != 0)
+        } else if (socket_.GetSocket() == 0 && socket_.GetLastError() != 0) {
             reason = example::Narrow(socket_.GetErrorDesc());
-        else if (socket_.GetSocket() == 0)
+        } else if (socket_.GetSocket() == 0) {
             reason = inbox_.PendingBytes() != 0 ? "the connection was cut in mid-message"
                                                 : "the agent closed the connection";
+        }
         std::fprintf(stderr, "peer: %s was not answered: %s\n", what.c_str(), reason.c_str());
     }
 
@@ -219,10 +231,12 @@ bool Talk(const Settings& settings) {
         }
     }
     Peer peer(static_cast<DWORD>(settings.timeout * 1000));
-    if (!peer.Connect(settings.host, settings.port))
+    if (!peer.Connect(settings.host, settings.port)) {
         return false;
-    if (settings.pipeline > 0)
+    }
+    if (settings.pipeline > 0) {
         return peer.Pipeline(settings.pipeline);
+    }
     return peer.Converse(settings.requests == "-" ? std::cin : file);
 }
 
@@ -241,8 +255,9 @@ int main(int argc, char** argv) {
     settings.pipeline = line.Number("--pipeline", 1, 100000000, 0);
     settings.timeout = line.Number("--timeout", 1, 86400, 30);
     std::string problem;
-    if (line.Understood(&problem) && settings.port == 0)
+    if (line.Understood(&problem) && settings.port == 0) {
         problem = "--port is missing";
+    }
     if (!problem.empty()) {
         std::fprintf(stderr, "peer: %s\n%s", problem.c_str(), kUsage);
         return 2;

@@ -13,22 +13,25 @@ constexpr char kTrailerMark[] = {'\n', '\0'};
 
 // Integers go over the wire byte by byte, lowest first, whatever the machine's own order is.
 void AppendNumber(std::string* out, std::uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i)
+    for (int i = 0; i < bytes; ++i) {
         out->push_back(static_cast<char>(value >> (8 * i) & 0xFF));
+    }
 }
 
 std::uint32_t ReadNumber(const char* bytes, int count) {
     std::uint32_t value = 0;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         value |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i])) << (8 * i);
+    }
     return value;
 }
 
 // FNV-1a over header, body and the trailer's mark.
 std::uint32_t Checksum(const char* bytes, std::size_t count) {
     std::uint32_t sum = 2166136261u;
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         sum = (sum ^ static_cast<unsigned char>(bytes[i])) * 16777619u;
+    }
     return sum;
 }
 
@@ -50,8 +53,9 @@ bool SendAll(ZTK::CClientSocket& socket, std::string_view bytes) {
     while (!bytes.empty()) {
         const int piece = static_cast<int>(std::min<std::size_t>(bytes.size(), 1 << 20));
         const int sent = socket.Send(bytes.data(), piece);
-        if (sent < 1)
+        if (sent < 1) {
             return false;
+        }
         bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
     return true;
@@ -62,8 +66,9 @@ bool Message::ParseHeader(int* length, int* offset, int* trailer) {
         *problem_ = problem;
         return false;
     }
-    if (GetRecvSize() < kHeaderBytes)
+    if (GetRecvSize() < kHeaderBytes) {
         return false;
+    }
     *length = static_cast<int>(ReadNumber(GetPacket() + 4, 4));
     *offset = kHeaderBytes;
     *trailer = kTrailerBytes;
@@ -72,29 +77,34 @@ bool Message::ParseHeader(int* length, int* offset, int* trailer) {
 
 const char* Message::HeaderProblem() {
     const auto received = static_cast<std::size_t>(GetRecvSize());
-    if (std::memcmp(GetPacket(), kMagic, std::min(received, sizeof kMagic)) != 0)
+    if (std::memcmp(GetPacket(), kMagic, std::min(received, sizeof kMagic)) != 0) {
         return "wrong magic: the other side does not speak this protocol";
-    if (received >= 8 && ReadNumber(GetPacket() + 4, 4) > kMaxBodyBytes)
+    }
+    if (received >= 8 && ReadNumber(GetPacket() + 4, 4) > kMaxBodyBytes) {
         return "the announced length is absurd";
+    }
     return nullptr;
 }
 
 bool Message::Check() {
     const char* problem = PacketProblem();
     intact_ = problem == nullptr;
-    if (!intact_)
+    if (!intact_) {
         *problem_ = problem;
+    }
     return intact_;
 }
 
 const char* Message::PacketProblem() {
     const auto checked = static_cast<std::size_t>(GetPacketSize()) - 4;
     const char* packet = GetPacket();
-    if (Checksum(packet, checked) != ReadNumber(packet + checked, 4))
+    if (Checksum(packet, checked) != ReadNumber(packet + checked, 4)) {
         return "the checksum does not match";
+    }
     const Kind kind = GetKind();
-    if (kind < Kind::kRequest || kind > Kind::kFailure)
+    if (kind < Kind::kRequest || kind > Kind::kFailure) {
         return "unknown kind of message";
+    }
     return nullptr;
 }
 
@@ -107,8 +117,9 @@ std::uint32_t Message::GetSequence() {
 }
 
 std::string_view Message::GetBody() {
-    if (GetMsg() == nullptr)  // an empty body
+    if (GetMsg() == nullptr) {  // an empty body
         return {};
+    }
     return {GetMsg(), static_cast<std::size_t>(GetMsgLength())};
 }
 

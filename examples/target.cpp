@@ -58,8 +58,9 @@ std::string DumpLine(std::uint64_t address, const unsigned char* bytes, std::siz
     std::string text;
     for (std::size_t i = 0; i < 16; ++i) {
         line += i < count ? Format(" %02x", bytes[i]) : "   ";
-        if (i < count)
+        if (i < count) {
             text += bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i]) : '.';
+        }
     }
     return line + "  " + text;
 }
@@ -84,8 +85,9 @@ Target::Target()
       threads_{{1, "main", {42, 0, 7, 0x1000, 0x1180, 3, 0x1F80, 0x1040}},
                {2, "worker", {0, 1, 0, 0, 0x1200, 0, 0x1E80, 0x1834}},
                {3, "logger", {0, 0, 0, 0, 0, 0x1400, 0x1D80, 0x18A0}}} {
-    for (std::size_t i = 0; i < memory_.size(); ++i)
+    for (std::size_t i = 0; i < memory_.size(); ++i) {
         memory_[i] = static_cast<unsigned char>(i * 31 + i / 16 * 7);
+    }
     constexpr std::string_view kText = "Hello from the debuggee!";
     std::copy(kText.begin(), kText.end(), memory_.begin());
 }
@@ -94,8 +96,9 @@ bool Target::Execute(std::string_view line, std::string* reply) {
     reply->clear();
     const std::string_view name = NextWord(&line);
     for (const Command& command : kCommands) {
-        if (name != command.name)
+        if (name != command.name) {
             continue;
+        }
         lock_.Lock();
         const bool ok = (this->*command.run)(line, reply);
         lock_.Unlock();
@@ -105,18 +108,21 @@ bool Target::Execute(std::string_view line, std::string* reply) {
 }
 
 bool Target::Help(std::string_view, std::string* reply) {
-    for (const Command& command : kCommands)
+    for (const Command& command : kCommands) {
         *reply += std::string(reply->empty() ? "" : "\n") + command.usage;
+    }
     return true;
 }
 
 bool Target::Registers(std::string_view arguments, std::string* reply) {
     std::uint64_t id = 1;
-    if (!arguments.empty() && !Value(arguments, &id, reply))
+    if (!arguments.empty() && !Value(arguments, &id, reply)) {
         return false;
+    }
     for (const Thread& thread : threads_) {
-        if (static_cast<std::uint64_t>(thread.id) != id)
+        if (static_cast<std::uint64_t>(thread.id) != id) {
             continue;
+        }
         for (std::size_t i = 0; i < thread.registers.size(); ++i) {
             *reply += Format("%s%s=%016llx",
                              i == 0       ? ""
@@ -133,13 +139,16 @@ bool Target::ReadMemory(std::string_view arguments, std::string* reply) {
     std::uint64_t address = 0;
     std::uint64_t count = 0;
     const std::string_view where = NextWord(&arguments);
-    if (!Value(where, &address, reply) || !Value(arguments, &count, reply))
+    if (!Value(where, &address, reply) || !Value(arguments, &count, reply)) {
         return false;
-    if (count < 1 || count > kMostRead)
+    }
+    if (count < 1 || count > kMostRead) {
         return Fail(reply, Format("the count must be 1 to %llu", Wide(kMostRead)));
+    }
     // Not address + count: that sum may wrap.
-    if (address < kMemoryStart || address - kMemoryStart > kMemoryBytes - count)
+    if (address < kMemoryStart || address - kMemoryStart > kMemoryBytes - count) {
         return Fail(reply, Format("cannot read memory at 0x%llx", Wide(address)));
+    }
     const unsigned char* bytes = memory_.data() + (address - kMemoryStart);
     for (std::uint64_t done = 0; done < count; done += 16) {
         const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(16, count - done));
@@ -150,21 +159,26 @@ bool Target::ReadMemory(std::string_view arguments, std::string* reply) {
 
 bool Target::WriteMemory(std::string_view arguments, std::string* reply) {
     std::uint64_t address = 0;
-    if (!Value(NextWord(&arguments), &address, reply))
+    if (!Value(NextWord(&arguments), &address, reply)) {
         return false;
+    }
     std::vector<unsigned char> bytes;
     while (!arguments.empty()) {
         std::uint64_t byte = 0;
-        if (!Value(NextWord(&arguments), &byte, reply))
+        if (!Value(NextWord(&arguments), &byte, reply)) {
             return false;
-        if (byte > 0xFF)
+        }
+        if (byte > 0xFF) {
             return Fail(reply, Format("0x%llx is more than a byte", Wide(byte)));
+        }
         bytes.push_back(static_cast<unsigned char>(byte));
     }
-    if (bytes.empty() || bytes.size() > kMemoryBytes)
+    if (bytes.empty() || bytes.size() > kMemoryBytes) {
         return Fail(reply, "which bytes?");
-    if (address < kMemoryStart || address - kMemoryStart > kMemoryBytes - bytes.size())
+    }
+    if (address < kMemoryStart || address - kMemoryStart > kMemoryBytes - bytes.size()) {
         return Fail(reply, Format("cannot write memory at 0x%llx", Wide(address)));
+    }
     std::copy(bytes.begin(), bytes.end(),
               memory_.begin() + static_cast<std::ptrdiff_t>(address - kMemoryStart));
     *reply = Format("%llu bytes written", Wide(bytes.size()));
@@ -190,28 +204,34 @@ bool Target::Modules(std::string_view, std::string* reply) {
 bool Target::Break(std::string_view arguments, std::string* reply) {
     std::uint64_t address = 0;
     if (!arguments.empty()) {
-        if (!Value(arguments, &address, reply))
+        if (!Value(arguments, &address, reply)) {
             return false;
-        if (breakpoints_.size() >= 100)
+        }
+        if (breakpoints_.size() >= 100) {
             return Fail(reply, "too many breakpoints");
+        }
         breakpoints_.emplace(address, static_cast<int>(breakpoints_.size()) + 1);
     }
-    for (const auto& [where, number] : breakpoints_)
+    for (const auto& [where, number] : breakpoints_) {
         *reply +=
             Format("%sbreakpoint %d at 0x%llx", reply->empty() ? "" : "\n", number, Wide(where));
-    if (breakpoints_.empty())
+    }
+    if (breakpoints_.empty()) {
         *reply = "no breakpoints";
+    }
     return true;
 }
 
 // Every instruction of this target is four bytes long.
 bool Target::Step(std::string_view arguments, std::string* reply) {
     std::uint64_t id = 1;
-    if (!arguments.empty() && !Value(arguments, &id, reply))
+    if (!arguments.empty() && !Value(arguments, &id, reply)) {
         return false;
+    }
     for (Thread& thread : threads_) {
-        if (static_cast<std::uint64_t>(thread.id) != id)
+        if (static_cast<std::uint64_t>(thread.id) != id) {
             continue;
+        }
         std::uint64_t& rip = thread.registers[kRip];
         rip += 4;
         const bool hit = breakpoints_.count(rip) > 0;
@@ -224,8 +244,9 @@ bool Target::Step(std::string_view arguments, std::string* reply) {
 
 bool Target::Evaluate(std::string_view arguments, std::string* reply) {
     std::uint64_t value = 0;
-    if (!Value(arguments, &value, reply))
+    if (!Value(arguments, &value, reply)) {
         return false;
+    }
     *reply = Format("%lld (0x%llx)", static_cast<long long>(value), Wide(value));
     return true;
 }

@@ -32,13 +32,15 @@ bool ChunkParser::Run() {
     while (message != nullptr && Complete(*message)) {
         any = true;
         receiver_.current_ = nullptr;
-        if (left_ < 1)
+        if (left_ < 1) {
             break;
+        }
         message = receiver_.current_ = receiver_.NewMessage();
     }
     // With logging off nobody is told of partial messages: hosts switch it on to have them checked.
-    if (frame::LoggingEnabled() && receiver_.current_ != nullptr && left_ > 0)
+    if (frame::LoggingEnabled() && receiver_.current_ != nullptr && left_ > 0) {
         receiver_.AssertPartialMsg(receiver_.current_);
+    }
     return any;
 }
 
@@ -60,15 +62,17 @@ bool ChunkParser::LookInPlace(CSocketMsg& message) {
     if (message.view_ != bytes_ || message.received_ != left_) {
         // The hook itself added to the message, or reset it: it has bytes of its own by now.
         (void)message.Settle(0);
-        if (!known || !IsWhole(size, message.received_) || !Reserve(receiver_.queue_))
+        if (!known || !IsWhole(size, message.received_) || !Reserve(receiver_.queue_)) {
             return false;
+        }
         const int end = static_cast<int>(size);
         return HandOnFromBlock(message, end) && Publish(message, end);
     }
     if (known && IsWhole(size, left_) && Reserve(receiver_.queue_)) {
         const int end = static_cast<int>(size);
-        if (TakeFromChunk(message, end))
+        if (TakeFromChunk(message, end)) {
             return Publish(message, end);
+        }
     } else if (message.Settle(known ? size : 0)) {
         return false;
     }
@@ -94,8 +98,9 @@ bool ChunkParser::AskInPlace(CSocketMsg& message) {
 bool ChunkParser::TakeFromChunk(CSocketMsg& message, int size) {
     message.view_ = nullptr;
     message.received_ = 0;
-    if (!message.Resize(size, size))
+    if (!message.Resize(size, size)) {
         return false;
+    }
     std::memcpy(message.packet_, bytes_, static_cast<std::size_t>(size));
     message.Truncate(size);
     bytes_ += size;
@@ -111,18 +116,22 @@ bool ChunkParser::AppendToPacket(CSocketMsg& message) {
     // All of the chunk, unless it is known where the packet ends: what lies behind is for the next
     // one.
     int taken = left_;
-    if (known && size >= before && IsWhole(size, std::int64_t{before} + left_))
+    if (known && size >= before && IsWhole(size, std::int64_t{before} + left_)) {
         taken = static_cast<int>(size - before);
-    if (!message.Settle(0) || !message.Append(bytes_, taken, known ? size : 0))
+    }
+    if (!message.Settle(0) || !message.Append(bytes_, taken, known ? size : 0)) {
         return false;
+    }
     if (!known) {
         if (!message.ParseHeader(&message.message_length_, &message.message_offset_,
-                                 &message.trailer_length_))
+                                 &message.trailer_length_)) {
             return false;
+        }
         size = message.Sum();
     }
-    if (!IsWhole(size, message.received_))
+    if (!IsWhole(size, message.received_)) {
         return false;
+    }
     if (!Reserve(receiver_.queue_)) {
         // It waits with all its bytes and is queued with the next chunk.
         (void)message.Append(bytes_ + taken, left_ - taken, 0);
@@ -130,10 +139,11 @@ bool ChunkParser::AppendToPacket(CSocketMsg& message) {
     }
     const int end = static_cast<int>(size);
     const bool in_chunk = end >= before && message.received_ == before + taken;
-    if (in_chunk)
+    if (in_chunk) {
         HandOnBehind(message, before, end);
-    else if (!HandOnFromBlock(message, end))
+    } else if (!HandOnFromBlock(message, end)) {
         return false;
+    }
     return Publish(message, end);
 }
 
@@ -157,8 +167,9 @@ bool ChunkParser::HandOnFromBlock(CSocketMsg& message, int size) {
     const int rest = receiver_.keep_remainder_ ? behind : std::min(behind, left_ - size);
     if (rest > 0) {
         auto* spill = static_cast<char*>(allocation::RuntimeAlloc(static_cast<std::size_t>(rest)));
-        if (spill == nullptr)
+        if (spill == nullptr) {
             return false;
+        }
         std::memcpy(spill, message.packet_ + size, static_cast<std::size_t>(rest));
         allocation::RuntimeFree(spill_);
         spill_ = spill;
@@ -173,10 +184,12 @@ bool ChunkParser::HandOnFromBlock(CSocketMsg& message, int size) {
 // throughout, so the message is still ours when it is logged; but the check may have changed it.
 bool ChunkParser::Publish(CSocketMsg& message, int size) {
     receiver_.AssertValidMsg(&message);
-    if (!Append(receiver_.queue_, &message))
+    if (!Append(receiver_.queue_, &message)) {
         return false;
-    if (!frame::LoggingEnabled())
+    }
+    if (!frame::LoggingEnabled()) {
         return true;
+    }
     size = std::min(size, message.capacity_);
     if (!frame::LoggingAsText()) {
         LogHex(L"recv:", reinterpret_cast<unsigned char*>(message.packet_),

@@ -32,15 +32,19 @@ CSocketMsg& CSocketMsg::operator=(const CSocketMsg& other) noexcept {
 }
 
 int CSocketMsg::Add(void* data, int length) {
-    if (data == nullptr || length < 1)
+    if (data == nullptr || length < 1) {
         return -1;
+    }
     if (!Settle(0) ||
-        !Append(static_cast<const char*>(data), length, message_length_ < 1 ? 0 : Sum()))
+        !Append(static_cast<const char*>(data), length, message_length_ < 1 ? 0 : Sum())) {
         return -1;
-    if (message_length_ < 1 && !ParseHeader(&message_length_, &message_offset_, &trailer_length_))
+    }
+    if (message_length_ < 1 && !ParseHeader(&message_length_, &message_offset_, &trailer_length_)) {
         return -1;
-    if (received_ < Sum())
+    }
+    if (received_ < Sum()) {
         return -1;
+    }
     // A sum below 1 comes back as it is: -2 tells a caller that the hook answered without lengths.
     return GetPacketSize();
 }
@@ -59,8 +63,9 @@ int CSocketMsg::GetPacketSize() noexcept {
 
 char* CSocketMsg::GetMsg() noexcept {
     char* packet = GetPacket();
-    if (packet == nullptr || message_length_ <= 0 || message_offset_ <= 0)
+    if (packet == nullptr || message_length_ <= 0 || message_offset_ <= 0) {
         return nullptr;
+    }
     return packet + message_offset_;
 }
 
@@ -79,19 +84,23 @@ int CSocketMsg::GetRecvSize() noexcept {
 // copied for every chunk. One zero byte is kept behind the packet, so that a body logged as text
 // ends with it.
 bool CSocketMsg::Resize(std::int64_t bytes, std::int64_t expected) noexcept {
-    if (packet_ != nullptr && bytes <= capacity_)
+    if (packet_ != nullptr && bytes <= capacity_) {
         return true;
-    if (bytes > INT_MAX)
+    }
+    if (bytes > INT_MAX) {
         return false;
+    }
     std::int64_t room = std::min<std::int64_t>(2 * bytes, INT_MAX);
-    if (expected > 0)
+    if (expected > 0) {
         room = std::max(bytes, std::min(room, expected));
-    else if (packet_ == nullptr)
+    } else if (packet_ == nullptr) {
         room = bytes;
+    }
     const auto size = static_cast<std::uint64_t>(room) + 1;
     void* block = packet_ == nullptr ? MemAlloc(size) : MemRealloc(packet_, size);
-    if (block == nullptr)
+    if (block == nullptr) {
         return false;
+    }
     packet_ = static_cast<char*>(block);
     capacity_ = static_cast<int>(room);
     return true;
@@ -100,8 +109,9 @@ bool CSocketMsg::Resize(std::int64_t bytes, std::int64_t expected) noexcept {
 // Copies length bytes behind the received ones and counts them; false, with nothing changed, when
 // there is no room for them.
 bool CSocketMsg::Append(const char* data, int length, std::int64_t expected) noexcept {
-    if (!Resize(std::int64_t{received_} + length, expected))
+    if (!Resize(std::int64_t{received_} + length, expected)) {
         return false;
+    }
     std::memcpy(packet_ + received_, data, static_cast<std::size_t>(length));
     received_ += length;
     packet_[received_] = 0;
@@ -111,8 +121,9 @@ bool CSocketMsg::Append(const char* data, int length, std::int64_t expected) noe
 // Takes the bytes that are still looked at in place into the own block. When that fails they are
 // gone, and nothing has been received.
 bool CSocketMsg::Settle(std::int64_t expected) noexcept {
-    if (view_ == nullptr)
+    if (view_ == nullptr) {
         return true;
+    }
     const char* bytes = view_;
     const int length = received_;
     view_ = nullptr;

@@ -12,14 +12,17 @@ inline constexpr std::size_t kFirstCapacity = 16;
 // Doubles the ring. False, with the ring unchanged, when memory is short.
 inline bool Grow(MessageRing& ring) noexcept {
     const std::size_t capacity = ring.capacity == 0 ? kFirstCapacity : 2 * ring.capacity;
-    if (capacity > static_cast<std::size_t>(-1) / sizeof(CSocketMsg*))
+    if (capacity > static_cast<std::size_t>(-1) / sizeof(CSocketMsg*)) {
         return false;
+    }
     auto** slots =
         static_cast<CSocketMsg**>(allocation::RuntimeAlloc(capacity * sizeof(CSocketMsg*)));
-    if (slots == nullptr)
+    if (slots == nullptr) {
         return false;
-    for (std::size_t i = 0; i < ring.length; ++i)
+    }
+    for (std::size_t i = 0; i < ring.length; ++i) {
         slots[i] = ring.slots[(ring.first + i) & (ring.capacity - 1)];
+    }
     allocation::RuntimeFree(ring.slots);
     ring.slots = slots;
     ring.capacity = capacity;
@@ -33,8 +36,9 @@ inline bool Reserve(MessageRing& ring) noexcept {
 }
 
 inline bool Append(MessageRing& ring, CSocketMsg* message) noexcept {
-    if (!Reserve(ring))
+    if (!Reserve(ring)) {
         return false;
+    }
     ring.slots[(ring.first + ring.length) & (ring.capacity - 1)] = message;
     ++ring.length;
     return true;
@@ -42,8 +46,9 @@ inline bool Append(MessageRing& ring, CSocketMsg* message) noexcept {
 
 // The oldest message, or null.
 inline CSocketMsg* Take(MessageRing& ring) noexcept {
-    if (ring.length == 0)
+    if (ring.length == 0) {
         return nullptr;
+    }
     CSocketMsg* message = ring.slots[ring.first];
     ring.first = (ring.first + 1) & (ring.capacity - 1);
     --ring.length;

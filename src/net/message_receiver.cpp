@@ -19,21 +19,25 @@ void CSocketMsgReceiver::AssertPartialMsg(CSocketMsg*) {}
 void CSocketMsgReceiver::AssertValidMsg(CSocketMsg*) {}
 
 bool CSocketMsgReceiver::AddMessage(void* data, int length) {
-    if (length < 1 || data == nullptr)
+    if (length < 1 || data == nullptr) {
         return false;
+    }
     const sync::LockGuard guard(lock_);
-    if (current_ == nullptr)
+    if (current_ == nullptr) {
         current_ = NewMessage();
-    if (current_ == nullptr)
+    }
+    if (current_ == nullptr) {
         return false;
+    }
     return net::ChunkParser(*this, static_cast<char*>(data), length).Run();
 }
 
 // REQUIRES: the lock is held.
 CSocketMsg* CSocketMsgReceiver::NewMessage() {
     CSocketMsg* message = net::Take(pool_);
-    if (message == nullptr)
+    if (message == nullptr) {
         return CreateMessage();
+    }
     message->Clear();
     return message;
 }
@@ -50,15 +54,17 @@ CSocketMsg* CSocketMsgReceiver::Pop() noexcept {
 
 std::uint64_t CSocketMsgReceiver::Push(CSocketMsg* message) noexcept {
     const sync::LockGuard guard(lock_);
-    if (message != nullptr)
+    if (message != nullptr) {
         (void)net::Append(queue_, message);  // short of memory: the length tells
+    }
     return queue_.length;
 }
 
 std::uint64_t CSocketMsgReceiver::PushPool(CSocketMsg* message) noexcept {
     const sync::LockGuard guard(lock_);
-    if (message != nullptr)
+    if (message != nullptr) {
         (void)net::Append(pool_, message);  // short of memory: the length tells
+    }
     return pool_.length;
 }
 
