@@ -57,11 +57,12 @@ step() {
 # check LABEL COMMAND...: a step whose failure does not keep the following ones from running.
 check() { step "$@" || true; }
 
-# build PRESET [TARGET...]: configures and builds.
+# build PRESET [TARGET...]: configures and builds; goes on after an error, so that the log has them all.
 build() {
     local preset=$1
     shift
-    (cd "$root" && cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"})
+    (cd "$root" && cmake --preset "$preset" &&
+        cmake --build --preset "$preset" ${1:+--target "$@"} -- -k 0)
 }
 
 # run_tests PRESET: the test programs of one build.

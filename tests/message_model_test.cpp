@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstring>
 #include <deque>
-#include <memory>
+#include <functional>
+#include <optional>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "ztk/ztk.h"
@@ -21,20 +23,16 @@ struct Lengths {
 
 // Three header bytes give the lengths, anything from sensible to absurd; some answers come late.
 bool Understand(const unsigned char* packet, int received, int variety, Lengths* lengths) {
-    if (received < 3 || received < (packet[2] >> 4) * variety)
-        return false;
-    lengths->length = packet[0] % 24;
-    lengths->offset = packet[1] % 6;
-    lengths->trailer = (packet[2] & 15) - variety;
-    return true;
+    const bool enough = received >= 3 && received >= (packet[2] >> 4) * variety;
+    if (enough)
+        *lengths = {packet[0] % 24, packet[1] % 6, (packet[2] & 15) - variety};
+    return enough;
 }
 
 // Both sides write down every hook call with the bytes that it could see.
-struct Story {
-    std::vector<std::string> lines;
+struct Story : std::vector<std::string> {
     void Tell(char what, const void* bytes, int count) {
-        lines.push_back(
-            what + std::string(static_cast<const char*>(bytes), static_cast<std::size_t>(count)));
+        emplace_back(static_cast<const char*>(bytes), static_cast<std::size_t>(count)) += what;
     }
 };
 
@@ -44,23 +42,20 @@ struct ModelMessage {
     Lengths lengths;
 };
 
-class Model {
-  public:
-    Model(int variety, bool keep) : variety_(variety), keep_(keep) {}
-
+struct Model {
     bool AddMessage(const unsigned char* data, int n) {
         int count = 0;
         std::vector<unsigned char> d(data, data + n);
-        if (!current_)
-            current_ = std::make_unique<ModelMessage>();
+        if (!current)
+            current.emplace();
         while (n > 0) {
-            ModelMessage& m = *current_;
+            ModelMessage& m = *current;
             const int r = static_cast<int>(m.packet.size());
             m.packet.insert(m.packet.end(), d.begin(), d.begin() + n);
             const int received = r + n;
             if (m.lengths.length < 1) {
                 story.Tell('h', m.packet.data(), received);
-                if (!Understand(m.packet.data(), received, variety_, &m.lengths))
+                if (!Understand(m.packet.data(), received, variety, &m.lengths))
                     break;
             }
             const int p = m.lengths.Sum();
@@ -70,66 +65,52 @@ class Model {
             d.assign(m.packet.begin() + p, m.packet.end());
             m.packet.resize(static_cast<std::size_t>(p));
             story.Tell('v', m.packet.data(), p);
-            queue.push_back(std::move(*current_));
-            current_.reset();
-            n = keep_ ? received - p : n - p;
+            queue.push_back(std::move(*current));
+            current.reset();
+            n = keep ? received - p : n - p;
             if (n > 0)
-                current_ = std::make_unique<ModelMessage>();
+                current.emplace();
         }
-        if (current_ && n > 0)
-            story.Tell('p', current_->packet.data(), static_cast<int>(current_->packet.size()));
+        if (current && n > 0)
+            story.Tell('p', current->packet.data(), static_cast<int>(current->packet.size()));
         return count > 0;
     }
 
-    Story story;
-    std::deque<ModelMessage> queue;
-
-  private:
-    int variety_;
-    bool keep_;
-    std::unique_ptr<ModelMessage> current_;
+    int variety;
+    bool keep;
+    Story story = {};
+    std::deque<ModelMessage> queue = {};
+    std::optional<ModelMessage> current = {};
 };
 
-class RealMessage : public ZTK::CSocketMsg {
-  public:
-    RealMessage(Story* story, int variety) : story_(story), variety_(variety) {}
+struct RealMessage : ZTK::CSocketMsg {
+    RealMessage(Story* its_story, int its_variety) : story(its_story), variety(its_variety) {}
     ~RealMessage() override = default;
     bool ParseHeader(int* length, int* offset, int* trailer) override {
-        story_->Tell('h', GetPacket(), GetRecvSize());
-        Lengths lengths;
-        if (!Understand(reinterpret_cast<unsigned char*>(GetPacket()), GetRecvSize(), variety_,
-                        &lengths))
-            return false;
-        *length = lengths.length;
-        *offset = lengths.offset;
-        *trailer = lengths.trailer;
-        return true;
+        story->Tell('h', GetPacket(), GetRecvSize());
+        const auto* packet = reinterpret_cast<unsigned char*>(GetPacket());
+        Lengths lengths{*length, *offset, *trailer};
+        const bool understood = Understand(packet, GetRecvSize(), variety, &lengths);
+        std::tie(*length, *offset, *trailer) =
+            std::tie(lengths.length, lengths.offset, lengths.trailer);
+        return understood;
     }
-
-  private:
-    Story* story_;
-    int variety_;
+    Story* story;
+    int variety;
 };
 
-class Real : public ZTK::CSocketMsgReceiver {
-  public:
-    Real(int variety, bool keep) : variety_(variety) { SetKeepRemainder(keep); }
-    ZTK::CSocketMsg* CreateMessage() override {
-        made_.push_back(std::make_unique<RealMessage>(&story, variety_));
-        return made_.back().get();
-    }
+struct Real : ZTK::CSocketMsgReceiver {
+    explicit Real(int its_variety) : variety(its_variety) {}
+    ZTK::CSocketMsg* CreateMessage() override { return &made.emplace_back(&story, variety); }
     void AssertPartialMsg(ZTK::CSocketMsg* m) override {
         story.Tell('p', m->GetPacket(), m->GetRecvSize());
     }
     void AssertValidMsg(ZTK::CSocketMsg* m) override {
         story.Tell('v', m->GetPacket(), m->GetRecvSize());
     }
-
+    int variety;
     Story story;
-
-  private:
-    int variety_;
-    std::vector<std::unique_ptr<RealMessage>> made_;
+    std::deque<RealMessage> made;
 };
 
 // The oldest messages of both queues are equal; the real one goes to the pool.
@@ -143,8 +124,8 @@ void CompareOldest(Model& model, Real& real) {
     EXPECT_EQ(message->GetPacketSize(), expected.lengths.Sum());
     EXPECT_EQ(message->GetMsgLength(), expected.lengths.length);
     const bool has_body = expected.lengths.length > 0 && expected.lengths.offset > 0;
-    EXPECT_EQ(message->GetMsg(),
-              has_body ? message->GetPacket() + expected.lengths.offset : nullptr);
+    char* body = message->GetPacket() + expected.lengths.offset;
+    EXPECT_EQ(message->GetMsg(), has_body ? body : nullptr);
     real.PushPool(message);
 }
 
@@ -152,20 +133,19 @@ void Play(unsigned seed) {
     std::mt19937 random(seed);
     const int variety = static_cast<int>(random() % 4);
     const bool keep = random() % 2 == 0;
-    const int longest = random() % 2 == 0 ? 6 : 120;
-    Model model(variety, keep);
-    Real real(variety, keep);
+    const unsigned longest = random() % 2 == 0 ? 6 : 120;
+    Model model{variety, keep};
+    Real real(variety);
+    real.SetKeepRemainder(keep);
     for (int step = 0; step < 40; ++step) {
-        std::vector<unsigned char> chunk(1 + random() % static_cast<unsigned>(longest));
-        for (unsigned char& byte : chunk)
-            byte = static_cast<unsigned char>(random());
+        std::vector<unsigned char> chunk(1 + random() % longest);
+        std::generate(chunk.begin(), chunk.end(), std::ref(random));
         const int n = static_cast<int>(chunk.size());
-        const bool expected = model.AddMessage(chunk.data(), n);
-        ASSERT_EQ(real.AddMessage(chunk.data(), n), expected);
+        ASSERT_EQ(real.AddMessage(chunk.data(), n), model.AddMessage(chunk.data(), n));
         ASSERT_EQ(real.GetQueueSize(), model.queue.size());
-        ASSERT_EQ(real.story.lines, model.story.lines);
-        model.story.lines.clear();
-        real.story.lines.clear();
+        ASSERT_EQ(real.story, model.story);
+        model.story.clear();
+        real.story.clear();
         for (std::size_t pops = random() % 5; pops > 0 && !model.queue.empty(); --pops)
             ASSERT_NO_FATAL_FAILURE(CompareOldest(model, real));
     }

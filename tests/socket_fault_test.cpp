@@ -3,39 +3,26 @@
 
 #include "support/faults.h"
 #include "support/loopback.h"
-#include "ztk/ztk.h"
 
 namespace {
 
 using ZTK::CClientSocket;
 
-class SocketFault : public ztk_test::IPv4LoopbackTest {
-  public:
-    // Ring slots large enough that no request needs a new one: the rings end the process when
-    // memory is short.
-    static void FillRings() {
-        for (int i = 0; i < 256; ++i) {
-            char* narrow = nullptr;
-            wchar_t* wide = nullptr;
-            ZTK::ZTKGetTmpString(narrow, 2048);
-            ZTK::ZTKGetTmpString(wide, 2048);
-        }
-    }
-
-    // Connects, wraps the accepted end and moves a byte. What cannot be done for lack of memory
-    // must fail by its stated result; the rest goes on.
-    void UseSockets(ztk_test::Receiver& receiver) {
+struct SocketFault : ztk_test::IPv4LoopbackTest {
+    // Connects, wraps the accepted end and moves a byte, when the first n requests pass. What
+    // cannot be done for lack of memory must fail by its stated result; the rest goes on.
+    void UseSockets(ztk_test::Receiver& receiver, ZTK::TSOSocketInfo info, long long n) {
+        ztk_test::FailAfter(n);
         CClientSocket client(0);
-        ZTK::TSOSocketInfo info = ztk_test::Endpoint(family_, server_.port());
         if (!client.Connect(&info)) {
             EXPECT_EQ(client.GetLastError(), static_cast<DWORD>(WSA_NOT_ENOUGH_MEMORY));
             client.Shutdown();
             return;
         }
-        CClientSocket wrapped(&receiver, server_.listener.NextAccepted(), 0);
-        HANDLE thread = wrapped.Receive(0);
+        CClientSocket wrapped(&receiver, server_.NextAccepted(), 0);
+        thread_ = wrapped.Receive(0);
         EXPECT_EQ(client.Send("x", 1), 1);
-        if (thread == nullptr) {
+        if (thread_ == nullptr) {
             EXPECT_EQ(wrapped.GetThreadID(), 0U);
             ZTK::DeRegisterThread(0);
         } else if (wrapped.GetBuffer() != nullptr) {
@@ -45,31 +32,32 @@ class SocketFault : public ztk_test::IPv4LoopbackTest {
         EXPECT_LE(client.SetBufferSize(100'000), 100'000);
         EXPECT_EQ(client.Read(), 0);
         client.Shutdown();
-        if (thread != nullptr) {
-            EXPECT_EQ(WaitForSingleObject(thread, ztk_test::kPatience), WAIT_OBJECT_0);
-            CloseHandle(thread);
+        if (thread_ != nullptr) {
+            ExpectReceiverEnds(wrapped);
         }
     }
 };
 
 TEST_F(SocketFault, EveryRefusedRequestLeavesAStatedResult) {
-    FillRings();
-    {
-        ztk_test::Receiver receiver;
-        UseSockets(receiver);
+    // Ring slots so large that no request needs a new one: without memory a ring ends the process.
+    for (int i = 0; i < 256; ++i) {
+        char* narrow = nullptr;
+        wchar_t* wide = nullptr;
+        ZTK::ZTKGetTmpString(narrow, 2048);
+        ZTK::ZTKGetTmpString(wide, 2048);
     }
-    for (long long n = 0;; ++n) {
-        SCOPED_TRACE(n);
+    const ZTK::TSOSocketInfo info = ztk_test::Endpoint(family_, server_.port());
+    UseSockets(receiver_, info, 1'000'000);
+    long long passed = -1;
+    for (long long requests = 0; requests > passed;) {
+        SCOPED_TRACE(++passed);
         ztk_test::Receiver receiver;
         const long long live = ztk_test::LiveBlocks();
         const long long before = ztk_test::Requests();
-        ztk_test::FailAfter(n);
-        UseSockets(receiver);
+        UseSockets(receiver, info, passed);
         ztk_test::StopFailing();
         EXPECT_EQ(ztk_test::LiveBlocks(), live);
-        if (ztk_test::Requests() - before <= n) {
-            break;  // nothing was refused any more
-        }
+        requests = ztk_test::Requests() - before;
     }
 }
 

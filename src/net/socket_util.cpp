@@ -51,6 +51,7 @@ int CSocketUtil::GetSockName(std::uint64_t socket, sockaddr* address, int* addre
 }
 
 const wchar_t* CSocketUtil::IP4SockIPToStrIP(sockaddr_in* address) noexcept {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): the text belongs to the calling thread on both targets
     return address == nullptr ? nullptr : StrConvert(inet_ntoa(address->sin_addr), kSystemCodePage);
 }
 

@@ -2,6 +2,7 @@
 // a loopback socket. Written once for both targets; returns 0 if all of it worked.
 #include <ztk/ztk.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -33,7 +34,7 @@ void CheckThreads() {
 // Accepts one connection and lets another thread know of it.
 class Listener : public ZTK::ISOListener {
   public:
-    bool IsStopping() override { return false; }
+    bool IsStopping() override { return stopping; }
     void OnSocketCreated(std::uint64_t) override {}
     void OnListen(const wchar_t*, const wchar_t*, unsigned short) override { SetEvent(listening); }
     void OnError(ZTK::CServerSocket*, int) override { SetEvent(listening); }
@@ -45,6 +46,7 @@ class Listener : public ZTK::ISOListener {
     HANDLE listening = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     HANDLE connected = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     std::atomic<std::uint64_t> accepted{0};
+    std::atomic<bool> stopping{false};
 };
 
 unsigned short PortOf(std::uint64_t socket) {
@@ -74,6 +76,7 @@ void CheckSockets() {
     Check(received == 14 && std::memcmp(peer.GetBuffer(), text, 14) == 0, "receives what it sent");
     peer.Shutdown();
     client.Shutdown();
+    listener.stopping = true;
     server.Shutdown();
     server.WaitForThreadExit(-1);
     CloseHandle(listener.listening);

@@ -4,9 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstring>
 #include <mutex>
-#include <ostream>
-#include <string>
 #include <vector>
 
 #include "ztk/ztk.h"
@@ -16,21 +15,14 @@ namespace ztk_test {
 // The bound on what should take no time at all.
 inline constexpr DWORD kPatience = 20'000;
 
-// Opened once, waited for by any number of threads.
-class Gate {
-  public:
-    Gate() : event_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
-    Gate(const Gate&) = delete;
-    Gate& operator=(const Gate&) = delete;
-    ~Gate() { CloseHandle(event_); }
+// An event: once opened it stays open for all who wait, or lets one of them pass.
+struct Gate {
+    explicit Gate(BOOL stays = TRUE) : event(CreateEventW(nullptr, stays, FALSE, nullptr)) {}
+    ~Gate() { CloseHandle(event); }
+    void Open() { SetEvent(event); }
+    [[nodiscard]] bool Wait() { return WaitForSingleObject(event, kPatience) == WAIT_OBJECT_0; }
 
-    void Open() { SetEvent(event_); }
-    [[nodiscard]] bool Wait() const {
-        return WaitForSingleObject(event_, kPatience) == WAIT_OBJECT_0;
-    }
-
-  private:
-    HANDLE event_;
+    HANDLE event;
 };
 
 struct Family {
@@ -43,10 +35,6 @@ struct Family {
 inline constexpr Family kIPv4 = {2, L"127.0.0.1", L"127.0.0.1", "IPv4"};
 inline constexpr Family kIPv6 = {23, L"::1", L"[::1]", "IPv6"};
 
-inline std::ostream& operator<<(std::ostream& out, const Family& family) {
-    return out << family.name;
-}
-
 inline ZTK::TSOSocketInfo Endpoint(const Family& family, unsigned short port,
                                    const wchar_t* host = nullptr) {
     ZTK::TSOSocketInfo info{family.number, IPPROTO_TCP, SOCK_STREAM, {}, port};
@@ -54,27 +42,36 @@ inline ZTK::TSOSocketInfo Endpoint(const Family& family, unsigned short port,
     return info;
 }
 
-// The local port of a socket, 0 when it has none.
-inline unsigned short LocalPort(std::uint64_t socket) {
-    sockaddr_in6 address{};  // the port is at the same place for IPv4
-    int bytes = sizeof(address);
-    return ZTK::CSocketUtil::GetSockName(socket, reinterpret_cast<sockaddr*>(&address), &bytes) == 0
-               ? ntohs(address.sin6_port)
-               : static_cast<unsigned short>(0);
+inline void SetOption(std::uint64_t socket, int option, auto value) {
+    EXPECT_EQ(ZTK::CSocketUtil::SetOptions(socket, SOL_SOCKET, option, &value, sizeof(value)), 0);
 }
 
-// Counts what a receiver thread reports.
-class Receiver final : public ZTK::ISOReceiver {
-  public:
+template <typename Value>
+Value GetOption(std::uint64_t socket, int option) {
+    Value value;
+    std::memset(&value, 0x77, sizeof(value));
+    EXPECT_EQ(ZTK::CSocketUtil::GetOptions(socket, SOL_SOCKET, option, &value, sizeof(value)), 0);
+    return value;
+}
+
+// Closes a socket so that its peer is reset.
+inline void Abort(std::uint64_t socket) {
+    SetOption(socket, SO_LINGER, linger{1, 0});
+    closesocket(static_cast<SOCKET>(socket));
+}
+
+// Sends from a socket that stays open.
+inline void SendFrom(std::uint64_t socket, const char* text) {
+    const int length = static_cast<int>(std::strlen(text));
+    EXPECT_EQ(ZTK::CClientSocket(nullptr, socket, 0).Send(text, length), length);
+}
+
+// What a receiver thread reports.
+struct Receiver final : ZTK::ISOReceiver {
     bool IsStopping() override { return stopping; }
     bool OnReceive(ZTK::CClientSocket* socket, unsigned char* data, int length) override {
-        {
-            const std::lock_guard<std::mutex> guard(lock_);
-            text_.append(reinterpret_cast<char*>(data), static_cast<std::size_t>(length));
-            if (length > longest_) {
-                longest_ = length;
-            }
-        }
+        text.append(reinterpret_cast<char*>(data), static_cast<std::size_t>(length));
+        longest = length > longest ? length : longest;
         if (shut_down_in_callback) {
             socket->Shutdown();
         }
@@ -83,56 +80,66 @@ class Receiver final : public ZTK::ISOReceiver {
     }
     void OnDisconnect(ZTK::CClientSocket*) override { ++disconnects; }
 
-    std::string text() {
-        const std::lock_guard<std::mutex> guard(lock_);
-        return text_;
-    }
-    int longest() {
-        const std::lock_guard<std::mutex> guard(lock_);
-        return longest_;
-    }
-
-    std::atomic<bool> stopping{false};
-    std::atomic<bool> go_on{true};
-    std::atomic<bool> shut_down_in_callback{false};
+    bool stopping = false, go_on = true, shut_down_in_callback = false;  // set before it starts
     std::atomic<int> disconnects{0};
     Gate received;
-
-  private:
-    std::mutex lock_;
-    std::string text_;
-    int longest_ = 0;
+    std::string text;  // to be read, as longest, when the thread has ended
+    int longest = 0;
 };
 
-// Counts what a listener thread reports and keeps what it accepted.
-class Listener final : public ZTK::ISOListener {
-  public:
-    ~Listener() {
-        for (const std::uint64_t socket : accepted()) {
-            closesocket(static_cast<SOCKET>(socket));
+// Waits for an object's worker thread, which must end in time.
+inline void ExpectThreadEnds(ZTK::CSocket& socket) {
+    socket.WaitForThreadExit(static_cast<int>(kPatience));
+    EXPECT_EQ(ZTK::GetThreadHandle(socket.GetThreadID()), nullptr) << "the thread still runs";
+}
+
+// A server and what its listener thread reports. Stopped at the end of its scope; what it accepted
+// is closed then.
+struct Server : ZTK::ISOListener {
+    explicit Server(ZTK::TSOSocketInfo endpoint) : socket(this, 0, &endpoint) {}
+    ~Server() {
+        Stop();
+        for (const std::uint64_t peer : accepted) {
+            closesocket(static_cast<SOCKET>(peer));
         }
+    }
+
+    // Whether it listens.
+    [[nodiscard]] bool Start() { return socket.Listen() >= 0 && started.Wait() && errors == 0; }
+    void Stop() {
+        stopping = true;
+        socket.Shutdown();
+        ExpectThreadEnds(socket);
+    }
+    // The port that the system chose, while it listens.
+    [[nodiscard]] unsigned short port() {
+        sockaddr_in6 address{};  // the port is at the same place for IPv4
+        int bytes = sizeof(address);
+        auto* generic = reinterpret_cast<sockaddr*>(&address);
+        EXPECT_EQ(ZTK::CSocketUtil::GetSockName(socket.GetSocket(), generic, &bytes), 0);
+        return ntohs(address.sin6_port);
+    }
+    // The connection that was just made, waiting for it; 0 when none comes.
+    std::uint64_t NextAccepted() {
+        const bool came = accept.Wait();
+        const std::lock_guard<std::mutex> guard(lock);
+        return came ? accepted.back() : 0;
     }
 
     bool IsStopping() override { return stopping; }
-    void OnSocketCreated(std::uint64_t socket) override {
-        ++created;
-        socket_ = socket;
-    }
-    void OnAccept(ZTK::CServerSocket* server, std::uint64_t socket) override {
-        {
-            const std::lock_guard<std::mutex> guard(lock_);
-            accepted_.push_back(socket);
-        }
+    void OnSocketCreated(std::uint64_t) override { ++created; }
+    void OnAccept(ZTK::CServerSocket* server, std::uint64_t peer) override {
+        const std::lock_guard<std::mutex> guard(lock);
+        accepted.push_back(peer);
         if (shut_down_in_callback) {
             stopping = true;
             server->Shutdown();
         }
-        SetEvent(accept_event_.get());
+        accept.Open();
     }
     void OnListen(const wchar_t*, const wchar_t* address, unsigned short port) override {
         ZTK::StrCopy(address_text, address);
         endpoint_port = port;
-        listened_port = LocalPort(socket_);
         ++listens;
         started.Open();
     }
@@ -142,88 +149,19 @@ class Listener final : public ZTK::ISOListener {
         started.Open();
     }
 
-    // The next connection, waiting for it; 0 when none comes.
-    std::uint64_t NextAccepted() {
-        for (;;) {
-            {
-                const std::lock_guard<std::mutex> guard(lock_);
-                if (!accepted_.empty()) {
-                    const std::uint64_t first = accepted_.front();
-                    accepted_.erase(accepted_.begin());
-                    return first;
-                }
-            }
-            if (WaitForSingleObject(accept_event_.get(), kPatience) != WAIT_OBJECT_0) {
-                return 0;
-            }
-        }
-    }
-    std::vector<std::uint64_t> accepted() {
-        const std::lock_guard<std::mutex> guard(lock_);
-        return accepted_;
-    }
-
-    std::atomic<bool> stopping{false};
-    std::atomic<bool> shut_down_in_callback{false};
-    std::atomic<int> created{0};
-    std::atomic<int> listens{0};
-    std::atomic<int> errors{0};
-    std::atomic<int> error{0};
-    Gate started;  // listening, or failed
-    // Written before `started` opens.
+    std::atomic<bool> stopping{false}, shut_down_in_callback{false};
+    std::atomic<int> created{0}, listens{0}, errors{0}, error{0};
+    Gate started;  // listening, or failed; what follows was written before
     wchar_t address_text[1025] = {};
     unsigned short endpoint_port = 0;
-    unsigned short listened_port = 0;
-
-  private:
-    class AutoEvent {
-      public:
-        AutoEvent() : event_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
-        AutoEvent(const AutoEvent&) = delete;
-        AutoEvent& operator=(const AutoEvent&) = delete;
-        ~AutoEvent() { CloseHandle(event_); }
-        HANDLE get() const { return event_; }
-
-      private:
-        HANDLE event_;
-    };
-
-    std::mutex lock_;
-    std::vector<std::uint64_t> accepted_;
-    AutoEvent accept_event_;
-    std::uint64_t socket_ = 0;
-};
-
-// Waits for an object's worker thread, which must end in time.
-inline void ExpectThreadEnds(ZTK::CSocket& socket) {
-    socket.WaitForThreadExit(static_cast<int>(kPatience));
-    EXPECT_EQ(ZTK::GetThreadHandle(socket.GetThreadID()), nullptr) << "the thread still runs";
-}
-
-// A server with its recorder. Stopped at the end of its scope.
-class Server {
-  public:
-    explicit Server(ZTK::TSOSocketInfo endpoint) : socket(&listener, 0, &endpoint) {}
-    ~Server() { Stop(); }
-
-    // Whether it listens.
-    [[nodiscard]] bool Start() {
-        return socket.Listen() >= 0 && listener.started.Wait() && listener.errors == 0;
-    }
-    void Stop() {
-        listener.stopping = true;
-        socket.Shutdown();
-        ExpectThreadEnds(socket);
-    }
-    [[nodiscard]] unsigned short port() const { return listener.listened_port; }
-
-    Listener listener;
+    std::vector<std::uint64_t> accepted;  // to be read when the thread has ended
     ZTK::CServerSocket socket;
+    std::mutex lock;  // of `accepted`
+    Gate accept{FALSE};
 };
 
 // A test with a listening server of its family, and verbs to connect to it.
-class LoopbackTest : public testing::TestWithParam<Family> {
-  public:
+struct LoopbackTest : testing::TestWithParam<Family> {
     static void SetUpTestSuite() { ZTK::InitWSA(); }
     static void TearDownTestSuite() { ZTK::CloseWSA(); }
 
@@ -232,32 +170,40 @@ class LoopbackTest : public testing::TestWithParam<Family> {
 
     void SetUp() override {
         if (!server_.Start()) {
-            ASSERT_EQ(family_.number, kIPv6.number) << "error " << server_.listener.error;
-            GTEST_SKIP() << "no IPv6 loopback here, error " << server_.listener.error;
+            ASSERT_EQ(family_.number, kIPv6.number) << "error " << server_.error;
+            GTEST_SKIP() << "no IPv6 loopback here, error " << server_.error;
         }
     }
 
-    // Connects and returns the server's end, 0 on failure.
+    // Connects and returns the server's end, 0 on failure. The server closes it.
     std::uint64_t Connect(ZTK::CClientSocket& client) {
         ZTK::TSOSocketInfo info = Endpoint(family_, server_.port());
-        return client.Connect(&info) ? server_.listener.NextAccepted() : 0;
+        const std::uint64_t peer = client.Connect(&info) ? server_.NextAccepted() : 0;
+        EXPECT_NE(peer, 0U);
+        return peer;
+    }
+    // The same, and starts the receiver thread.
+    std::uint64_t StartReceiving(ZTK::CClientSocket& client) {
+        const std::uint64_t peer = Connect(client);
+        thread_ = client.Receive(0);
+        return peer;
+    }
+    // The handle stays open until then, because the registry holds the same one.
+    void ExpectReceiverEnds(ZTK::CClientSocket& client) {
+        EXPECT_EQ(WaitForSingleObject(thread_, kPatience), WAIT_OBJECT_0);
+        CloseHandle(thread_);
+        EXPECT_EQ(ZTK::GetThreadHandle(client.GetThreadID()), nullptr);
     }
 
     Family family_;
     Server server_;
+    Receiver receiver_;
+    HANDLE thread_ = nullptr;
+    ZTK::CClientSocket client_{&receiver_, 0};
 };
 
-class IPv4LoopbackTest : public LoopbackTest {
-  public:
+struct IPv4LoopbackTest : LoopbackTest {
     IPv4LoopbackTest() : LoopbackTest(kIPv4) {}
 };
-
-// Closes a socket so that its peer is reset.
-inline void Abort(std::uint64_t socket) {
-    linger now{};
-    now.l_onoff = 1;
-    ASSERT_EQ(ZTK::CSocketUtil::SetOptions(socket, SOL_SOCKET, SO_LINGER, &now, sizeof(now)), 0);
-    closesocket(static_cast<SOCKET>(socket));
-}
 
 }  // namespace ztk_test

@@ -14,7 +14,8 @@
 
 #include <windows.h>
 
-// The enumeration of protocols, which MinGW's headers leave out (they have its constants as macros).
+// The enumeration of protocols, which MinGW's headers leave out (they have its constants as
+// macros).
 #if defined(__MINGW32__)
 using IPPROTO = int;
 #endif
