@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <memory>
 #include <set>
 #include <thread>
 
@@ -23,8 +24,7 @@ TEST(PosixHandles, ValuesAreNeverUsedAgain) {
 
 TEST(PosixHandles, AnObjectCannotBeTakenTwiceAtOnce) {
     HANDLE both[] = {CreateEventW(nullptr, FALSE, TRUE, nullptr), nullptr};
-    HANDLE self = GetCurrentProcess();
-    DuplicateHandle(self, both[0], self, &both[1], 0, FALSE, 0);
+    DuplicateHandle(GetCurrentProcess(), both[0], GetCurrentProcess(), &both[1], 0, FALSE, 0);
     EXPECT_EQ(WAIT_FAILED, WaitForMultipleObjects(2, both, TRUE, 0));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, GetLastError());
     // Twice in a wait for any is fine, also when the wait has to queue up.
@@ -36,37 +36,41 @@ TEST(PosixHandles, AnObjectCannotBeTakenTwiceAtOnce) {
     EXPECT_TRUE(CloseHandle(both[0]) && CloseHandle(both[1]));
 }
 
-void TakeMutex(void* mutex) {
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(mutex, INFINITE));
+bool destroyed;
+HANDLE late, late_taken;
+pthread_key_t key;
+
+void TakeMutexLate(void* mutex) {
+    (void)WaitForSingleObject(mutex, INFINITE);
+    SetEvent(late_taken);
 }
 
-HANDLE early, late;
-pthread_key_t key;
-bool destroyed;
 struct SlowToDie {
     bool* done = &destroyed;
     ~SlowToDie() { Sleep(20), *done = true; }
 };
 
-DWORD LeaveMuchToTheEnd(LPVOID) {
+DWORD LeaveMuchToTheEnd(LPVOID early) {
     static thread_local SlowToDie object;
-    TakeMutex(early);
+    (void)WaitForSingleObject(early, INFINITE);
     return *object.done + static_cast<DWORD>(pthread_setspecific(key, late));
 }
 
 TEST(PosixThreads, EndAfterTheirThreadLocalObjectsAndMayTakeAMutexInTheirLastDestructor) {
-    early = CreateMutexW(nullptr, FALSE, nullptr);
-    late = CreateMutexW(nullptr, FALSE, nullptr);
-    TakeMutex(early);
+    HANDLE early = CreateMutexW(nullptr, TRUE, nullptr);
     ReleaseMutex(early);
+    late = CreateMutexW(nullptr, FALSE, nullptr);
+    late_taken = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     // Made after the layer's own key, so that its destructor runs after the layer's.
-    ASSERT_EQ(0, pthread_key_create(&key, TakeMutex));
-    HANDLE thread = CreateThread(nullptr, 0, LeaveMuchToTheEnd, nullptr, 0, nullptr);
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread, INFINITE));
-    EXPECT_TRUE(destroyed);
-    for (HANDLE mutex : {early, late}) {
-        EXPECT_EQ(WAIT_ABANDONED, WaitForSingleObject(mutex, INFINITE));
-        CloseHandle(mutex);
+    ASSERT_EQ(0, pthread_key_create(&key, TakeMutexLate));
+    HANDLE thread = CreateThread(nullptr, 0, LeaveMuchToTheEnd, early, 0, nullptr);
+    EXPECT_TRUE(WaitForSingleObject(thread, INFINITE) == WAIT_OBJECT_0 && destroyed);
+    EXPECT_EQ(WAIT_ABANDONED, WaitForSingleObject(early, INFINITE));
+    // The thread's handle is signalled before the last destructors run.
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(late_taken, INFINITE));
+    EXPECT_EQ(WAIT_ABANDONED, WaitForSingleObject(late, INFINITE));
+    for (HANDLE handle : {early, late, late_taken, thread}) {
+        EXPECT_TRUE(CloseHandle(handle));
     }
 }
 

@@ -4,14 +4,13 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <string>
+#include <iterator>
 
 namespace {
-
-constexpr const wchar_t* kLogPath = L"/dev/null";
 
 class Plugin {
   public:
@@ -19,10 +18,7 @@ class Plugin {
         EXPECT_NE(nullptr, library_) << dlerror();
     }
     ~Plugin() { EXPECT_EQ(0, dlclose(library_)); }
-    template <typename Result>
-    Result Call(const char* name) {
-        return reinterpret_cast<Result (*)(const wchar_t*)>(dlsym(library_, name))(kLogPath);
-    }
+    int Call(const char* name) { return reinterpret_cast<int (*)()>(dlsym(library_, name))(); }
 
   private:
     void* library_;
@@ -34,27 +30,20 @@ long CountEntries(const char* directory) {
 
 long CountMappings() {
     std::ifstream maps("/proc/self/maps");
-    long count = 0;
-    for (std::string line; std::getline(maps, line);) {
-        ++count;
-    }
-    return count;
+    return std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
 }
 
 TEST(Lifecycle, ThousandLoadsAndUnloadsLeaveNothingBehind) {
-    long bytes = 0;
+    std::size_t bytes = 0;
     long mappings = 0;
     long threads = 0;
     const long descriptors = CountEntries("/proc/self/fd");
     for (int i = 0; i < 1000; ++i) {
-        {
-            Plugin plugin;
-            ASSERT_EQ(3, plugin.Call<int>("UseAndLeave"));
-        }
+        ASSERT_EQ(3, Plugin().Call("UseAndLeave"));
         ASSERT_EQ(nullptr, dlopen(ZTK_TEST_LIBRARY, RTLD_NOW | RTLD_NOLOAD)) << "not unloaded";
         // The first rounds fill what the C library itself keeps for later.
         if (i == 20) {
-            bytes = static_cast<long>(mallinfo2().uordblks);
+            bytes = mallinfo2().uordblks;
             mappings = CountMappings();
             threads = CountEntries("/proc/self/task");
         }
@@ -62,20 +51,15 @@ TEST(Lifecycle, ThousandLoadsAndUnloadsLeaveNothingBehind) {
     EXPECT_EQ(descriptors, CountEntries("/proc/self/fd"));
     // The system lists a thread for a moment after it has been joined.
     EXPECT_LE(CountEntries("/proc/self/task"), threads + 3);
-    EXPECT_LE(static_cast<long>(mallinfo2().uordblks), bytes + 1024);
+    EXPECT_LE(mallinfo2().uordblks, bytes + 1024);
     EXPECT_LE(CountMappings(), mappings + 4);
 }
 
 TEST(LifecycleDeathTest, AProcessMayEndWhileItsThreadsRunAndLog) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     for (int i = 0; i < 10; ++i) {
-        EXPECT_EXIT(
-            {
-                auto* plugin = new Plugin;
-                plugin->Call<void>("StartEndlessThreads");
-                std::exit(0);
-            },
-            testing::ExitedWithCode(0), "");
+        EXPECT_EXIT(std::exit((new Plugin)->Call("StartEndlessThreads")),
+                    testing::ExitedWithCode(0), "");
     }
 }
 

@@ -1,58 +1,41 @@
 // The recursive lock and the thread registry.
-
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
+#include <algorithm>
 #include <thread>
-#include <vector>
 
 #include "ztk/sync.h"
 #include "ztk/threads.h"
 
 namespace {
 
-void OnAnotherThread(const std::function<void()>& work) {
-    std::thread(work).join();
-}
+constexpr DWORD kTaken = WAIT_OBJECT_0, kTimedOut = WAIT_TIMEOUT, kFailed = WAIT_FAILED;
 
-// Another thread can take the lock. Never returns if it cannot; the time limit of the test tells.
-void ExpectFree(ZTK::CLock& lock) {
-    OnAnotherThread([&] {
-        lock.Lock();
-        lock.Unlock();
-    });
+HANDLE NewEvent() {
+    return CreateEventW(nullptr, TRUE, FALSE, nullptr);
 }
 
 // Another thread does not get the lock before the caller, who holds one level, releases it.
 void ExpectHeldOnce(ZTK::CLock& lock) {
-    HANDLE inside = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    HANDLE inside = NewEvent();
     std::thread taker([&] {
         lock.Lock();
         SetEvent(inside);
         lock.Unlock();
     });
-    EXPECT_EQ(WaitForSingleObject(inside, 20), static_cast<DWORD>(WAIT_TIMEOUT));
+    EXPECT_EQ(WaitForSingleObject(inside, 20), kTimedOut);
     lock.Unlock();
-    EXPECT_EQ(WaitForSingleObject(inside, INFINITE), WAIT_OBJECT_0);
     taker.join();
     CloseHandle(inside);
 }
 
-TEST(Lock, IsHeldUntilEveryLevelIsReleased) {
-    ZTK::CLock lock;
-    lock.Lock();
-    lock.Lock();
-    lock.Unlock();
-    ExpectHeldOnce(lock);
-    ExpectFree(lock);
-}
-
-TEST(Lock, UnbalancedUnlocksChangeNothing) {
+TEST(Lock, IsHeldUntilEveryLevelIsReleasedWhateverElseIsUnlocked) {
     ZTK::CLock lock;
     lock.Unlock();  // nobody ever locked it
     lock.Lock();
-    OnAnotherThread([&] { lock.Unlock(); });  // not the holder
+    lock.Lock();
+    lock.Unlock();
+    std::thread([&] { lock.Unlock(); }).join();  // not the holder
     ExpectHeldOnce(lock);
     lock.Lock();
     for (int i = 0; i < 3; ++i) {
@@ -64,28 +47,18 @@ TEST(Lock, UnbalancedUnlocksChangeNothing) {
 
 TEST(Lock, RemembersWhoLockedLastEvenAfterTheRelease) {
     ZTK::CLock lock;
-    EXPECT_FALSE(lock.HaveLock());
-    lock.Lock();
-    EXPECT_TRUE(lock.HaveLock());
-    lock.Unlock();
-    EXPECT_TRUE(lock.HaveLock());
-    OnAnotherThread([&] {
+    const auto lock_and_release = [&] {
         EXPECT_FALSE(lock.HaveLock());
         lock.Lock();
+        EXPECT_TRUE(lock.HaveLock());
         lock.Unlock();
         EXPECT_TRUE(lock.HaveLock());
-    });
+    };
+    lock_and_release();
+    std::thread(lock_and_release).join();
     EXPECT_FALSE(lock.HaveLock());
-}
-
-TEST(Lock, CanBeDestroyedWhileTheDestroyerHoldsIt) {
-    for (const int levels : {1, 2}) {
-        auto lock = std::make_unique<ZTK::CLock>();
-        for (int i = 0; i < levels; ++i) {
-            lock->Lock();
-        }
-        lock.reset();
-    }
+    lock.Lock();
+    lock.Lock();  // destroyed while held
 }
 
 // Threads that lock, nest, and unlock once too often: the extra unlock of a thread that was the
@@ -93,139 +66,96 @@ TEST(Lock, CanBeDestroyedWhileTheDestroyerHoldsIt) {
 TEST(Lock, ExcludesThreadsThatUnlockTooOften) {
     ZTK::CLock lock;
     int inside = 0;
-    int total = 0;
     bool collided = false;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20000; ++i) {
-                lock.Lock();
-                lock.Lock();
-                collided |= inside++ != 0;
-                ++total;
-                lock.Unlock();
-                --inside;
-                lock.Unlock();
-                lock.Unlock();
-            }
-        });
-    }
+    const auto work = [&] {
+        for (int i = 0; i < 20000; ++i) {
+            lock.Lock();
+            lock.Lock();
+            collided |= inside++ != 0;
+            lock.Unlock();
+            --inside;
+            lock.Unlock();
+            lock.Unlock();
+        }
+    };
+    std::thread threads[] = {std::thread(work), std::thread(work), std::thread(work)};
+    work();
     for (auto& thread : threads) {
         thread.join();
     }
-    EXPECT_FALSE(collided);
-    EXPECT_EQ(total, 80000);
-}
-
-// A thread that waits for its gate, or the handle of one.
-struct Worker {
-    HANDLE gate = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    DWORD id = 0;
-    HANDLE handle = CreateThread(nullptr, 0, Run, this, 0, &id);
-
-    static DWORD WINAPI Run(void* self) {
-        WaitForSingleObject(static_cast<Worker*>(self)->gate, INFINITE);
-        ZTK::DeRegisterThread(GetCurrentThreadId());
-        return 0;
-    }
-    ~Worker() { CloseHandle(gate); }
-};
-
-HANDLE DuplicateOf(HANDLE handle) {
-    HANDLE duplicate = nullptr;
-    DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &duplicate, 0, FALSE,
-                    DUPLICATE_SAME_ACCESS);
-    return duplicate;
+    EXPECT_FALSE(collided || inside != 0);
 }
 
 bool IsOpen(HANDLE handle) {
-    return WaitForSingleObject(handle, 0) != WAIT_FAILED;
+    return WaitForSingleObject(handle, 0) != kFailed;
 }
+
+const HANDLE gate = NewEvent();
+
+// A registered thread that waits for the gate, deregisters itself and ends.
+struct Worker {
+    DWORD id = 0;
+    HANDLE handle = CreateThread(nullptr, 0, Run, nullptr, CREATE_SUSPENDED, &id), kept = nullptr;
+    HANDLE notify = ZTK::RegisterThread(id, handle);
+
+    Worker() {
+        HANDLE self = GetCurrentProcess();
+        DuplicateHandle(self, handle, self, &kept, 0, FALSE, DUPLICATE_SAME_ACCESS);
+        EXPECT_TRUE(ResetEvent(gate) && ResumeThread(handle) == 1);
+    }
+    ~Worker() { EXPECT_TRUE(WaitForSingleObject(kept, 10000) == kTaken && CloseHandle(kept)); }
+    static DWORD WINAPI Run(void*) {
+        WaitForSingleObject(gate, INFINITE);
+        ZTK::DeRegisterThread(GetCurrentThreadId());
+        return 0;
+    }
+};
 
 TEST(ThreadRegistry, KeepsTheFirstHandleAndEventOfAnId) {
-    HANDLE one = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    HANDLE two = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    void* notify = ZTK::RegisterThread(5, one);
-    ASSERT_NE(notify, nullptr);
-    EXPECT_EQ(ZTK::RegisterThread(5, two), notify);
-    EXPECT_EQ(ZTK::GetThreadHandle(5), one);
-    EXPECT_EQ(ZTK::GetThreadNotify(5), notify);
-    EXPECT_EQ(WaitForSingleObject(notify, 0), static_cast<DWORD>(WAIT_TIMEOUT));
-    SetEvent(notify);
-    EXPECT_EQ(WaitForSingleObject(notify, 0), WAIT_OBJECT_0);
-    EXPECT_EQ(WaitForSingleObject(notify, 0), static_cast<DWORD>(WAIT_TIMEOUT)) << "auto-reset";
-
-    ZTK::DeRegisterThread(5);
-    EXPECT_EQ(ZTK::GetThreadHandle(5), nullptr);
-    EXPECT_EQ(ZTK::GetThreadNotify(5), nullptr);
-    EXPECT_FALSE(IsOpen(notify));
-    EXPECT_TRUE(IsOpen(one)) << "the thread handle is not the registry's to close here";
-    ZTK::DeRegisterThread(5);
-    CloseHandle(one);
-    CloseHandle(two);
-}
-
-TEST(ThreadRegistry, ANullHandleIsRecordedLikeAnyOther) {
-    EXPECT_NE(ZTK::RegisterThread(0, nullptr), nullptr);
-    EXPECT_NE(ZTK::GetThreadNotify(0), nullptr);
-    EXPECT_EQ(ZTK::GetThreadHandle(0), nullptr);
-    ZTK::DeRegisterThread(0);
+    for (HANDLE first : {NewEvent(), HANDLE{}}) {
+        HANDLE second = NewEvent();
+        void* notify = ZTK::RegisterThread(5, first);
+        EXPECT_EQ(ZTK::RegisterThread(5, second), notify);
+        EXPECT_TRUE(ZTK::GetThreadHandle(5) == first && ZTK::GetThreadNotify(5) == notify);
+        EXPECT_EQ(WaitForSingleObject(notify, 0), kTimedOut);
+        EXPECT_TRUE(SetEvent(notify) && WaitForSingleObject(notify, 0) == kTaken);
+        EXPECT_EQ(WaitForSingleObject(notify, 0), kTimedOut) << "auto-reset";
+        ZTK::DeRegisterThread(5);
+        EXPECT_TRUE(!ZTK::GetThreadHandle(5) && !ZTK::GetThreadNotify(5) && !IsOpen(notify));
+        EXPECT_EQ(IsOpen(first), first != nullptr) << "not the registry's to close here";
+        ZTK::DeRegisterThread(5);
+        EXPECT_TRUE(CloseHandle(second) && (first == nullptr || CloseHandle(first)));
+    }
 }
 
 TEST(ThreadRegistry, WaitingClosesHandlesOfThreadsThatStillRun) {
-    Worker a;
-    Worker b;
-    const HANDLE kept[] = {DuplicateOf(a.handle), DuplicateOf(b.handle)};
-    void* events[] = {ZTK::RegisterThread(a.id, a.handle), ZTK::RegisterThread(b.id, b.handle)};
+    Worker a, b;
     ZTK::WaitRegisteredThreadsExit(0);
-    EXPECT_FALSE(IsOpen(a.handle));
-    EXPECT_FALSE(IsOpen(b.handle));
-    EXPECT_FALSE(IsOpen(events[0]));
-    EXPECT_FALSE(IsOpen(events[1]));
+    EXPECT_FALSE(IsOpen(a.handle) || IsOpen(b.handle) || IsOpen(a.notify) || IsOpen(b.notify));
     EXPECT_EQ(ZTK::GetThreadHandle(a.id), nullptr);
-    SetEvent(a.gate);
-    SetEvent(b.gate);
-    EXPECT_EQ(WaitForMultipleObjects(2, kept, TRUE, 10000), WAIT_OBJECT_0);
-    CloseHandle(kept[0]);
-    CloseHandle(kept[1]);
+    SetEvent(gate);
     ZTK::WaitRegisteredThreadsExit(INFINITE);  // nothing registered: no wait at all
 }
 
 TEST(ThreadRegistry, WaitingEndsWhenAllThreadsHaveEnded) {
-    std::vector<std::unique_ptr<Worker>> workers;
-    std::vector<HANDLE> kept;
-    for (int i = 0; i < 20; ++i) {
-        workers.push_back(std::make_unique<Worker>());
-        kept.push_back(DuplicateOf(workers.back()->handle));
-        ZTK::RegisterThread(workers.back()->id, workers.back()->handle);
-    }
-    std::thread opener([&] {
-        for (auto& worker : workers) {
-            SetEvent(worker->gate);
-        }
-    });
+    Worker workers[20];
+    std::thread opener([] { SetEvent(gate); });
     ZTK::WaitRegisteredThreadsExit(INFINITE);
-    for (const HANDLE handle : kept) {
-        EXPECT_EQ(WaitForSingleObject(handle, 0), WAIT_OBJECT_0);
-        CloseHandle(handle);
+    for (const Worker& worker : workers) {
+        EXPECT_EQ(WaitForSingleObject(worker.kept, 0), kTaken);
     }
     opener.join();
 }
 
-TEST(ThreadRegistry, MoreHandlesThanOneWaitTakesAreClosedUnwaited) {
-    for (const bool with_null : {false, true}) {
-        const unsigned int count = with_null ? 2 : 65;
-        std::vector<HANDLE> handles;
-        for (unsigned int id = 1; id <= count; ++id) {
-            HANDLE never =
-                with_null && id == 1 ? nullptr : CreateEventW(nullptr, TRUE, FALSE, nullptr);
-            handles.push_back(never);
-            ZTK::RegisterThread(id, never);
+TEST(ThreadRegistry, MoreHandlesThanOneWaitTakesOrANullAreClosedUnwaited) {
+    for (const unsigned count : {65U, 2U}) {  // of the two one is null
+        HANDLE handles[65] = {};
+        for (unsigned id = 0; id < count; ++id) {
+            handles[id] = count + id == 2 ? nullptr : NewEvent();
+            ZTK::RegisterThread(id, handles[id]);
         }
         ZTK::WaitRegisteredThreadsExit(INFINITE);
-        for (const HANDLE handle : handles) {
-            EXPECT_FALSE(IsOpen(handle));
-        }
+        EXPECT_TRUE(std::none_of(handles, handles + 65, IsOpen));
     }
 }
 
