@@ -9,7 +9,7 @@
 
 namespace {
 
-// The first and the last index in [from, to) hold no other byte in between.
+// All bytes at the indexes from..to-1 are byte.
 bool Holds(const void* block, unsigned char byte, std::size_t from, std::size_t to) {
     const auto* bytes = static_cast<const unsigned char*>(block);
     return std::count(bytes + from, bytes + to, byte) == static_cast<std::ptrdiff_t>(to - from);

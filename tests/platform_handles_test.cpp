@@ -130,7 +130,8 @@ TEST_F(KernelObjects, ClosingAHandleDoesNotEndAWaitOnIt) {
         HANDLE kept = Event();
         HANDLE source = Duplicate(kept);
         HANDLE event = Duplicate(source, DUPLICATE_CLOSE_SOURCE);
-        EXPECT_EQ(0, CloseHandle(source));
+        // The platform may give the copy the value of the source that it closed.
+        EXPECT_TRUE(event == source || !CloseHandle(source));
         Worker waiter([&] { return Wait(event); });
         Sleep(pause);
         EXPECT_TRUE(CloseHandle(event) && SetEvent(kept));

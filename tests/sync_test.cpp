@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 #include "ztk/sync.h"
 #include "ztk/threads.h"
@@ -15,48 +16,38 @@ HANDLE NewEvent() {
     return CreateEventW(nullptr, TRUE, FALSE, nullptr);
 }
 
+const HANDLE gate = NewEvent();
+
 // Another thread does not get the lock before the caller, who holds one level, releases it.
 void ExpectHeldOnce(ZTK::CLock& lock) {
-    HANDLE inside = NewEvent();
+    ResetEvent(gate);
     std::thread taker([&] {
         lock.Lock();
-        SetEvent(inside);
+        SetEvent(gate);
         lock.Unlock();
+        EXPECT_TRUE(lock.HaveLock());
     });
-    EXPECT_EQ(WaitForSingleObject(inside, 20), kTimedOut);
+    EXPECT_EQ(WaitForSingleObject(gate, 20), kTimedOut);
     lock.Unlock();
     taker.join();
-    CloseHandle(inside);
+    EXPECT_FALSE(lock.HaveLock());
 }
 
-TEST(Lock, IsHeldUntilEveryLevelIsReleasedWhateverElseIsUnlocked) {
+TEST(Lock, IsHeldUntilEveryLevelIsReleasedAndRemembersItsLastHolder) {
     ZTK::CLock lock;
     lock.Unlock();  // nobody ever locked it
+    EXPECT_FALSE(lock.HaveLock());
     lock.Lock();
     lock.Lock();
     lock.Unlock();
     std::thread([&] { lock.Unlock(); }).join();  // not the holder
     ExpectHeldOnce(lock);
     lock.Lock();
-    for (int i = 0; i < 3; ++i) {
-        lock.Unlock();  // extra unlocks must not pile up
-    }
+    lock.Unlock();
+    EXPECT_TRUE(lock.HaveLock()) << "released, but the last to have it";
+    lock.Unlock();  // an extra one must not be remembered
     lock.Lock();
     ExpectHeldOnce(lock);
-}
-
-TEST(Lock, RemembersWhoLockedLastEvenAfterTheRelease) {
-    ZTK::CLock lock;
-    const auto lock_and_release = [&] {
-        EXPECT_FALSE(lock.HaveLock());
-        lock.Lock();
-        EXPECT_TRUE(lock.HaveLock());
-        lock.Unlock();
-        EXPECT_TRUE(lock.HaveLock());
-    };
-    lock_and_release();
-    std::thread(lock_and_release).join();
-    EXPECT_FALSE(lock.HaveLock());
     lock.Lock();
     lock.Lock();  // destroyed while held
 }
@@ -65,15 +56,14 @@ TEST(Lock, RemembersWhoLockedLastEvenAfterTheRelease) {
 // last owner races with the next owner's Lock and must never let two threads in.
 TEST(Lock, ExcludesThreadsThatUnlockTooOften) {
     ZTK::CLock lock;
-    int inside = 0;
-    bool collided = false;
+    bool inside = false, collided = false;
     const auto work = [&] {
         for (int i = 0; i < 20000; ++i) {
             lock.Lock();
             lock.Lock();
-            collided |= inside++ != 0;
+            collided |= std::exchange(inside, true);
             lock.Unlock();
-            --inside;
+            inside = false;
             lock.Unlock();
             lock.Unlock();
         }
@@ -83,14 +73,12 @@ TEST(Lock, ExcludesThreadsThatUnlockTooOften) {
     for (auto& thread : threads) {
         thread.join();
     }
-    EXPECT_FALSE(collided || inside != 0);
+    EXPECT_FALSE(collided);
 }
 
 bool IsOpen(HANDLE handle) {
     return WaitForSingleObject(handle, 0) != kFailed;
 }
-
-const HANDLE gate = NewEvent();
 
 // A registered thread that waits for the gate, deregisters itself and ends.
 struct Worker {
@@ -113,18 +101,16 @@ struct Worker {
 
 TEST(ThreadRegistry, KeepsTheFirstHandleAndEventOfAnId) {
     for (HANDLE first : {NewEvent(), HANDLE{}}) {
-        HANDLE second = NewEvent();
         void* notify = ZTK::RegisterThread(5, first);
-        EXPECT_EQ(ZTK::RegisterThread(5, second), notify);
+        EXPECT_EQ(ZTK::RegisterThread(5, gate), notify);
         EXPECT_TRUE(ZTK::GetThreadHandle(5) == first && ZTK::GetThreadNotify(5) == notify);
-        EXPECT_EQ(WaitForSingleObject(notify, 0), kTimedOut);
-        EXPECT_TRUE(SetEvent(notify) && WaitForSingleObject(notify, 0) == kTaken);
-        EXPECT_EQ(WaitForSingleObject(notify, 0), kTimedOut) << "auto-reset";
+        const auto is_set = [&] { return WaitForSingleObject(notify, 0) == kTaken; };
+        EXPECT_TRUE(!is_set() && SetEvent(notify) && is_set() && !is_set()) << "auto-reset";
         ZTK::DeRegisterThread(5);
         EXPECT_TRUE(!ZTK::GetThreadHandle(5) && !ZTK::GetThreadNotify(5) && !IsOpen(notify));
         EXPECT_EQ(IsOpen(first), first != nullptr) << "not the registry's to close here";
         ZTK::DeRegisterThread(5);
-        EXPECT_TRUE(CloseHandle(second) && (first == nullptr || CloseHandle(first)));
+        EXPECT_TRUE(first == nullptr || CloseHandle(first));
     }
 }
 
@@ -132,14 +118,20 @@ TEST(ThreadRegistry, WaitingClosesHandlesOfThreadsThatStillRun) {
     Worker a, b;
     ZTK::WaitRegisteredThreadsExit(0);
     EXPECT_FALSE(IsOpen(a.handle) || IsOpen(b.handle) || IsOpen(a.notify) || IsOpen(b.notify));
-    EXPECT_EQ(ZTK::GetThreadHandle(a.id), nullptr);
-    SetEvent(gate);
+    EXPECT_TRUE(ZTK::GetThreadHandle(a.id) == nullptr && SetEvent(gate));
     ZTK::WaitRegisteredThreadsExit(INFINITE);  // nothing registered: no wait at all
 }
 
 TEST(ThreadRegistry, WaitingEndsWhenAllThreadsHaveEnded) {
     Worker workers[20];
-    std::thread opener([] { SetEvent(gate); });
+    // Not before the wait has taken the threads out of the registry: one that deregisters itself
+    // earlier is not waited for.
+    std::thread opener([&] {
+        while (ZTK::GetThreadHandle(workers[0].id) != nullptr) {
+            std::this_thread::yield();
+        }
+        SetEvent(gate);
+    });
     ZTK::WaitRegisteredThreadsExit(INFINITE);
     for (const Worker& worker : workers) {
         EXPECT_EQ(WaitForSingleObject(worker.kept, 0), kTaken);

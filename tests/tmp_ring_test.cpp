@@ -17,22 +17,21 @@ namespace {
 constexpr int kSlots = 256, kThreads = 16;
 
 template <typename Char>
+Char* Request(unsigned int count) {
+    Char* text = nullptr;
+    EXPECT_EQ(ZTK::ZTKGetTmpString(text, count), 1U) << count;
+    return text;
+}
+
+template <typename Char>
 struct TmpRing : testing::Test {
-    using Other = std::conditional_t<std::is_same_v<Char, char>, wchar_t, char>;
-    template <typename Type = Char>
-    static Type* Request(unsigned int count) {
-        Type* text = nullptr;
-        EXPECT_EQ(ZTK::ZTKGetTmpString(text, count), 1U) << count;
-        return text;
-    }
-    // All the other slots, in their order.
-    static std::set<Char*> RestOfTheTurn(unsigned int count) {
+    // All the other slots. The other ring is independent: its requests neither use up this ring's
+    // slots nor write to them.
+    static std::set<Char*> RestOfTheTurn() {
         std::set<Char*> texts;
         for (int i = 1; i < kSlots; ++i) {
-            texts.insert(Request(count));
-            // The other ring is independent: its requests neither use up this ring's slots nor
-            // write to them.
-            Request<Other>(count);
+            texts.insert(Request<Char>(1));
+            Request<std::conditional_t<std::is_same_v<Char, char>, wchar_t, char>>(1);
         }
         return texts;
     }
@@ -50,30 +49,28 @@ struct TmpRing : testing::Test {
 using Chars = testing::Types<char, wchar_t>;
 TYPED_TEST_SUITE(TmpRing, Chars);
 
-TYPED_TEST(TmpRing, ASlotComesBackWiderOrNotWithThe256thFurtherRequest) {
-    TypeParam* first = this->Request(600);
+TYPED_TEST(TmpRing, ASlotComesBackWithItsOldTextAtThe256thFurtherRequest) {
+    TypeParam* first = Request<TypeParam>(600);
     std::fill_n(first, 600, static_cast<TypeParam>('o'));
-    const auto others = this->RestOfTheTurn(1);
-    EXPECT_TRUE(others.size() == 255 && others.count(first) == 0);
-    EXPECT_EQ(first[0], static_cast<TypeParam>('o')) << "intact through 255 further requests";
-    EXPECT_EQ(this->Request(10), first);
+    const auto others = this->RestOfTheTurn();
+    EXPECT_TRUE(others.size() == 255 && others.count(first) == 0 && first[0] == 'o');
+    EXPECT_EQ(Request<TypeParam>(10), first);
     EXPECT_TRUE(first[0] == 0 && first[1] == 'o' && first[599] == 'o');
-    this->RestOfTheTurn(1);
-    TypeParam* larger = this->Request(300000);
+    this->RestOfTheTurn();
+    TypeParam* larger = Request<TypeParam>(300000);
     EXPECT_TRUE(larger[0] == 0 && larger[1] == 'o' && larger[599] == 'o');
     EXPECT_EQ(std::count(larger + 600, larger + 300000, 0), 299400);
 }
 
 TYPED_TEST(TmpRing, CountsOutOfRangeAreRefusedWithoutTakingASlot) {
-    TypeParam* first = this->Request(1);
-    this->RestOfTheTurn(1);
+    TypeParam* first = Request<TypeParam>(1);
+    this->RestOfTheTurn();
     for (const unsigned int count : {0U, 512001U, 0x80000000U, 0xFFFFFFFFU}) {
         TypeParam* text = first;
-        EXPECT_EQ(ZTK::ZTKGetTmpString(text, count), 0U) << count;
-        EXPECT_EQ(text, first) << count;
+        EXPECT_TRUE(ZTK::ZTKGetTmpString(text, count) == 0 && text == first) << count;
     }
-    EXPECT_EQ(this->Request(1), first) << "refusals must not advance the ring";
-    this->Request(512000)[511999] = 'e';
+    EXPECT_EQ(Request<TypeParam>(1), first) << "refusals must not advance the ring";
+    Request<TypeParam>(512000)[511999] = 'e';
 }
 
 // Any 256 requests in a row have 256 different slots, and each text stays its requester's until
@@ -85,7 +82,7 @@ TYPED_TEST(TmpRing, ManyThreadsNeverShareASlotWithin256Requests) {
     this->OnThreads([&](int t) {
         for (int r = 0; r < 400; ++r) {
             for (int i = t * 16; i < t * 16 + 16; ++i) {
-                texts[i] = this->Request(16);
+                texts[i] = Request<TypeParam>(16);
                 std::memcpy(texts[i], &i, sizeof i);
             }
             round.ArriveAndWait();
@@ -103,7 +100,7 @@ TYPED_TEST(TmpRing, ManyThreadsNeverShareASlotWithin256Requests) {
 TYPED_TEST(TmpRing, UnpacedThreadsAllGetASlot) {
     this->OnThreads([&](int) {
         for (int i = 0; i < 20000; ++i) {
-            ASSERT_NE(this->Request(16), nullptr);
+            ASSERT_NE(Request<TypeParam>(16), nullptr);
         }
     });
 }

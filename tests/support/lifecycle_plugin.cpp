@@ -35,16 +35,13 @@ extern "C" {
     ZTK::EnableLogging(true, 0);
     unsigned char bytes[100] = {};
     ZTK::LogHex(L"bytes", bytes, sizeof bytes);
-    char* narrow = nullptr;
-    wchar_t* wide = nullptr;
-    ZTK::ZTKGetTmpString(narrow, 1000);
-    ZTK::ZTKGetTmpString(wide, 1000);
+    (void)ZTK::StrFormat("%d", 1);
+    (void)ZTK::StrFormat(L"%d", 1);
     ZTK::RegisterThread(1, nullptr);
     (void)CreateEventW(nullptr, TRUE, FALSE, L"left open");
     (void)CreateMutexW(nullptr, TRUE, L"left open and owned");
     CloseHandle(CreateMutexW(nullptr, TRUE, nullptr));
 
-    threads_run = 0;
     HANDLE threads[] = {NewThread(CountRun), NewThread(CountRun), NewThread(CountRun)};
     WaitForMultipleObjects(3, threads, TRUE, INFINITE);
     CloseHandle(threads[0]);
