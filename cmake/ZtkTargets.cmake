@@ -5,6 +5,10 @@ math(EXPR ZTK_POINTER_BITS "${CMAKE_SIZEOF_VOID_P} * 8")
 set(ZTK_OUTPUT_NAME ZtkAgentLib${ZTK_POINTER_BITS})
 
 find_package(Threads REQUIRED)
+if(NOT WIN32)
+    # The parser under the DOM; Windows brings its own DOM along.
+    find_package(EXPAT REQUIRED)
+endif()
 
 # Language, warnings and sanitizers of our own code. A host gets none of these.
 add_library(ztk_build_flags INTERFACE)

@@ -22,6 +22,10 @@ void* RuntimeAlloc(std::size_t bytes) noexcept {
     return std::malloc(bytes);
 }
 
+void* RuntimeAllocZeroed(std::size_t bytes) noexcept {
+    return std::calloc(1, bytes);
+}
+
 void* RuntimeRealloc(void* block, std::size_t bytes) noexcept {
     return std::realloc(block, bytes);
 }

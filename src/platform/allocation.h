@@ -13,8 +13,10 @@ void* ProcessAlloc(std::size_t bytes) noexcept;
 void* ProcessRealloc(void* block, std::size_t bytes) noexcept;
 void ProcessFree(void* block) noexcept;
 
-// The library's private C-runtime heap: memory that never leaves its owner. Not zero-filled.
+// The library's private C-runtime heap: memory that never leaves its owner. Not zero-filled,
+// unless asked for: then large blocks cost nothing until they are touched.
 void* RuntimeAlloc(std::size_t bytes) noexcept;
+void* RuntimeAllocZeroed(std::size_t bytes) noexcept;
 void* RuntimeRealloc(void* block, std::size_t bytes) noexcept;
 void RuntimeFree(void* block) noexcept;
 

@@ -18,6 +18,7 @@ void Unload() noexcept {
     ZTK::frame::DestroyStaticObjects();
     TearDownTextStreams();
     TearDownSockets();
+    TearDownCom();
     TearDownThreads();
     TearDownHandles();
 }

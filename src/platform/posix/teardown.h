@@ -15,6 +15,10 @@ void TearDownTextStreams() noexcept;
 // Closes the sockets that are still open and frees their table.
 void TearDownSockets() noexcept;
 
+// Stops noticing the end of threads, whose COM error records are then not given back; gives back
+// the calling thread's.
+void TearDownCom() noexcept;
+
 // Stops noticing the end of threads.
 void TearDownThreads() noexcept;
 

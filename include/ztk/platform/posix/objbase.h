@@ -1,0 +1,208 @@
+// COM: results, ids, IUnknown, the initialisation of a thread, and the creation of objects by
+// class.
+#pragma once
+
+#include <type_traits>
+
+#include "ztk/platform/export.h"
+#include "ztk/platform/posix/minwindef.h"
+
+namespace ZTKPosix {
+
+// The result of a COM call. Negative values are failures; a success need not be S_OK.
+using HRESULT = LONG;
+
+inline constexpr bool SUCCEEDED(HRESULT result) noexcept {
+    return result >= 0;
+}
+inline constexpr bool FAILED(HRESULT result) noexcept {
+    return result < 0;
+}
+
+inline constexpr HRESULT S_OK = 0;
+inline constexpr HRESULT S_FALSE = 1;
+inline constexpr HRESULT E_NOTIMPL = static_cast<HRESULT>(0x80004001u);
+inline constexpr HRESULT E_NOINTERFACE = static_cast<HRESULT>(0x80004002u);
+inline constexpr HRESULT E_POINTER = static_cast<HRESULT>(0x80004003u);
+inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005u);
+inline constexpr HRESULT E_UNEXPECTED = static_cast<HRESULT>(0x8000FFFFu);
+inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000Eu);
+inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057u);
+inline constexpr HRESULT RPC_E_CHANGED_MODE = static_cast<HRESULT>(0x80010106u);
+inline constexpr HRESULT DISP_E_TYPEMISMATCH = static_cast<HRESULT>(0x80020005u);
+inline constexpr HRESULT DISP_E_OVERFLOW = static_cast<HRESULT>(0x8002000Au);
+inline constexpr HRESULT CLASS_E_NOAGGREGATION = static_cast<HRESULT>(0x80040110u);
+inline constexpr HRESULT REGDB_E_CLASSNOTREG = static_cast<HRESULT>(0x80040154u);
+inline constexpr HRESULT CO_E_NOTINITIALIZED = static_cast<HRESULT>(0x800401F0u);
+inline constexpr HRESULT CO_E_CLASSSTRING = static_cast<HRESULT>(0x800401F3u);
+
+struct GUID {
+    DWORD Data1;
+    WORD Data2;
+    WORD Data3;
+    BYTE Data4[8];
+
+    friend constexpr bool operator==(const GUID&, const GUID&) noexcept = default;
+};
+using IID = GUID;
+using CLSID = GUID;
+using REFGUID = const GUID&;
+using REFIID = const IID&;
+using REFCLSID = const CLSID&;
+
+inline constexpr bool IsEqualGUID(REFGUID a, REFGUID b) noexcept {
+    return a == b;
+}
+inline constexpr bool IsEqualIID(REFIID a, REFIID b) noexcept {
+    return a == b;
+}
+
+using OLECHAR = wchar_t;
+using LPOLESTR = OLECHAR*;
+using LPCOLESTR = const OLECHAR*;
+
+// The id of an interface; each interface's header adds its own.
+template <class Interface>
+struct InterfaceIdOf;
+
+// Of an interface, or of an object or pointer whose static type names one.
+template <class Type>
+using InterfaceOf = std::remove_cv_t<std::remove_pointer_t<std::remove_reference_t<Type>>>;
+
+// The root of all interfaces. An object lives until every reference on it has been given back.
+//
+// Ownership: an interface pointer that a call hands out is a reference of the caller's own.
+// Thread-safety: AddRef and Release of this layer's objects may be called from any thread.
+struct ZTK_API IUnknown {
+    // S_OK and a new reference in *object, or E_NOINTERFACE with *object null; E_POINTER when
+    // object is null.
+    virtual HRESULT QueryInterface(REFIID iid, void** object) = 0;
+
+    // Both return the references left, which is for diagnostics only.
+    virtual ULONG AddRef() = 0;
+    virtual ULONG Release() = 0;
+
+    template <class Interface>
+    HRESULT QueryInterface(Interface** object) {
+        return QueryInterface(InterfaceIdOf<Interface>::value, reinterpret_cast<void**>(object));
+    }
+
+  protected:
+    // Objects end by Release only.
+    ~IUnknown() = default;
+};
+using LPUNKNOWN = IUnknown*;
+
+inline constexpr IID IID_IUnknown{0x00000000, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+template <>
+struct InterfaceIdOf<IUnknown> {
+    static constexpr const IID& value = IID_IUnknown;
+};
+
+// Concurrency models for CoInitializeEx. The remaining flags are accepted and have no effect.
+enum COINIT : DWORD {
+    COINIT_MULTITHREADED = 0x0,
+    COINIT_APARTMENTTHREADED = 0x2,
+    COINIT_DISABLE_OLE1DDE = 0x4,
+    COINIT_SPEED_OVER_MEMORY = 0x8,
+};
+
+// Where an object may run. All classes of this layer run in the process.
+enum CLSCTX : DWORD {
+    CLSCTX_INPROC_SERVER = 0x1,
+    CLSCTX_INPROC_HANDLER = 0x2,
+    CLSCTX_LOCAL_SERVER = 0x4,
+    CLSCTX_REMOTE_SERVER = 0x10,
+    CLSCTX_ALL = 0x17,
+};
+
+// Initialises COM on the calling thread, CoInitialize apartment-threaded. S_OK the first time,
+// S_FALSE when the thread is initialised already; both are balanced by one CoUninitialize.
+// RPC_E_CHANGED_MODE when the thread is initialised in the other model; that is not balanced.
+// E_INVALIDARG for a reserved pointer that is not null and for unknown flags.
+ZTK_API HRESULT CoInitialize(LPVOID reserved) noexcept;
+ZTK_API HRESULT CoInitializeEx(LPVOID reserved, DWORD flags) noexcept;
+
+// Takes one initialisation of the calling thread back; ignored when there is none. Objects that are
+// still referenced stay usable.
+ZTK_API void CoUninitialize() noexcept;
+
+// The class that a ProgID names (letter case does not count), or that a text "{...}" spells. S_OK,
+// or CO_E_CLASSSTRING with a zero id; E_INVALIDARG for a null argument.
+ZTK_API HRESULT CLSIDFromProgID(LPCOLESTR prog_id, CLSID* id) noexcept;
+ZTK_API HRESULT CLSIDFromString(LPCOLESTR text, CLSID* id) noexcept;
+
+// Makes an object and hands out the interface asked for. Failures leave *object null:
+// CO_E_NOTINITIALIZED when the calling thread has not initialised COM, REGDB_E_CLASSNOTREG for an
+// unknown class or a context without CLSCTX_INPROC_SERVER, CLASS_E_NOAGGREGATION when outer is not
+// null, E_NOINTERFACE, E_OUTOFMEMORY, E_POINTER when object is null.
+ZTK_API HRESULT CoCreateInstance(REFCLSID id, LPUNKNOWN outer, DWORD context, REFIID iid,
+                                 LPVOID* object) noexcept;
+
+// Objects of this layer run from the start: S_OK, or E_INVALIDARG for a null object.
+ZTK_API HRESULT OleRun(LPUNKNOWN object) noexcept;
+
+// Takes a class out of the registry, or puts it back, for the whole process: what a host meets on a
+// machine where the class is not installed. Both classes are there at first. Returns false for a
+// ProgID that the layer does not know. Safe from any thread.
+ZTK_API bool SetClassAvailable(LPCWSTR prog_id, bool available) noexcept;
+
+// The documents, nodes, attributes and attribute maps of the layer that are alive in the process
+// now. For leak checks.
+[[nodiscard]] ZTK_API SIZE_T LiveComObjects() noexcept;
+
+}  // namespace ZTKPosix
+
+using ZTKPosix::CLASS_E_NOAGGREGATION;
+using ZTKPosix::CLSID;
+using ZTKPosix::CLSIDFromProgID;
+using ZTKPosix::CLSIDFromString;
+using ZTKPosix::CO_E_CLASSSTRING;
+using ZTKPosix::CO_E_NOTINITIALIZED;
+using ZTKPosix::CoCreateInstance;
+using ZTKPosix::CoInitialize;
+using ZTKPosix::CoInitializeEx;
+using ZTKPosix::CoUninitialize;
+using ZTKPosix::DISP_E_OVERFLOW;
+using ZTKPosix::DISP_E_TYPEMISMATCH;
+using ZTKPosix::E_FAIL;
+using ZTKPosix::E_INVALIDARG;
+using ZTKPosix::E_NOINTERFACE;
+using ZTKPosix::E_NOTIMPL;
+using ZTKPosix::E_OUTOFMEMORY;
+using ZTKPosix::E_POINTER;
+using ZTKPosix::E_UNEXPECTED;
+using ZTKPosix::FAILED;
+using ZTKPosix::GUID;
+using ZTKPosix::HRESULT;
+using ZTKPosix::IID;
+using ZTKPosix::IID_IUnknown;
+using ZTKPosix::IsEqualGUID;
+using ZTKPosix::IsEqualIID;
+using ZTKPosix::IUnknown;
+using ZTKPosix::LPCOLESTR;
+using ZTKPosix::LPOLESTR;
+using ZTKPosix::LPUNKNOWN;
+using ZTKPosix::OLECHAR;
+using ZTKPosix::OleRun;
+using ZTKPosix::REFCLSID;
+using ZTKPosix::REFGUID;
+using ZTKPosix::REFIID;
+using ZTKPosix::REGDB_E_CLASSNOTREG;
+using ZTKPosix::RPC_E_CHANGED_MODE;
+using ZTKPosix::S_FALSE;
+using ZTKPosix::S_OK;
+using ZTKPosix::SUCCEEDED;
+using enum ZTKPosix::COINIT;
+using enum ZTKPosix::CLSCTX;
+
+// The id of the interface that a type or an expression names.
+#if !defined(__uuidof)
+#define __uuidof(thing) \
+    (::ZTKPosix::InterfaceIdOf<::ZTKPosix::InterfaceOf<__typeof__(thing)>>::value)
+#endif
+
+#if !defined(STDMETHODCALLTYPE)
+#define STDMETHODCALLTYPE
+#endif

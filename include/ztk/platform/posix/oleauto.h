@@ -1,0 +1,198 @@
+// Automation: counted strings, variants and error records.
+#pragma once
+
+#include "ztk/platform/posix/objbase.h"
+
+namespace ZTKPosix {
+
+// A counted 16-bit string, terminated in addition; it may hold NUL characters. A null BSTR counts
+// as an empty one. Owned by whoever received it and given back with SysFreeString.
+using BSTR = OLECHAR*;
+
+// A copy of text up to its terminator. Null for a null text and when memory is short.
+[[nodiscard]] ZTK_API BSTR SysAllocString(const OLECHAR* text) noexcept;
+
+// A string of length characters, copied from text; with a null text the characters are for the
+// caller to fill in. Null when memory is short.
+[[nodiscard]] ZTK_API BSTR SysAllocStringLen(const OLECHAR* text, UINT length) noexcept;
+
+// The same counted in bytes. An odd count is kept; the terminator follows it.
+[[nodiscard]] ZTK_API BSTR SysAllocStringByteLen(LPCSTR bytes, UINT count) noexcept;
+
+// Ignores null.
+ZTK_API void SysFreeString(BSTR text) noexcept;
+
+// Characters or bytes without the terminator; 0 for null.
+[[nodiscard]] ZTK_API UINT SysStringLen(BSTR text) noexcept;
+[[nodiscard]] ZTK_API UINT SysStringByteLen(BSTR text) noexcept;
+
+// The strings that are allocated in the process now. For leak checks.
+[[nodiscard]] ZTK_API SIZE_T LiveBstrs() noexcept;
+
+using VARTYPE = unsigned short;
+using VARIANT_BOOL = short;
+using DATE = double;  // days since 30 December 1899
+
+inline constexpr VARIANT_BOOL VARIANT_TRUE = -1;
+inline constexpr VARIANT_BOOL VARIANT_FALSE = 0;
+
+// A fixed-point number: ten thousandths.
+struct CY {
+    long long int64;
+};
+
+// The kinds of values that this layer makes or takes.
+enum VARENUM : VARTYPE {
+    VT_EMPTY = 0,
+    VT_NULL = 1,
+    VT_I2 = 2,
+    VT_I4 = 3,
+    VT_R4 = 4,
+    VT_R8 = 5,
+    VT_CY = 6,
+    VT_DATE = 7,
+    VT_BSTR = 8,
+    VT_ERROR = 10,
+    VT_BOOL = 11,
+    VT_UNKNOWN = 13,
+    VT_I1 = 16,
+    VT_UI1 = 17,
+    VT_UI2 = 18,
+    VT_UI4 = 19,
+    VT_I8 = 20,
+    VT_UI8 = 21,
+    VT_INT = 22,
+    VT_UINT = 23,
+    VT_ARRAY = 0x2000,
+};
+
+struct SAFEARRAYBOUND {
+    ULONG cElements;
+    LONG lLbound;
+};
+
+// An array of one dimension; binary values come as arrays of bytes.
+struct SAFEARRAY {
+    WORD cDims;
+    WORD fFeatures;
+    ULONG cbElements;
+    ULONG cLocks;
+    PVOID pvData;
+    SAFEARRAYBOUND rgsabound[1];
+};
+
+struct tagVARIANT {
+    VARTYPE vt;
+    WORD wReserved1;
+    WORD wReserved2;
+    WORD wReserved3;
+    union {
+        long long llVal;
+        LONG lVal;
+        BYTE bVal;
+        short iVal;
+        float fltVal;
+        double dblVal;
+        VARIANT_BOOL boolVal;
+        LONG scode;
+        CY cyVal;
+        DATE date;
+        BSTR bstrVal;
+        IUnknown* punkVal;
+        SAFEARRAY* parray;
+        char cVal;
+        WORD uiVal;
+        ULONG ulVal;
+        unsigned long long ullVal;
+        int intVal;
+        unsigned int uintVal;
+    };
+};
+using VARIANT = tagVARIANT;
+using VARIANTARG = VARIANT;
+using LPVARIANT = VARIANT*;
+
+// Makes the variant empty whatever it held before: for memory that holds no variant yet.
+ZTK_API void VariantInit(VARIANT* variant) noexcept;
+
+// Gives back what the variant owns (a string, a reference, an array) and makes it empty. S_OK, or
+// E_INVALIDARG for null.
+ZTK_API HRESULT VariantClear(VARIANT* variant) noexcept;
+
+// Clears target and makes it a copy of source with a string, reference or array of its own. S_OK,
+// E_OUTOFMEMORY with target empty, or E_INVALIDARG for null.
+ZTK_API HRESULT VariantCopy(VARIANT* target, const VARIANT* source) noexcept;
+
+// What went wrong in a call, beyond its result. Each text is a new string of the caller's, which
+// may be null.
+struct ZTK_API IErrorInfo : IUnknown {
+    virtual HRESULT GetGUID(GUID* id) = 0;
+    virtual HRESULT GetSource(BSTR* source) = 0;
+    virtual HRESULT GetDescription(BSTR* description) = 0;
+    virtual HRESULT GetHelpFile(BSTR* help_file) = 0;
+    virtual HRESULT GetHelpContext(DWORD* help_context) = 0;
+
+  protected:
+    ~IErrorInfo() = default;
+};
+
+// Answered by objects that leave an error record behind when a call fails.
+struct ZTK_API ISupportErrorInfo : IUnknown {
+    // S_OK when calls of that interface do, else S_FALSE.
+    virtual HRESULT InterfaceSupportsErrorInfo(REFIID iid) = 0;
+
+  protected:
+    ~ISupportErrorInfo() = default;
+};
+
+inline constexpr IID IID_IErrorInfo{
+    0x1CF2B120, 0x547D, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
+inline constexpr IID IID_ISupportErrorInfo{
+    0xDF0B3D60, 0x548F, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
+
+template <>
+struct InterfaceIdOf<IErrorInfo> {
+    static constexpr const IID& value = IID_IErrorInfo;
+};
+template <>
+struct InterfaceIdOf<ISupportErrorInfo> {
+    static constexpr const IID& value = IID_ISupportErrorInfo;
+};
+
+// The error record of the calling thread. SetErrorInfo replaces it (null takes it away) and keeps a
+// reference; GetErrorInfo hands it over: S_OK, or S_FALSE with null when there is none. reserved is
+// 0.
+ZTK_API HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info) noexcept;
+ZTK_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) noexcept;
+
+}  // namespace ZTKPosix
+
+using ZTKPosix::BSTR;
+using ZTKPosix::CY;
+using ZTKPosix::DATE;
+using ZTKPosix::GetErrorInfo;
+using ZTKPosix::IErrorInfo;
+using ZTKPosix::IID_IErrorInfo;
+using ZTKPosix::IID_ISupportErrorInfo;
+using ZTKPosix::ISupportErrorInfo;
+using ZTKPosix::LPVARIANT;
+using ZTKPosix::SAFEARRAY;
+using ZTKPosix::SAFEARRAYBOUND;
+using ZTKPosix::SetErrorInfo;
+using ZTKPosix::SysAllocString;
+using ZTKPosix::SysAllocStringByteLen;
+using ZTKPosix::SysAllocStringLen;
+using ZTKPosix::SysFreeString;
+using ZTKPosix::SysStringByteLen;
+using ZTKPosix::SysStringLen;
+using ZTKPosix::tagVARIANT;
+using ZTKPosix::VARIANT;
+using ZTKPosix::VARIANT_BOOL;
+using ZTKPosix::VARIANT_FALSE;
+using ZTKPosix::VARIANT_TRUE;
+using ZTKPosix::VARIANTARG;
+using ZTKPosix::VariantClear;
+using ZTKPosix::VariantCopy;
+using ZTKPosix::VariantInit;
+using ZTKPosix::VARTYPE;
+using enum ZTKPosix::VARENUM;

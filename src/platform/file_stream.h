@@ -1,0 +1,36 @@
+// The C runtime's streams as far as a buffer reads them: _fileno and _filelength (the size of the
+// file behind an open stream in bytes, or -1), _lock_file and _unlock_file, and _fgetc_nolock,
+// which is fgetc for a caller that holds the stream's lock.
+//
+// Wide characters are read with fgetwc itself on both targets: the mode in which the caller opened
+// the stream decides how it decodes, and nobody else can. It hands out wint_t, whose width does not
+// depend on that of wchar_t, so it is safe to call where the C library's own wide characters are
+// wider than ours. Within _lock_file its own locking costs next to nothing.
+#pragma once
+
+#include <cstdio>
+#include <cwchar>
+
+#include "ztk/platform.h"
+
+#if defined(_WIN32)
+#include <io.h>
+#else
+#include "platform/posix/file_stream.h"
+#endif
+
+namespace ZTK {
+
+// Keeps a stream to the calling thread for a scope.
+class StreamLock {
+  public:
+    explicit StreamLock(std::FILE* stream) noexcept : stream_(stream) { _lock_file(stream_); }
+    StreamLock(const StreamLock&) = delete;
+    StreamLock& operator=(const StreamLock&) = delete;
+    ~StreamLock() { _unlock_file(stream_); }
+
+  private:
+    std::FILE* stream_;
+};
+
+}  // namespace ZTK

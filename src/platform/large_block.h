@@ -1,0 +1,19 @@
+// A hint for fresh blocks of many megabytes that are about to be filled.
+#pragma once
+
+#include <cstddef>
+
+#if !defined(_WIN32)
+#include "platform/posix/large_block.h"
+#endif
+
+namespace ZTK {
+
+#if defined(_WIN32)
+// The system has no such hint for a part of a heap.
+inline void ExpectLargeBlockFilled(void*, std::size_t) noexcept {}
+#else
+using ZTKPosix::ExpectLargeBlockFilled;
+#endif
+
+}  // namespace ZTK

@@ -1,0 +1,23 @@
+// Text on its way into a tree: from the parser's UTF-8 into 16-bit text.
+#pragma once
+
+#include <cstddef>
+
+namespace ZTKPosix::dom {
+
+// XML's white space.
+template <class Char>
+constexpr bool IsSpace(Char c) noexcept {
+    return c == Char{' '} || c == Char{'\n'} || c == Char{'\t'} || c == Char{'\r'};
+}
+
+// Converts length bytes of well-formed UTF-8; target has room for as many units. Returns the end of
+// what was written.
+wchar_t* WidenUtf8(const char* source, std::size_t length, wchar_t* target) noexcept;
+
+// Converts UTF-16; target has room for three bytes a unit. Moves source behind what was converted,
+// which is all up to end, but for a first half of a character there, which needs its second.
+// Returns the end of what was written, or null when a half stands alone.
+char* NarrowUtf16(const wchar_t*& source, const wchar_t* end, char* target) noexcept;
+
+}  // namespace ZTKPosix::dom

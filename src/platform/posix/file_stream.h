@@ -1,0 +1,32 @@
+// The C runtime's streams by the platform's names, over the C library's.
+#pragma once
+
+#include <cstdio>
+
+#include "ztk/platform.h"
+
+namespace ZTKPosix {
+
+// The descriptor behind an open stream; -1 for a stream that has none.
+int _fileno(std::FILE* stream) noexcept;
+
+// The size of a regular file in bytes; -1 for anything else, and for a file of 2 GiB or more.
+LONG _filelength(int file) noexcept;
+
+void _lock_file(std::FILE* stream) noexcept;
+void _unlock_file(std::FILE* stream) noexcept;
+
+// fgetc. REQUIRES: the caller holds the stream's lock.
+inline int _fgetc_nolock(std::FILE* stream) {
+    return getc_unlocked(stream);  // NOLINT(concurrency-mt-unsafe): under the lock
+}
+
+}  // namespace ZTKPosix
+
+namespace ZTK {
+using ZTKPosix::_fgetc_nolock;
+using ZTKPosix::_filelength;
+using ZTKPosix::_fileno;
+using ZTKPosix::_lock_file;
+using ZTKPosix::_unlock_file;
+}  // namespace ZTK

@@ -1,0 +1,9 @@
+// The C runtime's conversions of wide text to numbers, called from namespace ZTK by their platform
+// names: _wtoi and _wtol.
+#pragma once
+
+#if defined(_WIN32)
+#include <cstdlib>
+#else
+#include "platform/posix/wide_number.h"
+#endif
