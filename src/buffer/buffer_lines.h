@@ -1,0 +1,125 @@
+// CBuffer's lines: cutting the text, and reading it from a stream. Bodies for buffer.cpp only.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
+#include "buffer/block_text.h"
+#include "buffer/ptr_array.h"
+#include "buffer/stream_reader.h"
+#include "platform/line_copy.h"
+#include "strings/runtime_overloads.h"
+#include "ztk/buffer.h"
+
+namespace ZTK {
+
+// Cuts off the line [start, end) and returns where the next one starts.
+template <class T>
+T* CBuffer<T>::AddLine(T* start, T* end) noexcept {
+    *end = 0;
+    lines_.Append(start, false);
+    return end + 1;
+}
+
+// Cuts the text at each cut character and returns the start of what remains behind the last.
+template <class T>
+T* CBuffer<T>::CutAt(T cut) noexcept {
+    T* const end = text_ + length_;
+    T* start = text_;
+    while (const T* const found =
+               strings::FindElement(start, cut, static_cast<std::size_t>(end - start))) {
+        start = AddLine(start, text_ + (found - text_));
+    }
+    return start;
+}
+
+template <class T>
+bool CBuffer<T>::CutAll(T cut) noexcept {
+    lines_.Rewind();
+    T* const rest = CutAt(cut);
+    T* const end = text_ + length_;
+    if (rest != end) {
+        (void)AddLine(rest, end);  // there is always room for a terminator behind the text
+    }
+    return lines_.Count() > 0;
+}
+
+template <class T>
+bool CBuffer<T>::ToLines() noexcept {
+    return length_ != 0 && text_ != nullptr && text_[0] != 0 && CutAll('\n');
+}
+
+template <class T>
+bool CBuffer<T>::Split(T delimiter) noexcept {
+    return text_ != nullptr && CutAll(delimiter);
+}
+
+template <class T>
+int CBuffer<T>::Load(std::FILE* fp) {
+    Reset();
+    int bytes = 0;
+    if (fp == nullptr || !SizeForFile(fp, bytes)) {
+        return 0;
+    }
+    const int room = text_ == nullptr ? 0 : capacity_;
+    std::ptrdiff_t start = 0;
+    T block[buffer::kBlockBytes / sizeof(T)];
+    buffer::StreamReader<T> reader(fp);
+    while (const std::size_t count = reader.Read(block, std::size(block))) {
+        const auto kept = static_cast<std::int64_t>(buffer::DropReturns(block, count));
+        if (kept == 0) {
+            continue;
+        }
+        if (!EnsureRoom((length_ + kept) * static_cast<std::int64_t>(sizeof(T)))) {
+            return 0;
+        }
+        CopyLines(block, static_cast<std::size_t>(kept), text_ + length_, [&](std::size_t end) {
+            lines_.Append(text_ + start, false);
+            start = length_ + static_cast<std::ptrdiff_t>(end) + 1;
+        });
+        length_ += static_cast<int>(kept);
+    }
+    if (length_ == 0) {
+        return 0;
+    }
+    if (capacity_ != room) {
+        // The stream was longer than the file had told, and the text has moved under its lines.
+        lines_.Rewind();
+        start = CutAt(0) - text_;
+    }
+    if (start != length_) {
+        // Not terminated: an older character may stand behind it.
+        lines_.Append(text_ + start, false);
+    }
+    return lines_.Count();
+}
+
+template <class T>
+T* CBuffer<T>::GetNext(std::FILE*& fp, int index) {
+    if (fp == nullptr) {
+        const bool stored = index >= 0 && index < lines_.Count() && lines_.At(index) != nullptr;
+        return stored ? lines_.At(index)->value : nullptr;
+    }
+    const int line = length_;
+    bool lost = false;
+    for (;;) {
+        T block[256];
+        const buffer::LinePart part = buffer::ReadLinePart(fp, block, std::size(block));
+        lost = lost || !Append(block, static_cast<std::int64_t>(part.count));
+        if (part.end == buffer::LineEnd::kStream) {
+            (void)std::fclose(fp);
+            fp = nullptr;
+            return nullptr;
+        }
+        if (part.end == buffer::LineEnd::kLine) {
+            if (lost) {
+                return nullptr;
+            }
+            lines_.Append(text_ + line, false);
+            return text_ + line;
+        }
+    }
+}
+
+}  // namespace ZTK

@@ -1,0 +1,138 @@
+// The operations of the pointer array. Included where an array is used, never by hosts.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <new>
+
+#include "platform/allocation.h"
+#include "ztk/memory.h"
+#include "ztk/ptr_array.h"
+
+namespace ZTK::buffer {
+
+// Releases what a record owns: a text on the process heap, an object by its own delete. Plain
+// values own nothing.
+inline void ReleaseOwned(char* text) noexcept {
+    StrFree(text);
+}
+inline void ReleaseOwned(wchar_t* text) noexcept {
+    StrFree(text);
+}
+inline void ReleaseOwned(std::int64_t) noexcept {}
+template <class Object>
+void ReleaseOwned(Object* object) noexcept {
+    delete object;
+}
+
+// The slots to ask memory for when an array has this capacity: itself, or with many slots a round
+// number above it. Capacities grow in small steps, and a large array must not be moved at each.
+inline std::int64_t SlotRoom(int capacity) noexcept {
+    constexpr int kExact = 4096;
+    if (capacity <= kExact) {
+        return capacity;
+    }
+    const std::int64_t step = std::bit_floor(static_cast<unsigned>(capacity)) / 4;
+    return (capacity + step - 1) / step * step;
+}
+
+}  // namespace ZTK::buffer
+
+namespace ZTK {
+
+// A block is a header and, behind it, room for its records, which are taken from the back.
+template <class V>
+struct CPtrArray<V>::Block {
+    Block* older;
+    alignas(Item) unsigned char records[sizeof(Item)];
+
+    static constexpr std::size_t Bytes(int count) noexcept {
+        return offsetof(Block, records) + sizeof(Item) * static_cast<std::size_t>(count);
+    }
+    void* Room(int index) noexcept { return reinterpret_cast<unsigned char*>(this) + Bytes(index); }
+};
+
+template <class V>
+bool CPtrArray<V>::GrowSlots() noexcept {
+    if (capacity_ > std::numeric_limits<int>::max() - grow_by_) {
+        return false;
+    }
+    const int wanted = capacity_ + grow_by_;
+    const std::int64_t room = buffer::SlotRoom(wanted);
+    if (slots_ == nullptr || room != buffer::SlotRoom(capacity_)) {
+        const std::uint64_t bytes = static_cast<std::uint64_t>(room) * sizeof(Item*);
+        // Both fill with zero, so the new slots are null.
+        void* const grown = slots_ == nullptr ? MemAlloc(bytes) : MemRealloc(slots_, bytes);
+        if (grown == nullptr) {
+            return false;
+        }
+        slots_ = static_cast<Item**>(grown);
+    }
+    capacity_ = wanted;
+    return true;
+}
+
+template <class V>
+TArrayItem<V>* CPtrArray<V>::NewRecord() noexcept {
+    if (spare_ == 0) {
+        // Few records for a short list, and for a long one few blocks.
+        constexpr int kFewest = 4;
+        constexpr int kMost = 4096;
+        const int size = std::clamp(count_, kFewest, kMost);
+        void* const memory = allocation::RuntimeAlloc(Block::Bytes(size));
+        if (memory == nullptr) {
+            return nullptr;
+        }
+        Block* const block = ::new (memory) Block;
+        block->older = blocks_;
+        blocks_ = block;
+        spare_ = size;
+    }
+    --spare_;
+    return ::new (blocks_->Room(spare_)) Item;
+}
+
+template <class V>
+void CPtrArray<V>::Append(V value, bool owns) noexcept {
+    // The slot behind the new one is wanted too, so a refused growth leaves one slot to use up.
+    if (count_ >= capacity_ - 1 && !GrowSlots() && count_ >= capacity_) {
+        return;
+    }
+    Item*& slot = slots_[count_];
+    if (slot == nullptr) {
+        slot = NewRecord();
+    } else if (slot->owns) {
+        buffer::ReleaseOwned(slot->value);
+    }
+    if (slot != nullptr) {
+        slot->value = value;
+        slot->owns = owns;
+    }
+    sorted_ = false;
+    ++count_;
+}
+
+template <class V>
+void CPtrArray<V>::Empty() noexcept {
+    // All slots, not only the first count_ ones: an earlier fill may have been longer.
+    for (int i = 0; i < capacity_; ++i) {
+        if (slots_[i] != nullptr && slots_[i]->owns) {
+            buffer::ReleaseOwned(slots_[i]->value);
+        }
+    }
+    while (blocks_ != nullptr) {
+        Block* const block = blocks_;
+        blocks_ = block->older;
+        allocation::RuntimeFree(block);
+    }
+    MemFree(slots_);
+    slots_ = nullptr;
+    capacity_ = 0;
+    count_ = 0;
+    spare_ = 0;
+}
+
+}  // namespace ZTK
