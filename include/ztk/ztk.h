@@ -1,6 +1,8 @@
 // Everything the library offers. Each header can also be included alone.
 #pragma once
 
+#include "ztk/buffer.h"
+#include "ztk/com.h"
 #include "ztk/logging.h"
 #include "ztk/memory.h"
 #include "ztk/messages.h"
@@ -9,3 +11,4 @@
 #include "ztk/strings.h"
 #include "ztk/sync.h"
 #include "ztk/threads.h"
+#include "ztk/xml.h"

@@ -1,0 +1,14 @@
+// Texts that were handed out to nobody in particular and are too long for a ring string.
+#pragma once
+
+#include "ztk/platform/com.h"
+
+namespace ZTK::xml {
+
+inline constexpr unsigned kLongTexts = 8;
+
+// Takes text over and returns it. It stays until kLongTexts further texts were kept. Safe from any
+// thread.
+const wchar_t* KeepLongText(BSTR text) noexcept;
+
+}  // namespace ZTK::xml

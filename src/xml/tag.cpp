@@ -1,0 +1,155 @@
+// Tags: their attributes, their children, their value.
+#include <utility>
+
+#include "buffer/ptr_array.h"
+#include "xml/dom_calls.h"
+#include "xml/name_table.h"
+#include "ztk/strings.h"
+#include "ztk/xml.h"
+
+namespace ZTK {
+
+namespace {
+
+constexpr int kGrowTable = 100;  // slots
+
+}  // namespace
+
+CXMLTag::CXMLTag(const wchar_t* name) : CXMLTag(nullptr, nullptr, name) {}
+
+CXMLTag::CXMLTag(MSXML2::IXMLDOMNodePtr node, const wchar_t* name)
+    : CXMLTag(nullptr, std::move(node), name) {}
+
+CXMLTag::CXMLTag(CXMLTag* parent, MSXML2::IXMLDOMNodePtr node, const wchar_t* name)
+    : CXMLToken(name),
+      parent_(parent),
+      node_(std::move(node)),
+      attributes_(kGrowTable),
+      tags_(kGrowTable) {}
+
+CXMLTag::CXMLTag(const CXMLTag& other)
+    : CXMLToken(other),
+      parent_(other.parent_),
+      node_(other.node_),
+      cursor_(other.cursor_),
+      attributes_(other.attributes_),
+      tags_(other.tags_),
+      ordered_(other.ordered_),
+      repeats_(other.repeats_),
+      owns_parent_(other.owns_parent_) {}
+
+CXMLTag& CXMLTag::operator=(const CXMLTag& other) {
+    CXMLToken::operator=(other);
+    parent_ = other.parent_;
+    node_ = other.node_;
+    cursor_ = other.cursor_;
+    attributes_ = other.attributes_;
+    tags_ = other.tags_;
+    ordered_ = other.ordered_;
+    repeats_ = other.repeats_;
+    owns_parent_ = other.owns_parent_;
+    return *this;
+}
+
+CXMLTag::~CXMLTag() {
+    attributes_.Empty();
+    tags_.Empty();
+    SysFreeString(value_);
+    if (owns_parent_) {
+        delete parent_;  // recursion only as deep as the path that a host wrote down
+    }
+}
+
+CXMLTag* CXMLTag::FindTag(const wchar_t* name) {
+    int ordered = 0;
+    bool repeats = false;
+    return xml::NameTable<CXMLTag>(&tags_, &ordered, &repeats).Find(name);
+}
+
+CXMLAttribute* CXMLTag::FindAttribute(const wchar_t* name) {
+    return xml::NameTable<CXMLAttribute>(&attributes_, &ordered_, &repeats_).Find(name);
+}
+
+CXMLAttribute* CXMLTag::GetAttribute(const wchar_t* name) {
+    if (CXMLAttribute* known = FindAttribute(name)) {
+        return known;
+    }
+    MSXML2::IXMLDOMNamedNodeMapPtr map;
+    xml::Check(node_->get_attributes(&map), node_.GetInterfacePtr());  // raises without a node
+    if (!map) {
+        return nullptr;
+    }
+    MSXML2::IXMLDOMNodePtr item;
+    const xml::DomString key(name);
+    xml::Check(map->getNamedItem(key.Get(), &item), map.GetInterfacePtr());
+    // It enters itself in the table.
+    return item ? new CXMLAttribute(this, item, name) : nullptr;
+}
+
+CXMLTag* CXMLTag::GetTag(const wchar_t* name) {
+    if (CXMLTag* known = FindTag(name)) {
+        return known;
+    }
+    if (!node_) {
+        _com_issue_error(E_POINTER);
+    }
+    for (MSXML2::IXMLDOMNodePtr child = xml::FirstChild(node_); child;
+         child = xml::NextSibling(child)) {
+        xml::DomString child_name;
+        xml::ReadName(child, &child_name);
+        if (StrEqual(child_name.Get(), name, false)) {
+            return new CXMLTag(this, child, name);
+        }
+    }
+    return nullptr;
+}
+
+CXMLTag* CXMLTag::TagAtCursor() {
+    xml::DomString name;
+    xml::ReadName(cursor_, &name);
+    if (CXMLTag* known = FindTag(name.Get())) {
+        return known;
+    }
+    return new CXMLTag(this, cursor_, name.Get());
+}
+
+CXMLTag* CXMLTag::FirstTag() {
+    cursor_ = nullptr;
+    if (!node_) {
+        return nullptr;
+    }
+    cursor_ = xml::FirstChild(node_);
+    return cursor_ ? TagAtCursor() : nullptr;
+}
+
+CXMLTag* CXMLTag::NextTag() {
+    if (!cursor_) {
+        return nullptr;
+    }
+    cursor_ = xml::NextSibling(cursor_);
+    return cursor_ ? TagAtCursor() : nullptr;
+}
+
+const wchar_t* CXMLTag::GetValue() {
+    if (!node_) {
+        return nullptr;
+    }
+    const BSTR text = xml::ReadText(node_);
+    SysFreeString(value_);
+    value_ = text;
+    return value_;
+}
+
+int CXMLTag::ToInt() {
+    return node_ ? xml::ReadInt(node_) : 0;
+}
+
+long CXMLTag::ToLong() {
+    return node_ ? xml::ReadLong(node_) : 0;
+}
+
+void CXMLTag::Release() {
+    node_ = nullptr;
+}
+
+}  // namespace ZTK

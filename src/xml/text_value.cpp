@@ -1,0 +1,75 @@
+// The text value of a node: as it is read, as a number, and as CXml hands it out.
+#include "frame/tmp_ring.h"
+#include "platform/wide_number.h"
+#include "xml/dom_calls.h"
+#include "xml/long_texts.h"
+#include "ztk/memory.h"
+#include "ztk/strings.h"
+#include "ztk/xml.h"
+
+namespace ZTK::xml {
+
+BSTR ReadText(MSXML2::IXMLDOMNode* node) {
+    if (node == nullptr) {
+        _com_issue_error(E_POINTER);
+    }
+    VARIANT value;
+    VariantInit(&value);
+    Check(node->get_nodeTypedValue(&value), node);
+    if (value.vt == VT_BSTR) {
+        return value.bstrVal;  // taken over, instead of clearing the variant
+    }
+    VariantClear(&value);
+    return nullptr;
+}
+
+namespace {
+
+// Holds a text for a conversion.
+class TextOf {
+  public:
+    explicit TextOf(MSXML2::IXMLDOMNode* node) : text_(ReadText(node)) {}
+    TextOf(const TextOf&) = delete;
+    TextOf& operator=(const TextOf&) = delete;
+    ~TextOf() { SysFreeString(text_); }
+
+    // Never null: the runtime's conversions take that for a fault of the program.
+    [[nodiscard]] const wchar_t* Get() const { return text_ != nullptr ? text_ : L""; }
+
+  private:
+    BSTR text_;
+};
+
+}  // namespace
+
+int ReadInt(MSXML2::IXMLDOMNode* node) {
+    return _wtoi(TextOf(node).Get());
+}
+
+long ReadLong(MSXML2::IXMLDOMNode* node) {
+    return _wtol(TextOf(node).Get());
+}
+
+}  // namespace ZTK::xml
+
+namespace ZTK {
+
+// By value: the interface fixes it.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+const wchar_t* CXml::GetXMLTextValue(MSXML2::IXMLDOMNodePtr node) {
+    const BSTR text = xml::ReadText(node);
+    if (text == nullptr) {
+        return nullptr;
+    }
+    const UINT count = SysStringLen(text) + 1;
+    if (count > frame::kMaxRingText) {
+        return xml::KeepLongText(text);
+    }
+    wchar_t* copy = nullptr;
+    (void)ZTKGetTmpString(copy, count);  // succeeds for every count up to the limit
+    StrCopy(copy, text);
+    SysFreeString(text);
+    return copy;
+}
+
+}  // namespace ZTK
