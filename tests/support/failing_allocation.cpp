@@ -89,6 +89,10 @@ void* RuntimeAlloc(std::size_t bytes) noexcept {
     return Refused() ? nullptr : Counted(std::malloc(bytes));
 }
 
+void* RuntimeAllocZeroed(std::size_t bytes) noexcept {
+    return Refused() ? nullptr : Counted(std::calloc(1, bytes));
+}
+
 void* RuntimeRealloc(void* block, std::size_t bytes) noexcept {
     if (Refused()) {
         return nullptr;

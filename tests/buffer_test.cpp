@@ -1,0 +1,299 @@
+// The text buffer: appending, storage, reading a stream and cutting lines, in both widths.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <new>
+
+#include "support/buffer_text.h"
+
+namespace {
+
+using ztk_test::Lines;
+using ztk_test::Show;
+using ztk_test::TestFile;
+using ztk_test::Text;
+using namespace std::string_view_literals;
+
+int LineCount(const std::string& lines) {
+    return static_cast<int>(std::count(lines.begin(), lines.end(), '|'));
+}
+
+template <class T>
+class Buffer : public testing::Test {
+  protected:
+    ZTK::CBuffer<T> buffer;
+
+    // Whether the text is exactly these characters: they are there, and the next append goes
+    // behind them.
+    void ExpectText(std::string_view ascii) {
+        buffer += T{'$'};
+        const std::vector<T> expected = Text<T>(std::string(ascii) + "$");
+        ASSERT_NE(buffer.GetBuffer(), nullptr);
+        EXPECT_EQ(Show(buffer.GetBuffer(), ascii.size() + 1),
+                  Show(expected.data(), ascii.size() + 1));
+    }
+};
+using Widths = testing::Types<char, wchar_t>;
+TYPED_TEST_SUITE(Buffer, Widths);
+
+TYPED_TEST(Buffer, AppendsWhatItIsGivenAndNothingForNothing) {
+    auto& buffer = this->buffer;
+    const TypeParam* const null = nullptr;
+    buffer += null;
+    buffer.Add(null, 3);
+    buffer += Text<TypeParam>("").data();
+    buffer = null;
+    EXPECT_EQ(buffer.GetBuffer(), nullptr);
+    buffer += Text<TypeParam>("ab").data();
+    buffer.Add(Text<TypeParam>("c\0def"sv).data(), 3);
+    buffer.Add(Text<TypeParam>("xyz").data(), 0);
+    buffer.Add(Text<TypeParam>("xyz").data(), -2);
+    buffer.Add(TypeParam{0});
+    this->ExpectText("abc\0d\0"sv);
+    EXPECT_TEXT(Text<TypeParam>("c").data(),
+                ZTK::CBuffer<TypeParam>(Text<TypeParam>("c").data()).GetBuffer());
+}
+
+TYPED_TEST(Buffer, AppendsPiecesOfItsOwnText) {
+    this->buffer = Text<TypeParam>("0123456789").data();
+    for (int i = 0; i < 10; ++i) {  // the storage moves some of the times
+        this->buffer += this->buffer.GetBuffer();
+    }
+    const auto* text = this->buffer.GetBuffer();
+    for (int i = 0; i < 10240; ++i) {
+        ASSERT_EQ(text[i], '0' + i % 10) << i;
+    }
+    this->buffer = text + 10235;
+    this->ExpectText("56789");
+}
+
+TYPED_TEST(Buffer, OldCharactersRemainBehindAShorterText) {
+    auto& buffer = this->buffer;
+    const auto hi = Text<TypeParam>("hi");
+    const std::function<void()> shorten[] = {
+        [&] { buffer = hi.data(); },
+        [&] { buffer.Reset(), buffer += hi.data(); },
+        [&] { buffer.SetLength(1), buffer += hi.data(); },
+        [&] { buffer.SetSize(1), buffer += hi.data(); },
+    };
+    for (const auto& step : shorten) {
+        buffer = Text<TypeParam>("hello").data();
+        step();
+        EXPECT_TEXT(Text<TypeParam>("hillo").data(), buffer.GetBuffer()) << &step - shorten;
+        this->ExpectText("hi");
+    }
+}
+
+TYPED_TEST(Buffer, ComparesByCharacterValueAndNullFirst) {
+    const struct {
+        const char* left;  // null: no storage
+        const char* right;
+        int sign;
+    } cases[] = {{nullptr, nullptr, 0}, {nullptr, "a", -1}, {"a", nullptr, 1},
+                 {"ab", "ab", 0},       {"ab", "aB", 1},    {"a", "ab", -1}};
+    for (const auto& c : cases) {
+        ZTK::CBuffer<TypeParam> left;
+        ZTK::CBuffer<TypeParam> right;
+        left = c.left == nullptr ? nullptr : Text<TypeParam>(c.left).data();
+        right = c.right == nullptr ? nullptr : Text<TypeParam>(c.right).data();
+        const TypeParam* const text = right.GetBuffer();
+        const int result = left.Compare(right);
+        EXPECT_EQ((result > 0) - (result < 0), c.sign) << &c - cases;
+        EXPECT_EQ(left == text, c.sign == 0 ? 1 : 0) << &c - cases;
+    }
+}
+
+TYPED_TEST(Buffer, StorageReadsZeroAndKeepsTheText) {
+    auto& buffer = this->buffer;
+    EXPECT_EQ(buffer.Realloc(-5), nullptr);
+    buffer.SetLength(10);
+    for (int i = 0; i <= 10; ++i) {
+        ASSERT_EQ(buffer.GetBuffer()[i], 0) << i;
+        buffer.GetBuffer()[i] = 'x';  // the terminator's place, too: growth clears it again
+    }
+    buffer += Text<TypeParam>("ab").data();
+    const TypeParam* const text = buffer.Realloc(5001);  // in a wide buffer, half a character more
+    EXPECT_EQ(Show(text, 10), Show(Text<TypeParam>("abxxxxxxxx").data(), 10));
+    const auto bytes = static_cast<const char*>(static_cast<const void*>(text));
+    for (std::size_t i = 10 * sizeof(TypeParam); i < 5001 + sizeof(TypeParam); ++i) {
+        ASSERT_EQ(bytes[i], 0) << i;
+    }
+    EXPECT_EQ(buffer.Realloc(100), text) << "less is no change";
+    this->ExpectText("ab");
+}
+
+TYPED_TEST(Buffer, ATextThatNoLengthCanTellEmptiesTheBuffer) {
+    constexpr int kMost = std::numeric_limits<int>::max();
+    const auto one = Text<TypeParam>("x");
+    this->buffer = one.data();
+    this->buffer.Add(one.data(), kMost);
+    EXPECT_EQ(this->buffer.GetBuffer(), nullptr);
+    if (sizeof(TypeParam) > 1) {
+        this->buffer = one.data();
+        this->buffer.SetLength(kMost / 2 + 1);
+        EXPECT_EQ(this->buffer.GetBuffer(), nullptr);
+    }
+    this->ExpectText("");
+}
+
+TYPED_TEST(Buffer, CanBeUsedAgainAfterFree) {
+    auto& buffer = this->buffer;
+    const auto text = Text<TypeParam>("a\nb");
+    TestFile file("");
+    const std::function<void()> uses[] = {
+        [&] { buffer += text.data(); },
+        [&] { buffer.SetLength(1), buffer += text.data(); },
+        [&] { buffer.Load(file.OpenFor<TypeParam>()), buffer += text.data(); },
+    };
+    for (const auto& use : uses) {
+        buffer = text.data();
+        ASSERT_TRUE(buffer.ToLines());
+        buffer.Free();
+        EXPECT_EQ(buffer.GetBuffer(), nullptr);
+        EXPECT_EQ(Lines(buffer, 1), "(none)|");
+        EXPECT_FALSE(buffer.ToLines());
+        EXPECT_FALSE(buffer.Split(TypeParam{','}));
+        use();
+        EXPECT_TEXT(text.data(), buffer.GetBuffer()) << &use - uses;
+    }
+}
+
+TYPED_TEST(Buffer, AssignmentSharesStorage) {
+    using Type = ZTK::CBuffer<TypeParam>;
+    this->buffer = Text<TypeParam>("a,b").data();
+    alignas(Type) unsigned char storage[sizeof(Type)];
+    auto* const copy = new (storage) Type;  // never destroyed: only one of two sharers may be
+    *copy = this->buffer;
+    ASSERT_TRUE(this->buffer.Split(TypeParam{','}));
+    EXPECT_TEXT(Text<TypeParam>("a").data(), copy->GetBuffer());
+}
+
+TYPED_TEST(Buffer, CutsItsTextInPlace) {
+    constexpr char kLines = '\n';  // ToLines, else Split
+    const struct {
+        std::string_view text;
+        char cut;
+        std::string lines;  // none: refused
+    } cases[] = {{"a\n\nb\n", kLines, "a||b|"}, {"a\r\nb", kLines, "a\r|b|"}, {"", kLines, ""},
+                 {"\0b"sv, kLines, ""},         {",a", ',', "|a|"},           {"", ',', ""},
+                 {"a\0b"sv, '\0', "a|b|"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        this->buffer = Text<TypeParam>("a longer text, cut before").data();
+        ASSERT_TRUE(this->buffer.Split(TypeParam{','}));
+        this->buffer.Reset();
+        this->buffer.Add(Text<TypeParam>(c.text).data(), static_cast<int>(c.text.size()));
+        EXPECT_EQ(c.cut == kLines ? this->buffer.ToLines() : this->buffer.Split(TypeParam(c.cut)),
+                  !c.lines.empty());
+        EXPECT_EQ(Lines(this->buffer, LineCount(c.lines) + 1), c.lines + "(none)|");
+    }
+    this->buffer = Text<TypeParam>("a\nb").data();
+    ASSERT_TRUE(this->buffer.ToLines());
+    this->buffer.GetBuffer()[0] = 0;
+    EXPECT_FALSE(this->buffer.ToLines());
+    EXPECT_EQ(Lines(this->buffer, 2), "|b|") << "a text that begins with NUL keeps its lines";
+}
+
+// Both readers drop CR and end lines at LF and NUL; only Load makes a line of what has no end.
+TYPED_TEST(Buffer, MakesLinesOfAFile) {
+    const struct {
+        std::string_view bytes;
+        std::string_view text;
+        std::string complete;
+        std::string rest;
+    } cases[] = {{"a\r\nb\r\n", "a\0b\0"sv, "a|b|", ""},
+                 {"x\ny", "x\0y"sv, "x|", "y|"},
+                 {"a\0b\n"sv, "a\0b\0"sv, "a|b|", ""},
+                 {"\n\r\n\n", "\0\0\0"sv, "|||", ""},
+                 {"\r\r", "", "", ""},
+                 {"a\rb\r\r\nc\r", "ab\0c"sv, "ab|", "c|"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        TestFile file(c.bytes);
+        const int complete = LineCount(c.complete);
+        const int count = complete + LineCount(c.rest);
+        this->buffer.Free();
+        EXPECT_EQ(this->buffer.Load(file.OpenFor<TypeParam>()), count);
+        EXPECT_EQ(Lines(this->buffer, count), c.complete + c.rest);
+        this->ExpectText(c.text);
+
+        this->buffer.Free();
+        std::FILE*& stream = file.OpenFor<TypeParam>();
+        const auto room = static_cast<int>(c.bytes.size() * sizeof(TypeParam));
+        EXPECT_EQ(this->buffer.ReAllocForFile(stream), room);
+        for (int i = 0; i < complete; ++i) {
+            EXPECT_NE(this->buffer.GetNext(stream, 77), nullptr);
+        }
+        EXPECT_EQ(this->buffer.GetNext(stream, 0), nullptr);
+        EXPECT_EQ(stream, nullptr) << "the stream is closed at its end";
+        EXPECT_EQ(Lines(this->buffer, complete + 1), c.complete + "(none)|");
+        this->ExpectText(c.text);
+    }
+    EXPECT_EQ(this->buffer.Load(nullptr), 0);
+    this->ExpectText("");
+}
+
+TYPED_TEST(Buffer, HasNoResultsBeforeASearch) {
+    this->buffer = Text<TypeParam>("text").data();
+    int line = 42;
+    EXPECT_EQ(this->buffer.GetResultCount(), 0);
+    EXPECT_EQ(this->buffer.GetResult(-1, line), nullptr);
+    EXPECT_EQ(this->buffer.GetResultLength(-1), 0);
+    EXPECT_EQ(line, 42);
+}
+
+TYPED_TEST(Buffer, CharacterTestsFollowTheCharactersWidth) {
+    using Type = ZTK::CBuffer<TypeParam>;
+    for (int i = 0; i < 256; ++i) {
+        SCOPED_TRACE(i);
+        const char narrow[] = {static_cast<char>(i), static_cast<char>(i ^ 0x20)};
+        const wchar_t wide[] = {static_cast<wchar_t>(i), static_cast<wchar_t>(i ^ 0x20)};
+        const bool letter = (i >= 'A' && i <= 'Z') || (i >= 'a' && i <= 'z');
+        const bool word = letter || (i >= '0' && i <= '9');
+        const bool printable = i >= 32 && i < 127;
+        EXPECT_EQ(Type::IsWordDelimeter(narrow[0]), word ? 0 : 1);
+        EXPECT_EQ(Type::IsPrintable(narrow), printable);
+        if (i < 128 && i != '\t') {  // on Windows the runtime calls a wide tab printable
+            EXPECT_EQ(Type::IsWordDelimeter(wide[0]), word ? 0 : 1);
+            EXPECT_EQ(Type::IsPrintable(wide), printable);
+        }
+        EXPECT_EQ(Type::CharEqual(narrow, narrow + 1, false), 0);
+        EXPECT_EQ(Type::CharEqual(narrow, narrow + 1, true), letter ? 1 : 0);
+        EXPECT_EQ(Type::CharEqual(wide, wide + 1, true), letter ? 1 : 0);
+    }
+    EXPECT_EQ(Type::CharEqual("ax", "ay", false), 1) << "only the first characters count";
+    EXPECT_EQ(Type::CharEqual("a", static_cast<const char*>(nullptr), true), 0);
+    EXPECT_FALSE(Type::IsPrintable(static_cast<const wchar_t*>(nullptr)));
+}
+
+TEST(WideBuffer, TheStreamsModeDecidesTheEncoding) {
+    const struct {
+        const char* mode;
+        std::string_view bytes;
+    } cases[] = {{"r,ccs=UTF-8", "a\xE2\x82\xAC\xF0\x9F\x98\x80\r\nb"},
+                 {"r,ccs=UTF-16LE", "a\0\xAC\x20\x3D\xD8\x00\xDE\r\0\n\0b\0"sv}};
+    for (const auto& c : cases) {
+        TestFile file(c.bytes);
+        ZTK::CBuffer<wchar_t> loaded;
+        EXPECT_EQ(loaded.Load(file.Open(c.mode)), 2) << c.mode;
+        EXPECT_EQ(Show(loaded.GetBuffer(), 6), Show(L"a\x20AC\xD83D\xDE00\0b", 6)) << c.mode;
+    }
+}
+
+TEST(NarrowBuffer, LeavesTheStreamWhereSingleReadsWould) {
+    TestFile file("skip\none\ntwo\n");
+    std::FILE*& stream = file.Open("rb");
+    ZTK::CBuffer<char> buffer;
+    ASSERT_EQ(std::fseek(stream, 3, SEEK_SET), 0);
+    EXPECT_TEXT("p", buffer.GetNext(stream, 0));
+    EXPECT_EQ(std::ungetc('t', stream), 't');
+    EXPECT_EQ(buffer.Load(stream), 2);
+    EXPECT_EQ(Lines(buffer, 2), "tone|two|");
+    EXPECT_EQ(std::ftell(stream), 13);
+    EXPECT_TRUE(std::feof(stream) != 0 && std::ferror(stream) == 0);
+    EXPECT_EQ(buffer.Load(stream), 0) << "a stream at its end has no more lines";
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+// The COM binder: what it leaves of the calling thread's COM initialisation.
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <thread>
+
+#include "ztk/com.h"
+
+namespace {
+
+// Runs body on a thread that has not initialised COM yet.
+template <class Body>
+void OnFreshThread(Body body) {
+    std::thread(body).join();
+}
+
+// Whether the calling thread has COM initialised, found out by initialising it once more.
+bool IsInitialised() {
+    const HRESULT result = CoInitialize(nullptr);
+    if (SUCCEEDED(result)) {
+        CoUninitialize();
+    }
+    return result != S_OK;
+}
+
+TEST(ComBinder, InitialisesForAsLongAsItLives) {
+    OnFreshThread([] {
+        EXPECT_FALSE(IsInitialised());
+        {
+            const ZTK::CCOMBinder com;
+            EXPECT_TRUE(IsInitialised());
+        }
+        EXPECT_FALSE(IsInitialised());
+    });
+}
+
+TEST(ComBinder, ASecondOneOnTheThreadIsBalancedToo) {
+    OnFreshThread([] {
+        std::optional<ZTK::CCOMBinder> first(std::in_place);
+        std::optional<ZTK::CCOMBinder> second(std::in_place);
+        first.reset();
+        EXPECT_TRUE(IsInitialised());
+        second.reset();
+        EXPECT_FALSE(IsInitialised());
+    });
+}
+
+TEST(ComBinder, PassesItsFlagsOnAndUndoesNothingThatFailed) {
+    const struct {
+        DWORD thread;
+        unsigned long binder;
+    } cases[] = {{COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED},
+                 {COINIT_MULTITHREADED, COINIT_APARTMENTTHREADED}};
+    for (const auto& models : cases) {
+        OnFreshThread([&models] {
+            ASSERT_EQ(CoInitializeEx(nullptr, models.thread), S_OK);
+            { const ZTK::CCOMBinder refused(models.binder); }
+            EXPECT_EQ(CoInitializeEx(nullptr, static_cast<DWORD>(models.binder)),
+                      RPC_E_CHANGED_MODE)
+                << "the thread's own initialisation is gone";
+            {
+                const ZTK::CCOMBinder same(models.thread);
+                CoUninitialize();  // the thread's own; the binder's is left
+                EXPECT_TRUE(IsInitialised());
+            }
+            EXPECT_FALSE(IsInitialised());
+        });
+    }
+}
+
+TEST(ComBinder, ACopyTakesOverTheResultWithoutInitialising) {
+    OnFreshThread([] {
+        ASSERT_EQ(CoInitialize(nullptr), S_OK);
+        ASSERT_EQ(CoInitialize(nullptr), S_FALSE);
+        ASSERT_EQ(CoInitialize(nullptr), S_FALSE);
+        {
+            const ZTK::CCOMBinder source;
+            ZTK::CCOMBinder refused(COINIT_MULTITHREADED);
+            const ZTK::CCOMBinder copy(source);
+            EXPECT_EQ(&(refused = source), &refused);
+        }
+        // One initialisation made, three taken back: of the three above, one is left.
+        EXPECT_TRUE(IsInitialised());
+        CoUninitialize();
+        EXPECT_FALSE(IsInitialised());
+    });
+}
+
+}  // namespace

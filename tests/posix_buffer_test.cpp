@@ -1,0 +1,98 @@
+// Streams that a buffer meets on Linux only: pipes, encodings that the C library decodes, decoding
+// errors, streams of the other orientation, and files larger than a buffer.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "support/buffer_text.h"
+
+namespace {
+
+using ztk_test::Lines;
+using ztk_test::Show;
+using ztk_test::TestFile;
+using namespace std::string_view_literals;
+
+TEST(PosixBuffer, LoadsAStreamThatHasNoLength) {
+    std::string bytes;
+    for (int i = 0; i < 40000; ++i) {
+        bytes += std::to_string(i) + "\n";
+    }
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    std::thread writer([&] {
+        std::FILE* const to = ::fdopen(ends[1], "w");
+        EXPECT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), to), bytes.size());
+        (void)std::fclose(to);
+    });
+    std::FILE* stream = ::fdopen(ends[0], "r");
+    ZTK::CBuffer<char> buffer;
+    EXPECT_EQ(buffer.Load(stream), 40000);
+    std::FILE* none = nullptr;
+    for (int i = 0; i < 40000; ++i) {
+        ASSERT_TEXT(std::to_string(i).c_str(), buffer.GetNext(none, i));
+    }
+    writer.join();
+    (void)std::fclose(stream);
+}
+
+TEST(PosixBuffer, ReadsEveryEncodingTheStreamDecodes) {
+    const struct {
+        const char* mode;
+        std::string_view bytes;
+    } cases[] = {{"r,ccs=UTF-16BE", "\0a\x20\xAC\xD8\x3D\xDE\x00\0\n\0b"sv},
+                 {"r,ccs=UTF-32LE", "a\0\0\0\xAC\x20\0\0\x00\xF6\x01\0\n\0\0\0b\0\0\0"sv}};
+    for (const auto& c : cases) {
+        TestFile file(c.bytes);
+        ZTK::CBuffer<wchar_t> buffer;
+        EXPECT_EQ(buffer.Load(file.Open(c.mode)), 2) << c.mode;
+        EXPECT_EQ(Show(buffer.GetBuffer(), 6), Show(L"a\x20AC\xD83D\xDE00\0b", 6)) << c.mode;
+    }
+}
+
+TEST(PosixBuffer, ADecodingErrorEndsTheReading) {
+    TestFile file("a\nb\xFFz\n");
+    std::FILE*& stream = file.Open("r,ccs=UTF-8");
+    ZTK::CBuffer<wchar_t> buffer;
+    EXPECT_EQ(buffer.Load(stream), 2);
+    EXPECT_EQ(Lines(buffer, 2), "a|b|");
+    EXPECT_NE(std::ferror(stream), 0);
+    EXPECT_EQ(buffer.GetNext(stream, 0), nullptr);
+    EXPECT_EQ(stream, nullptr);
+}
+
+TEST(PosixBuffer, AStreamOfTheOtherOrientationOrDirectionGivesNothing) {
+    TestFile file("a\nb\n");
+    ZTK::CBuffer<char> narrow;
+    ZTK::CBuffer<wchar_t> wide;
+    std::FILE* stream = file.Open("r");
+    EXPECT_EQ(std::fgetc(stream), 'a');
+    EXPECT_EQ(wide.Load(stream), 0);
+    EXPECT_EQ(narrow.Load(stream), 2) << "the wide attempt took nothing";
+    stream = file.Open("r,ccs=UTF-8");
+    EXPECT_EQ(narrow.Load(stream), 0);
+    EXPECT_EQ(wide.Load(stream), 2);
+    EXPECT_EQ(narrow.Load(file.Open("ab")), 0);
+}
+
+// Files of these sizes, without their bytes on the disk.
+TEST(PosixBuffer, AFileThatNoLengthCanTellIsNotSizedFor) {
+    constexpr off_t kGiB = off_t{1} << 30;
+    const struct {
+        off_t bytes;
+        int narrow;
+        int wide;
+    } cases[] = {{2 * kGiB, -1, -2}, {4 * kGiB + 5, -1, -2}, {kGiB, 1 << 30, -2}};
+    for (const auto& c : cases) {
+        TestFile file("");
+        std::FILE* const stream = file.Open("r+");
+        ASSERT_EQ(::ftruncate(::fileno(stream), c.bytes), 0);
+        ZTK::CBuffer<wchar_t> wide;
+        EXPECT_EQ(wide.ReAllocForFile(stream), c.wide);
+        EXPECT_EQ(wide.GetBuffer(), nullptr);
+        EXPECT_EQ(ZTK::CBuffer<char>().ReAllocForFile(stream), c.narrow);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,510 @@
+// What only the layer's COM and DOM promise, and what the library's XML classes cannot reach of
+// them.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "support/text.h"
+#include "ztk/platform/com.h"
+
+namespace {
+
+using MSXML2::IXMLDOMDocument2;
+using MSXML2::IXMLDOMDocument2Ptr;
+using MSXML2::IXMLDOMElementPtr;
+using MSXML2::IXMLDOMNamedNodeMapPtr;
+using MSXML2::IXMLDOMNodePtr;
+
+constexpr wchar_t kVersion6[] = L"Msxml2.DOMDocument.6.0";
+constexpr wchar_t kVersion4[] = L"Msxml2.DOMDocument.4.0";
+
+// Runs on a thread of its own, whose COM state is fresh.
+template <class Body>
+void OnFreshThread(Body body) {
+    std::thread(body).join();
+}
+
+_bstr_t Widen(const std::string& text) {
+    return text.c_str();
+}
+
+// COM on this thread, and the check that nothing stays behind.
+class DomTest : public testing::Test {
+  protected:
+    DomTest() { CoInitialize(nullptr); }
+    ~DomTest() override {
+        CoUninitialize();
+        EXPECT_EQ(ZTKPosix::LiveComObjects(), 0u);
+        EXPECT_EQ(ZTKPosix::LiveBstrs(), 0u);
+    }
+
+    static IXMLDOMDocument2Ptr Make(const wchar_t* prog_id = kVersion4) {
+        IXMLDOMDocument2Ptr document;
+        EXPECT_EQ(document.CreateInstance(prog_id), S_OK);
+        return document;
+    }
+    static bool Load(const IXMLDOMDocument2Ptr& document, const std::string& text) {
+        VARIANT_BOOL loaded = 7;
+        const HRESULT result = document->loadXML(Widen(text), &loaded);
+        EXPECT_EQ(result, loaded == VARIANT_TRUE ? S_OK : S_FALSE);
+        return loaded == VARIANT_TRUE;
+    }
+    static bool Loads(const std::string& text) { return Load(Make(), text); }
+    static IXMLDOMElementPtr Root(const IXMLDOMDocument2Ptr& document) {
+        IXMLDOMElementPtr root;
+        document->get_documentElement(&root);
+        return root;
+    }
+    static _variant_t Value(MSXML2::IXMLDOMNode* node) {
+        _variant_t value;
+        EXPECT_EQ(node->get_nodeTypedValue(&value), S_OK);
+        return value;
+    }
+};
+
+TEST(ComTest, InitialisationsAreCountedPerThreadAndModel) {
+    OnFreshThread([] {
+        EXPECT_EQ(CoInitialize(nullptr), S_OK);
+        EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_FALSE);
+        EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), RPC_E_CHANGED_MODE);
+        OnFreshThread([] { EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK); });
+        CoUninitialize();
+        EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), RPC_E_CHANGED_MODE);
+        CoUninitialize();
+        EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+        CoUninitialize();
+        CoUninitialize();  // one too many counts for nothing
+        EXPECT_EQ(CoInitialize(nullptr), S_OK);
+    });
+}
+
+TEST(ComTest, CreationNeedsAnInitialisedThread) {
+    OnFreshThread([] {
+        IXMLDOMDocument2Ptr document;
+        EXPECT_EQ(document.CreateInstance(kVersion6), CO_E_NOTINITIALIZED);
+        EXPECT_EQ(document, nullptr);
+    });
+}
+
+TEST_F(DomTest, ClassesAreFoundByProgIdAndById) {
+    struct Row {
+        const wchar_t* name;
+        HRESULT result;
+    };
+    const Row rows[] = {
+        {kVersion6, S_OK},
+        {L"msxml2.domdocument.4.0", S_OK},
+        {L"{88d96a05-F192-11D4-A65F-0040963251E5}", S_OK},
+        {L"{88D96A06-F192-11D4-A65F-0040963251E5}", REGDB_E_CLASSNOTREG},
+        {L"Msxml2.DOMDocument", CO_E_CLASSSTRING},
+        {L"{88D96A05-F192-11D4-A65F-0040963251E5", CO_E_CLASSSTRING},
+        {L"{88D96A05-F192-11D4-A65F-0040963251E5}x", CO_E_CLASSSTRING},
+        {L"{88D96A05-F192-11D4A-65F-0040963251E5}", CO_E_CLASSSTRING},
+        {L"{", CO_E_CLASSSTRING},
+        {L"", CO_E_CLASSSTRING},
+    };
+    for (const Row& row : rows) {
+        IXMLDOMDocument2Ptr document;
+        EXPECT_EQ(document.CreateInstance(row.name), row.result) << ztk_test::Show(row.name);
+        EXPECT_EQ(document != nullptr, row.result == S_OK);
+    }
+}
+
+TEST_F(DomTest, AClassTakenOutIsNotFoundUntilPutBack) {
+    CLSID id;
+    ASSERT_EQ(CLSIDFromProgID(kVersion6, &id), S_OK);
+    ASSERT_TRUE(ZTKPosix::SetClassAvailable(kVersion6, false));
+    IXMLDOMDocument2Ptr document;
+    EXPECT_EQ(document.CreateInstance(kVersion6), CO_E_CLASSSTRING);
+    EXPECT_EQ(document.CreateInstance(id), REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(document.CreateInstance(kVersion4), S_OK);
+    ASSERT_TRUE(ZTKPosix::SetClassAvailable(kVersion6, true));
+    EXPECT_EQ(document.CreateInstance(id), S_OK);
+    EXPECT_FALSE(ZTKPosix::SetClassAvailable(L"Other.Class", false));
+}
+
+TEST_F(DomTest, ObjectsAnswerForTheirInterfacesOnly) {
+    const IXMLDOMDocument2Ptr document = Make();
+    ASSERT_TRUE(Load(document, "<a>text</a>"));
+    const IXMLDOMNodePtr element = Root(document);
+    IXMLDOMNodePtr text;
+    element->get_firstChild(&text);
+    EXPECT_NE(MSXML2::IXMLDOMNodePtr(document), nullptr);
+    EXPECT_NE(IXMLDOMElementPtr(element), nullptr);
+    EXPECT_EQ(IXMLDOMElementPtr(text), nullptr);
+    EXPECT_EQ(IXMLDOMDocument2Ptr(element), nullptr);
+    EXPECT_EQ(element->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+}
+
+TEST_F(DomTest, NodesOutliveTheirDocument) {
+    IXMLDOMDocument2Ptr document = Make();
+    ASSERT_TRUE(Load(document, "<a b='1'><c>text</c></a>"));
+    const IXMLDOMElementPtr root = Root(document);
+    IXMLDOMNamedNodeMapPtr attributes;
+    ASSERT_EQ(root->get_attributes(&attributes), S_OK);
+    ASSERT_TRUE(Load(document, "<other/>"));
+    document = nullptr;
+    IXMLDOMNodePtr attribute;
+    ASSERT_EQ(attributes->getNamedItem(_bstr_t(L"b"), &attribute), S_OK);
+    attributes = nullptr;
+    EXPECT_TEXT(L"1", Value(attribute).bstrVal);
+    EXPECT_TEXT(L"text", Value(root).bstrVal);
+}
+
+TEST_F(DomTest, AFailedLoadLeavesAnEmptyDocument) {
+    const IXMLDOMDocument2Ptr document = Make();
+    ASSERT_TRUE(Load(document, "<a/>"));
+    ASSERT_FALSE(Load(document, "<a>"));
+    MSXML2::IXMLDOMElement* root = nullptr;
+    EXPECT_EQ(document->get_documentElement(&root), S_FALSE);
+    IXMLDOMNodePtr child;
+    EXPECT_EQ(document->get_firstChild(&child), S_FALSE);
+    EXPECT_EQ(document->loadXML(nullptr, nullptr), S_FALSE);
+}
+
+TEST_F(DomTest, VersionsAndPropertiesDecideOnDefinitions) {
+    struct Row {
+        const wchar_t* version;
+        _variant_t prohibit;
+        bool loads;
+    };
+    const Row rows[] = {
+        {kVersion6, {}, false},
+        {kVersion6, _variant_t(short{0}), true},
+        {kVersion6, _variant_t(false), true},
+        {kVersion4, {}, true},
+        {kVersion4, _variant_t(LONG{1}), false},
+        {kVersion4, _variant_t(VARIANT_TRUE, VT_BOOL), false},
+    };
+    for (const Row& row : rows) {
+        const IXMLDOMDocument2Ptr document = Make(row.version);
+        if (row.prohibit.vt != VT_EMPTY) {
+            EXPECT_EQ(document->setProperty(_bstr_t(L"ProhibitDTD"), row.prohibit), S_OK);
+        }
+        EXPECT_EQ(Load(document, "<!DOCTYPE a []><a/>"), row.loads);
+        EXPECT_TRUE(Load(document, "<a/>"));
+    }
+}
+
+TEST_F(DomTest, ARefusedPropertyRaisesAnErrorThatTells) {
+    const IXMLDOMDocument2Ptr document = Make();
+    EXPECT_EQ(document->setProperty(_bstr_t(L"ProhibitDTD"), _variant_t(L"0")), E_INVALIDARG);
+    const HRESULT result = document->setProperty(_bstr_t(L"Other"), _variant_t(true));
+    EXPECT_EQ(result, E_FAIL);
+    try {
+        _com_issue_errorex(result, document, __uuidof(IXMLDOMDocument2));
+        FAIL();
+    } catch (const _com_error& error) {
+        const _com_error copy = error;
+        EXPECT_EQ(copy.Error(), E_FAIL);
+        EXPECT_TEXT("Unspecified error", copy.ErrorMessage());
+        EXPECT_TEXT(L"The document has no property of that name.",
+                    static_cast<const wchar_t*>(copy.Description()));
+    }
+    IErrorInfo* left = nullptr;
+    EXPECT_EQ(GetErrorInfo(0, &left), S_FALSE);
+}
+
+TEST_F(DomTest, UseOfNoObjectRaises) {
+    const IXMLDOMNodePtr none;
+    try {
+        (void)none->AddRef();
+        FAIL();
+    } catch (const _com_error& error) {
+        EXPECT_EQ(error.Error(), E_POINTER);
+        EXPECT_EQ(error.ErrorInfo(), nullptr);
+        EXPECT_TRUE(!error.Description());
+    }
+    EXPECT_TEXT("Unknown error 0x80041234",
+                _com_error(static_cast<HRESULT>(0x80041234u)).ErrorMessage());
+}
+
+TEST_F(DomTest, StringsKeepNullCharactersAndOddBytes) {
+    const BSTR text = SysAllocStringLen(L"a\0b", 3);
+    EXPECT_EQ(SysStringLen(text), 3u);
+    EXPECT_EQ(text[3], L'\0');
+    const BSTR bytes = SysAllocStringByteLen("abc", 3);
+    EXPECT_EQ(SysStringByteLen(bytes), 3u);
+    EXPECT_EQ(SysStringLen(bytes), 1u);
+    EXPECT_EQ(bytes[2], L'\0');
+    EXPECT_EQ(SysAllocString(nullptr), nullptr);
+    EXPECT_EQ(SysStringLen(nullptr), 0u);
+
+    const _bstr_t first(text, true);
+    const _bstr_t joined = first + first;
+    EXPECT_EQ(joined.length(), 6u);
+    EXPECT_EQ(joined, _bstr_t(SysAllocStringLen(L"a\0ba\0b", 6), false));
+    EXPECT_TRUE(_bstr_t() < first && first < joined);
+    _bstr_t shared = joined;
+    EXPECT_THROW((void)shared.Detach(), _com_error);
+    EXPECT_TEXT("\xC3\xA4", static_cast<const char*>(_bstr_t(L"\x00E4")));
+    SysFreeString(text);
+    SysFreeString(bytes);
+}
+
+TEST_F(DomTest, VariantsOwnTheirCopies) {
+    const IXMLDOMDocument2Ptr document = Make();
+    ASSERT_TRUE(Load(
+        document, "<a xmlns:d='urn:schemas-microsoft-com:datatypes' d:dt='bin.base64'>AQID</a>"));
+    _variant_t bytes = Value(Root(document));
+    const _variant_t copy = bytes;
+    ASSERT_EQ(copy.vt, VT_ARRAY | VT_UI1);
+    bytes.Clear();
+    EXPECT_EQ(
+        std::string(static_cast<char*>(copy.parray->pvData), copy.parray->rgsabound[0].cElements),
+        "\x01\x02\x03");
+    _variant_t text(L"text");
+    VARIANT target{};
+    EXPECT_EQ(VariantCopy(&target, &text), S_OK);
+    EXPECT_NE(target.bstrVal, text.bstrVal);
+    EXPECT_TEXT(L"text", target.bstrVal);
+    EXPECT_EQ(VariantClear(&target), S_OK);
+    EXPECT_EQ(target.vt, VT_EMPTY);
+    EXPECT_THROW((void)static_cast<double>(text), _com_error);
+}
+
+// Numbers as a caller of the DOM itself sees them; the XML classes only tell that they are no text.
+double NumberOf(const VARIANT& value) {
+    switch (value.vt) {
+        case VT_I1:
+            return value.cVal;
+        case VT_UI1:
+            return value.bVal;
+        case VT_I2:
+        case VT_BOOL:
+            return value.iVal;
+        case VT_UI2:
+            return value.uiVal;
+        case VT_I4:
+            return value.lVal;
+        case VT_UI4:
+            return value.ulVal;
+        case VT_R4:
+            return value.fltVal;
+        case VT_CY:
+            return static_cast<double>(value.cyVal.int64);
+        case VT_I8:
+            return static_cast<double>(value.llVal);
+        case VT_UI8:
+            return static_cast<double>(value.ullVal);
+        default:
+            return value.dblVal;
+    }
+}
+
+TEST_F(DomTest, DeclaredTypesMakeValues) {
+    constexpr VARTYPE kNone = VT_EMPTY;  // no value of the type
+    struct Row {
+        const char* type;
+        const char* text;
+        VARTYPE kind;
+        double number;
+    };
+    const Row rows[] = {
+        {"i1", "-128", VT_I1, -128},
+        {"i1", "128", kNone, 0},
+        {"ui1", "255", VT_UI1, 255},
+        {"ui1", "-1", kNone, 0},
+        {"i2", " +32767 ", VT_I2, 32767},
+        {"ui2", "65535", VT_UI2, 65535},
+        {"int", "-2147483648", VT_I4, -2147483648.0},
+        {"i4", "2147483648", kNone, 0},
+        {"ui4", "4294967295", VT_UI4, 4294967295.0},
+        {"i8", "-9007199254740992", VT_I8, -9007199254740992.0},
+        {"ui8", "9007199254740992", VT_UI8, 9007199254740992.0},
+        {"r4", "0.5", VT_R4, 0.5},
+        {"r8", "1e308", VT_R8, 1e308},
+        {"float", "-.5E+1", VT_R8, -5},
+        {"r8", "1e309", kNone, 0},
+        {"r8", "inf", kNone, 0},
+        {"r8", "+-1", kNone, 0},
+        {"fixed.14.4", "-12.5", VT_CY, -125000},
+        {"fixed.14.4", "99999999999999.9999", VT_CY, 999999999999999999.0},
+        {"fixed.14.4", "1.23456", kNone, 0},
+        {"fixed.14.4", ".", kNone, 0},
+        {"boolean", "1", VT_BOOL, -1},
+        {"boolean", "0", VT_BOOL, 0},
+        {"boolean", "yes", kNone, 0},
+        {"date", "1899-12-30", VT_DATE, 0},
+        {"date", "1900-01-01", VT_DATE, 2},
+        {"date", "2000-02-29", VT_DATE, 36585},
+        {"date", "1900-02-29", kNone, 0},
+        {"date", "1899-12-29", VT_DATE, -1},
+        {"date", "0001-01-01", VT_DATE, -693593},
+        {"date", "2000-13-01", kNone, 0},
+        {"dateTime", "1899-12-29T18:00:00", VT_DATE, -1.75},
+        {"dateTime", "2000-02-29", VT_DATE, 36585},
+        {"dateTime", "2000-02-29T12:00:00.000", VT_DATE, 36585.5},
+        {"dateTime", "2000-02-29T24:00:00", kNone, 0},
+        {"dateTime", "2000-02-29T12:00:00Z", kNone, 0},
+        {"dateTime.tz", "2000-02-29T12:00:00+06:00", VT_DATE, 36585.75},
+        {"dateTime.tz", "2000-02-29T12:00:00Z", VT_DATE, 36585.5},
+        {"time", "06:00:00", VT_DATE, 0.25},
+        {"time", "06:00:00.", kNone, 0},
+        {"time.tz", "06:00:00-06:00", VT_DATE, 0},
+        {"bin.hex", "0aF", kNone, 0},
+        {"bin.hex", "0g", kNone, 0},
+        {"bin.base64", "A", kNone, 0},
+        {"int", "", kNone, 0},
+        {"int", "12x", kNone, 0},
+    };
+    const IXMLDOMDocument2Ptr document = Make();
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(row.type) + " '" + row.text + "'");
+        ASSERT_TRUE(Load(document, "<a xmlns:d='urn:schemas-microsoft-com:datatypes' d:dt='" +
+                                       std::string(row.type) + "'>" + row.text + "</a>"));
+        _variant_t value;
+        const HRESULT result = Root(document)->get_nodeTypedValue(&value);
+        EXPECT_EQ(result, row.kind == kNone ? DISP_E_TYPEMISMATCH : S_OK);
+        EXPECT_EQ(value.vt, row.kind);
+        EXPECT_DOUBLE_EQ(NumberOf(value), row.number);
+    }
+    SetErrorInfo(0, nullptr);
+}
+
+// Files for documents to take definitions from.
+class DomExternalsTest : public DomTest {
+  protected:
+    DomExternalsTest() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "ztk_dom_XXXXXX").string();
+        directory_ = mkdtemp(pattern.data());
+    }
+    ~DomExternalsTest() override {
+        std::filesystem::remove_all(directory_);
+        ZTKPosix::SetExternalsAllowed(true);
+    }
+
+    void Write(const std::string& name, const std::string& text) const {
+        std::ofstream(Path(name), std::ios::binary) << text;
+    }
+    [[nodiscard]] std::string Path(const std::string& name) const {
+        return directory_ + "/" + name;
+    }
+
+    static std::string WithEntity(const std::string& address) {
+        return "<!DOCTYPE a [<!ENTITY e SYSTEM '" + address + "'>]><a>&e;</a>";
+    }
+
+    std::string directory_;
+};
+
+TEST_F(DomExternalsTest, LocalFilesAreResolved) {
+    Write("text.xml", "<?xml version='1.0' encoding='ISO-8859-1'?>\xE4<b/>");
+    Write("sub set.dtd", "<!ENTITY % more SYSTEM 'more.dtd'>%more;");
+    Write("more.dtd", "<!ATTLIST a b CDATA 'default'>");
+    for (const std::string& address :
+         {Path("text.xml"), "file://" + Path("text.xml"), "file:" + Path("text.xml"),
+          "FILE://localhost" + Path("text%2exml")}) {
+        SCOPED_TRACE(address);
+        const IXMLDOMDocument2Ptr document = Make();
+        ASSERT_TRUE(Load(document, WithEntity(address)));
+        EXPECT_TEXT(L"\x00E4", Value(Root(document)).bstrVal);
+    }
+    const IXMLDOMDocument2Ptr document = Make();
+    ASSERT_TRUE(Load(document, "<!DOCTYPE a SYSTEM 'file://" + Path("sub%20set.dtd") + "'><a/>"));
+    IXMLDOMNamedNodeMapPtr attributes;
+    Root(document)->get_attributes(&attributes);
+    IXMLDOMNodePtr attribute;
+    ASSERT_EQ(attributes->getNamedItem(_bstr_t(L"b"), &attribute), S_OK);
+    EXPECT_TEXT(L"default", Value(attribute).bstrVal);
+}
+
+TEST_F(DomExternalsTest, WhatCannotBeResolvedFailsTheLoad) {
+    Write("text.xml", "text");
+    Write("open.xml", "<b>");
+    Write("loop.dtd", "<!ENTITY % self SYSTEM 'loop.dtd'>%self;");
+    Write("foreign.dtd", "<!ENTITY % more SYSTEM 'http://localhost/more.dtd'>%more;");
+    ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+    std::filesystem::resize_file((Write("large.xml", " "), Path("large.xml")), (16 << 20) + 1);
+    for (const std::string& address :
+         {Path("absent"), Path("open.xml"), Path("pipe"), Path("large.xml"), directory_,
+          std::string("text.xml"), std::string("http://localhost") + Path("text.xml"),
+          "file://elsewhere" + Path("text.xml"), Path("text.xml%00")}) {
+        EXPECT_FALSE(Loads(WithEntity(address))) << address;
+    }
+    for (const char* name : {"loop.dtd", "foreign.dtd", "absent"}) {
+        EXPECT_FALSE(Loads("<!DOCTYPE a SYSTEM '" + Path(name) + "'><a/>")) << name;
+    }
+    EXPECT_TRUE(Loads("<!DOCTYPE a [<!ENTITY unused SYSTEM 'http://localhost/x'>]><a/>"));
+}
+
+TEST_F(DomExternalsTest, HostsAndDocumentsCanForgoExternals) {
+    Write("text.xml", "text");
+    const IXMLDOMDocument2Ptr document = Make();
+    ASSERT_EQ(document->setProperty(_bstr_t(L"ResolveExternals"), _variant_t(false)), S_OK);
+    ASSERT_TRUE(Load(document, WithEntity(Path("text.xml"))));
+    EXPECT_TEXT(L"", Value(Root(document)).bstrVal);
+    ZTKPosix::SetExternalsAllowed(false);
+    EXPECT_FALSE(Loads(WithEntity(Path("text.xml"))));
+    EXPECT_FALSE(Loads("<!DOCTYPE a SYSTEM '" + Path("text.xml") + "'><a/>"));
+    EXPECT_TRUE(Loads("<!DOCTYPE a [<!ENTITY e 'internal'>]><a>&e;</a>"));
+}
+
+// Each entity refers to the one before it, or to the one after.
+std::string EntityChain(int count, bool forward) {
+    std::string text = "<!DOCTYPE a [<!ENTITY e0 'x'>";
+    for (int i = 1; i < count; ++i) {
+        const int number = forward ? count - i : i;
+        text += "<!ENTITY e" + std::to_string(number) + " '&e" + std::to_string(number - 1) + ";'>";
+    }
+    return text + "]><a b='&e" + std::to_string(count - 1) + ";'/>";
+}
+
+TEST_F(DomTest, EntitiesNestAsDeepAsTheStackAllows) {
+    EXPECT_TRUE(Loads(EntityChain(200, false)));
+    EXPECT_TRUE(Loads(EntityChain(10, true)));
+    EXPECT_FALSE(Loads(EntityChain(100000, false)));
+    EXPECT_FALSE(Loads(EntityChain(100000, true)));
+}
+
+TEST_F(DomTest, DefaultsCannotBlowUpADocument) {
+    std::string text = "<!DOCTYPE a [<!ATTLIST b c CDATA '" + std::string(100000, 'x') + "'>]><a>";
+    for (int i = 0; i < 10000; ++i) {
+        text += "<b/>";
+    }
+    EXPECT_FALSE(Loads(text + "</a>"));
+}
+
+// Text that the feeding of the parser cuts everywhere: long tokens, and characters of two units.
+TEST_F(DomTest, LongTextsComeThroughWhole) {
+    for (const std::size_t length : {32767u, 32768u, 65537u, 1000000u}) {
+        const std::size_t units = length;
+        const BSTR text = SysAllocStringLen(nullptr, static_cast<UINT>(units * 2 + 16));
+        wchar_t* end = text;
+        const auto put = [&end](const char* part) {
+            while (*part != '\0') {
+                *end++ = static_cast<wchar_t>(*part++);
+            }
+        };
+        const auto put_body = [&end, units] {
+            for (std::size_t i = 0; i < units / 2; ++i) {
+                *end++ = L'\xD83D';
+                *end++ = static_cast<wchar_t>(0xDE00 + i % 64);
+            }
+        };
+        put("<a b='");
+        put_body();
+        put("'>");
+        put_body();
+        put("</a>");
+        const BSTR document_text = SysAllocStringLen(text, static_cast<UINT>(end - text));
+        const IXMLDOMDocument2Ptr document = Make();
+        VARIANT_BOOL loaded = VARIANT_FALSE;
+        document->loadXML(document_text, &loaded);
+        ASSERT_EQ(loaded, VARIANT_TRUE) << length;
+        const _variant_t value = Value(Root(document));
+        ASSERT_EQ(SysStringLen(value.bstrVal), units / 2 * 2);
+        EXPECT_EQ(value.bstrVal[units / 2 * 2 - 1],
+                  static_cast<wchar_t>(0xDE00 + (units / 2 - 1) % 64));
+        SysFreeString(document_text);
+        SysFreeString(text);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,392 @@
+// Documents: what is loaded and what is refused, under which names and values nodes appear, and how
+// long what is handed out lives.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "support/emulated_dom.h"
+#include "support/text.h"
+#include "support/xml.h"
+#include "ztk/strings.h"
+
+namespace {
+
+using ztk_test::Outline;
+using ztk_test::Raised;
+using ztk_test::Show;
+using ztk_test::Tag;
+
+constexpr wchar_t kByteOrderMark[] = L"\xFEFF<?xml version='1.0' encoding='UTF-8'?><a/>";
+
+TEST(XmlDocument, NodesAppearUnderTheDomsNamesAndValues) {
+    const struct {
+        const wchar_t* text;
+        const char* outline;
+        bool original_only = false;  // see IsDomEmulated
+    } cases[] = {
+        {L"<a/>", "a=\"\""},
+        {L"<p:a xmlns:p='urn:x'/>", "p:a=\"\""},
+        {L"<a>x</a>", "a=\"x\"(#text=\"x\")"},
+        {L"<a>t<!--c--><?pi d e?><![CDATA[<z>]]></a>",
+         "a=\"t<z>\"(#text=\"t\" #comment=\"c\" pi=\"d e\" #cdata-section=\"<z>\")", true},
+        {L"<a><b>1</b><c><d>2</d></c></a>",
+         "a=\"12\"(b=\"1\"(#text=\"1\") c=\"2\"(d=\"2\"(#text=\"2\")))"},
+        // Children come in order, also repeated ones.
+        {L"<a><b/>x<b/>y<b/></a>", "a=\"xy\"(b=\"\" #text=\"x\" b=\"\" #text=\"y\" b=\"\")", true},
+        // White space only is no text, unless it is to be preserved.
+        {L"<a> <b/>\t\r\n<c/> </a>", "a=\"\"(b=\"\" c=\"\")"},
+        {L"<a xml:space='preserve'> <b/></a>", "a=\" \"(#text=\" \" b=\"\")"},
+        // Values lose their outer white space, unless it is CDATA or to be preserved.
+        {L"<a><![CDATA[ x ]]></a>", "a=\" x \"(#cdata-section=\" x \")"},
+        {L"<a xml:space='preserve'> x </a>", "a=\" x \"(#text=\" x \")"},
+        // Character references, line ends, characters beyond 16 bits.
+        {L"<a>&lt;&amp;&gt;&quot;&apos;&#65;&#x42;</a>", "a=\"<&>\\\"'AB\"(#text=\"<&>\\\"'AB\")"},
+        {L"<a>x\r\ny\rz\nw</a>", "a=\"x\\ny\\nz\\nw\"(#text=\"x\\ny\\nz\\nw\")"},
+        {L"<\x00E9>\x20AC\xD834\xDD1E</\x00E9>",
+         "\\u00E9=\"\\u20AC\\uD834\\uDD1E\"(#text=\"\\u20AC\\uD834\\uDD1E\")"},
+        {L"<a>&#x1D11E;</a>", "a=\"\\uD834\\uDD1E\"(#text=\"\\uD834\\uDD1E\")"},
+        // What stands around the root does not matter.
+        {kByteOrderMark, "a=\"\""},
+        {L"<?xml version='1.0' encoding='ISO-8859-1' standalone='yes'?><a/>", "a=\"\""},
+        {L"<!--x--><?y z?>\n<a/>\n<!--x-->", "a=\"\""},
+        {L"<!DOCTYPE a [<!ELEMENT a EMPTY>]><a/>", "a=\"\""},
+    };
+    for (const auto& row : cases) {
+        if (row.original_only && ztk_test::IsDomEmulated()) {
+            continue;
+        }
+        ZTK::CXml xml;
+        EXPECT_TRUE(xml.LoadXML(row.text)) << Show(row.text);
+        EXPECT_EQ(Outline(xml.GetRoot()), row.outline) << Show(row.text);
+    }
+}
+
+TEST(XmlDocument, ValuesOfElementsAndAttributes) {
+    const struct {
+        const wchar_t* text;
+        const wchar_t* attribute;  // of the root; null for the root's own value
+        const wchar_t* value;
+        bool original_only = false;
+    } cases[] = {
+        {L"<a>  x y  </a>", nullptr, L"x y"},
+        {L"<a><b>1</b><b>2</b></a>", nullptr, L"12"},
+        {L"<a i='  1&lt;2 '/>", L"i", L"  1<2 "},
+        {L"<a i='x\ty\nz'/>", L"i", L"x y z"},
+        {L"<a i='x&#9;y'/>", L"i", L"x\ty"},
+        {L"<a i=''/>", L"i", L""},
+        {L"<p:a xmlns:p='urn:x' p:i='1'/>", L"p:i", L"1"},
+        {L"<p:a xmlns:p='urn:x' p:i='1'/>", L"xmlns:p", L"urn:x", true},
+        {L"<a xmlns='urn:x'/>", L"xmlns", L"urn:x", true},
+        // Internal definitions: entities are expanded, defaults appear.
+        {L"<!DOCTYPE a [<!ENTITY e 'v'>]><a>x&e;y</a>", nullptr, L"xvy"},
+        {L"<!DOCTYPE a [<!ENTITY e 'v'><!ENTITY f '&e;&e;'>]><a>&f;</a>", nullptr, L"vv"},
+        {L"<!DOCTYPE a [<!ENTITY e 'v'>]><a i='x&e;'/>", L"i", L"xv"},
+        {L"<!DOCTYPE a [<!ATTLIST a i CDATA 'd' j CDATA 'e'>]><a j='f'/>", L"i", L"d", true},
+        {L"<!DOCTYPE a [<!ATTLIST a i CDATA 'd' j CDATA 'e'>]><a j='f'/>", L"j", L"f"},
+    };
+    for (const auto& row : cases) {
+        ZTK::CXml xml(row.text);
+        ASSERT_NE(xml.GetRoot(), nullptr) << Show(row.text);
+        if (row.original_only && ztk_test::IsDomEmulated()) {
+            continue;
+        }
+        if (row.attribute == nullptr) {
+            EXPECT_TEXT(row.value, xml.GetRoot()->GetValue()) << Show(row.text);
+            continue;
+        }
+        ZTK::CXMLAttribute* attribute = xml.GetRoot()->GetAttribute(row.attribute);
+        ASSERT_NE(attribute, nullptr) << Show(row.text);
+        EXPECT_TEXT(row.value, attribute->GetValue()) << Show(row.text);
+    }
+}
+
+// An element that declares a type has no text value, or fails to have one.
+TEST(XmlDocument, DeclaredTypes) {
+    const struct {
+        const wchar_t* type;
+        const wchar_t* text;
+        const wchar_t* value;
+        bool raises;
+        bool original_only = false;
+    } cases[] = {
+        {L"string", L"7", L"7", false},     {L"int", L"7", nullptr, false},
+        {L"i4", L"-7", nullptr, false},     {L"r8", L"7.5", nullptr, false},
+        {L"boolean", L"1", nullptr, false}, {L"date", L"2024-02-29", nullptr, false},
+        {L"int", L"seven", nullptr, true},  {L"boolean", L"2", nullptr, true, true},
+    };
+    for (const auto& row : cases) {
+        const wchar_t* text =
+            ZTK::StrFormat(L"<a xmlns:dt='urn:schemas-microsoft-com:datatypes' dt:dt='%s'>%s</a>",
+                           row.type, row.text);
+        if (row.original_only && ztk_test::IsDomEmulated()) {
+            continue;
+        }
+        ZTK::CXml xml(text);
+        ASSERT_NE(xml.GetRoot(), nullptr) << Show(text);
+        const wchar_t* value = nullptr;
+        const bool raised = FAILED(Raised([&] { value = xml.GetRoot()->GetValue(); }));
+        EXPECT_EQ(raised, row.raises) << Show(text);
+        EXPECT_TEXT(row.value, value) << Show(text);
+        if (!row.raises) {
+            EXPECT_EQ(xml.GetRoot()->ToInt(), row.value != nullptr ? 7 : 0) << Show(text);
+        }
+    }
+}
+
+TEST(XmlDocument, WhatIsNotWellFormedIsRefused) {
+    const wchar_t* const texts[] = {
+        L"",
+        L" ",
+        L"text",
+        L"<a>",
+        L"</a>",
+        L"<a></b>",
+        L"<a></A>",
+        L"<a/><b/>",
+        L"<a/>text",
+        L"<a b/>",
+        L"<a b=1/>",
+        L"<a b='1' b='2'/>",
+        L"<a b='<'/>",
+        L"<a b='1'c='2'/>",
+        L"<1/>",
+        L"<a>&undeclared;</a>",
+        L"<a>&#0;</a>",
+        L"<a>\x0001</a>",
+        L"<a>\xFFFE</a>",
+        L"<a>\xD834</a>",
+        L"<a>]]></a>",
+        L"<a><!-- -- --></a>",
+        L"<a><![CDATA[</a>",
+        L" <?xml version='1.0'?><a/>",
+        L"<a xmlns:p='u' xmlns:q='u' p:b='1' q:b='2'/>",
+        L"<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>",
+    };
+    std::vector<const wchar_t*> refused(std::begin(texts), std::end(texts));
+    if (!ztk_test::IsDomEmulated()) {
+        refused.insert(refused.end(), {L"<p:a/>", L"<a p:b='1'/>"});
+    }
+    ZTK::CXml xml;
+    for (const wchar_t* text : refused) {
+        ASSERT_TRUE(xml.LoadXML(L"<before/>"));
+        EXPECT_FALSE(xml.LoadXML(text)) << Show(text);
+        EXPECT_EQ(xml.GetRoot(), nullptr) << Show(text);
+    }
+}
+
+TEST(XmlDocument, EveryTruncationIsRefused) {
+    std::vector<wchar_t> text;
+    for (const wchar_t* p =
+             L"<?xml version='1.0'?><!DOCTYPE a [<!ENTITY e 'v'>]>"
+             L"<p:a xmlns:p='urn:x' i='1&amp;'><!--c--><b>t&e;<![CDATA[d]]></b><?q r?></p:a>";
+         *p != 0; ++p) {
+        text.push_back(*p);
+    }
+    text.push_back(0);
+    ZTK::CXml xml;
+    EXPECT_TRUE(xml.LoadXML(text.data()));
+    for (std::size_t length = text.size() - 2; length > 0; --length) {
+        text[length] = 0;
+        EXPECT_FALSE(xml.LoadXML(text.data())) << length;
+        EXPECT_EQ(xml.GetRoot(), nullptr) << length;
+    }
+}
+
+TEST(XmlDocument, ABombOfEntitiesEndsInTime) {
+    std::string bomb = "<!DOCTYPE a [<!ENTITY e0 'boom'>";
+    for (int level = 1; level < 30; ++level) {
+        const std::string below = "&e" + std::to_string(level - 1) + ";";
+        bomb += "<!ENTITY e" + std::to_string(level) + " '" + below + below + "'>";
+    }
+    bomb += "]><a>&e29;</a>";
+    ZTK::CXml xml(ZTK::StrConvert(bomb.c_str(), 65001));
+    EXPECT_EQ(xml.GetRoot(), nullptr);
+}
+
+// Loads and is read down to its last tag, or is refused.
+TEST(XmlDocument, DeepNestingIsNoDanger) {
+    constexpr int kDepth = 1'000'000;
+    std::vector<wchar_t> text;
+    text.reserve(7 * kDepth + 1);
+    for (int i = 0; i < kDepth; ++i) {
+        text.insert(text.end(), {L'<', L'a', L'>'});
+    }
+    for (int i = 0; i < kDepth; ++i) {
+        text.insert(text.end(), {L'<', L'/', L'a', L'>'});
+    }
+    text.push_back(0);
+    Tag tag;
+    {
+        ZTK::CXml xml;
+        if (!xml.LoadXML(text.data())) {
+            EXPECT_EQ(xml.GetRoot(), nullptr);
+            return;
+        }
+        EXPECT_TEXT(L"", xml.GetRoot()->GetValue());
+        tag.reset(xml.GetRoot()->FirstTag());
+    }
+    int depth = 1;
+    for (; tag != nullptr; tag.reset(tag->FirstTag())) {
+        ++depth;
+    }
+    EXPECT_EQ(depth, kDepth);
+}
+
+TEST(XmlDocument, ALoadReplacesTheRootAndResetDropsIt) {
+    ZTK::CXml xml(nullptr);
+    EXPECT_EQ(xml.GetRoot(), nullptr);
+    EXPECT_FALSE(xml.LoadXML(nullptr));
+    ASSERT_TRUE(xml.LoadXML(L"<first/>"));
+    ZTK::CXMLTag* const first = xml.GetRoot();
+    EXPECT_FALSE(xml.LoadXML(nullptr));
+    EXPECT_EQ(xml.GetRoot(), first);
+    ASSERT_TRUE(xml.LoadXML(L"<second/>"));
+    EXPECT_TEXT(L"second", xml.GetRoot()->GetBuffer());
+    xml.Reset();
+    EXPECT_EQ(xml.GetRoot(), nullptr);
+    xml.Reset();
+    EXPECT_TRUE(xml.LoadXML(L"<third/>"));
+}
+
+TEST(XmlDocument, TagsAndAttributesOutliveTheirDocument) {
+    Tag tag;
+    ZTK::CXMLAttribute* attribute = nullptr;
+    {
+        const std::unique_ptr<ZTK::CXml> xml(
+            new ZTK::CXml(L"<a><b i='1'><c>x</c></b><b i='2'/></a>"));
+        tag.reset(xml->FindTagV(L"a", L"b", nullptr));
+        attribute = xml->FindAttributeV(L"a", L"b", L"i", nullptr);
+        ASSERT_NE(attribute, nullptr);
+        xml->LoadXML(L"<other/>");
+    }
+    const Tag owner(attribute->GetParent());
+    EXPECT_TEXT(L"1", attribute->GetValue());
+    EXPECT_EQ(Outline(tag.get()), "b=\"x\"(c=\"x\"(#text=\"x\"))");
+    EXPECT_TEXT(L"1", tag->GetAttribute(L"i")->GetValue());
+}
+
+TEST(XmlDocument, ACopySharesDocumentAndRoot) {
+    ZTK::CXml xml(L"<a/>");
+    const ZTK::CXml empty;
+    ZTK::CXml copy(xml);
+    EXPECT_EQ(copy.GetRoot(), xml.GetRoot());
+    copy = empty;  // lets go of the root without freeing it
+    EXPECT_EQ(copy.GetRoot(), nullptr);
+    EXPECT_TEXT(L"a", xml.GetRoot()->GetBuffer());
+}
+
+TEST(XmlValue, StaysUntilTheObjectIsAskedAgain) {
+    ZTK::CXml xml(L"<a i='one' j='two'><b>three</b><c>four</c></a>");
+    ZTK::CXMLTag* root = xml.GetRoot();
+    const Tag child(root->GetTag(L"c"));
+    const wchar_t* const one = root->GetAttribute(L"i")->GetValue();
+    const wchar_t* const two = root->GetAttribute(L"j")->GetValue();
+    const wchar_t* const all = root->GetValue();
+    const wchar_t* const four = child->GetValue();
+    for (int i = 0; i < 600; ++i) {
+        EXPECT_EQ(root->ToInt(), 0);
+        const Tag other(root->FirstTag());
+        EXPECT_TEXT(L"three", other->GetValue());
+    }
+    EXPECT_TEXT(L"one", one);
+    EXPECT_TEXT(L"two", two);
+    EXPECT_TEXT(L"threefour", all);
+    EXPECT_TEXT(L"four", four);
+}
+
+TEST(XmlValue, NumbersAtTheStartOfTheText) {
+    const struct {
+        const wchar_t* text;
+        int value;
+    } cases[] = {
+        {L"42abc", 42},
+        {L"abc", 0},
+        {L"", 0},
+        {L" \t-7", -7},
+        {L"+5", 5},
+        {L"+-5", 0},
+        {L"- 5", 0},
+        {L"007", 7},
+        {L"0x10", 0},
+        {L"1.9", 1},
+        {L"2147483647", INT_MAX},
+        {L"2147483648", INT_MAX},
+        {L"-2147483648", INT_MIN},
+        {L"-2147483649", INT_MIN},
+        {L"99999999999999999999", INT_MAX},
+    };
+    for (const auto& row : cases) {
+        ZTK::CXml xml(ZTK::StrFormat(L"<a xml:space='preserve' i='%s'>%s</a>", row.text, row.text));
+        ZTK::CXMLAttribute* attribute = xml.GetRoot()->GetAttribute(L"i");
+        EXPECT_EQ(xml.GetRoot()->ToInt(), row.value) << Show(row.text);
+        EXPECT_EQ(attribute->ToInt(), row.value) << Show(row.text);
+        if (row.value != INT_MAX && row.value != INT_MIN) {
+            EXPECT_EQ(xml.GetRoot()->ToLong(), row.value) << Show(row.text);
+        }
+    }
+    ZTK::CXml xml(L"<a i='-99999999999999999999'>99999999999999999999</a>");
+    EXPECT_EQ(xml.GetRoot()->ToLong(), LONG_MAX);
+    EXPECT_EQ(xml.GetRoot()->GetAttribute(L"i")->ToLong(), LONG_MIN);
+}
+
+// A document of the platform's own, for calls that take a node.
+MSXML2::IXMLDOMNodePtr NodeOf(const wchar_t* text) {
+    const ZTK::CCOMBinder com;
+    (void)CoInitialize(nullptr);
+    MSXML2::IXMLDOMDocument2Ptr document;
+    EXPECT_EQ(document.CreateInstance(L"Msxml2.DOMDocument.6.0"), S_OK);
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    const BSTR copy = SysAllocString(text);
+    EXPECT_EQ(document->loadXML(copy, &loaded), S_OK);
+    SysFreeString(copy);
+    MSXML2::IXMLDOMElementPtr element;
+    document->get_documentElement(&element);
+    return element;
+}
+
+TEST(XmlValue, OfANodeIsARingString) {
+    const MSXML2::IXMLDOMNodePtr node = NodeOf(L"<a>text</a>");
+    const wchar_t* const first = ZTK::CXml::GetXMLTextValue(node);
+    for (int i = 0; i < 255; ++i) {
+        EXPECT_TEXT(L"text", ZTK::CXml::GetXMLTextValue(node));
+    }
+    EXPECT_TEXT(L"text", first);
+    EXPECT_EQ(Raised([] { (void)ZTK::CXml::GetXMLTextValue(nullptr); }), E_POINTER);
+}
+
+TEST(XmlValue, MayBeLongerThanARingString) {
+    for (const std::size_t length : {511'999u, 512'000u, 2'000'000u}) {
+        std::vector<wchar_t> text = {L'<', L'a', L'>'};
+        text.insert(text.end(), length, L'x');
+        text.insert(text.end(), {L'<', L'/', L'a', L'>', 0});
+        const MSXML2::IXMLDOMNodePtr node = NodeOf(text.data());
+        const wchar_t* const first = ZTK::CXml::GetXMLTextValue(node);
+        for (int i = 0; i < 7; ++i) {
+            EXPECT_EQ(ZTK::StrLength(ZTK::CXml::GetXMLTextValue(node)), length);
+        }
+        EXPECT_EQ(ZTK::StrLength(first), length);
+    }
+}
+
+TEST(XmlValue, AFailedCallIsCaughtByTypeWithItsResult) {
+    ZTK::CXMLTag tag(L"no node");
+    const HRESULT results[] = {
+        Raised([&] { (void)tag.GetTag(L"b"); }),
+        Raised([&] { (void)tag.GetAttribute(L"b"); }),
+    };
+    for (const HRESULT result : results) {
+        EXPECT_EQ(result, E_POINTER);
+    }
+    try {
+        (void)tag.GetTag(L"b");
+    } catch (const _com_error& error) {
+        EXPECT_NE(error.ErrorMessage(), nullptr);
+        EXPECT_EQ(error.ErrorInfo(), nullptr);
+        EXPECT_EQ(error.Description().length(), 0u);
+    }
+}
+
+}  // namespace
