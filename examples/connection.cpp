@@ -85,6 +85,7 @@ void Connection::AnswerUntilDisconnected() {
         AnswerWaiting();
     }
     AnswerWaiting();
+    body_.reset();  // on the thread that made it
     ReportEnd();
 }
 
@@ -124,21 +125,41 @@ void Connection::SendAnswers(std::string* out, std::vector<Message*>* answered) 
 }
 
 // Appends the answer to a request. Returns whether it asked the agent to end.
-bool Connection::Answer(Message& request, std::string* out) {
+bool Connection::Answer(Message& message, std::string* out) {
     std::string reply;
-    const std::string_view line = request.GetBody();
-    const bool end_requested = line == "shutdown";
-    bool ok = end_requested;
-    if (end_requested) {
-        reply = "the agent ends";
-    } else if (request.GetKind() == Kind::kRequest) {
-        ok = target_->Execute(line, &reply);
-    } else {
-        reply = "only requests are answered";
+    bool end_requested = false;
+    bool ok = false;
+    try {
+        ok = AnswerBody(message, &reply, &end_requested);
+    } catch (const _com_error& error) {
+        reply =
+            std::string("the XML parser failed: ") + static_cast<const char*>(error.ErrorMessage());
     }
-    AppendMessage(out, ok ? Kind::kAnswer : Kind::kFailure, request.GetSequence(), reply);
+    AppendMessage(out, ok ? Kind::kAnswer : Kind::kFailure, message.GetSequence(),
+                  MakeAnswer(reply));
     ++answered_;
     return end_requested;
+}
+
+// Returns whether the request was carried out; *reply is what it gave, or why it could not be done.
+bool Connection::AnswerBody(Message& message, std::string* reply, bool* end_requested) {
+    if (message.GetKind() != Kind::kRequest) {
+        *reply = "only requests are answered";
+        return false;
+    }
+    // Made on the thread that uses it, once: each document that is made initialises COM again.
+    if (body_ == nullptr) {
+        body_ = std::make_unique<XmlBody>();
+    }
+    if (!body_->Load(message.GetBody(), L"request", reply)) {
+        return false;
+    }
+    if (body_->Command() == "shutdown") {
+        *end_requested = true;
+        *reply = "the agent ends";
+        return true;
+    }
+    return target_->Execute(*body_, reply);
 }
 
 void Connection::ReportEnd() {

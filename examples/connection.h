@@ -2,11 +2,13 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "inbox.h"
 #include "target.h"
+#include "xml_body.h"
 
 namespace example {
 
@@ -55,7 +57,8 @@ class Connection final : public ZTK::ISOReceiver {
     void AnswerUntilDisconnected();
     void AnswerWaiting();
     void SendAnswers(std::string* out, std::vector<Message*>* answered);
-    bool Answer(Message& request, std::string* out);
+    bool Answer(Message& message, std::string* out);
+    bool AnswerBody(Message& message, std::string* reply, bool* end_requested);
     void ReportEnd();
 
     const int number_;
@@ -65,7 +68,8 @@ class Connection final : public ZTK::ISOReceiver {
     Inbox inbox_;
     HANDLE receiver_thread_ = nullptr;
     HANDLE answering_thread_ = nullptr;
-    std::uint64_t answered_ = 0;  // this and the next: touched by the answering thread
+    std::unique_ptr<XmlBody> body_;  // the request at hand; touched by the answering thread
+    std::uint64_t answered_ = 0;     // this and the next: touched by the answering thread
     bool connected_ = true;
     std::atomic<bool> over_{false};
 };

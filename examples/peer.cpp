@@ -10,6 +10,7 @@
 
 #include "command_line.h"
 #include "inbox.h"
+#include "xml_body.h"
 
 namespace {
 
@@ -77,13 +78,14 @@ class Peer final : public ZTK::ISOReceiver {
             if (line.empty() || line.front() == '#') {
                 continue;
             }
-            if (line.size() > example::kMaxBodyBytes) {
+            const std::string request = example::MakeRequest(line);
+            if (request.size() > example::kMaxBodyBytes) {
                 std::fprintf(stderr, "peer: a request is too long\n");
                 return false;
             }
             std::printf("> %s\n", line.c_str());
             std::string bytes;
-            example::AppendMessage(&bytes, Kind::kRequest, ++sequence, line);
+            example::AppendMessage(&bytes, Kind::kRequest, ++sequence, request);
             Message* answer = example::SendAll(socket_, bytes) ? NextAnswer() : nullptr;
             const bool matches = answer != nullptr && answer->GetSequence() == sequence;
             if (matches) {
@@ -160,7 +162,7 @@ class Peer final : public ZTK::ISOReceiver {
         }
         const bool matches = answer->GetKind() == Kind::kAnswer &&
                              answer->GetSequence() == static_cast<std::uint32_t>(number) &&
-                             answer->GetBody() == PipelineText(number);
+                             TextOf(*answer) == PipelineText(number);
         inbox_.GiveBack(answer);
         return matches;
     }
@@ -170,7 +172,7 @@ class Peer final : public ZTK::ISOReceiver {
         std::string bytes;
         for (long number = 1; number <= self->pipeline_; ++number) {
             example::AppendMessage(&bytes, Kind::kRequest, static_cast<std::uint32_t>(number),
-                                   "echo " + PipelineText(number));
+                                   example::MakeRequest("echo " + PipelineText(number)));
             if (bytes.size() < 64 * 1024 && number < self->pipeline_) {
                 continue;
             }
@@ -182,10 +184,20 @@ class Peer final : public ZTK::ISOReceiver {
         return 0;
     }
 
-    static void PrintAnswer(Message& answer) {
+    // What an answer's body says; the body itself when it is not what an agent sends.
+    std::string TextOf(Message& answer) {
+        std::string problem;
         const std::string_view body = answer.GetBody();
-        std::printf("%s%.*s\n", answer.GetKind() == Kind::kFailure ? "error: " : "",
-                    static_cast<int>(body.size()), body.data());
+        try {
+            return body_.Load(body, L"answer", &problem) ? body_.Text() : std::string(body);
+        } catch (const _com_error&) {
+            return std::string(body);
+        }
+    }
+
+    void PrintAnswer(Message& answer) {
+        std::printf("%s%s\n", answer.GetKind() == Kind::kFailure ? "error: " : "",
+                    TextOf(answer).c_str());
         std::fflush(stdout);
     }
 
@@ -207,6 +219,7 @@ class Peer final : public ZTK::ISOReceiver {
     const DWORD timeout_;  // milliseconds
     ZTK::CClientSocket socket_;
     Inbox inbox_;
+    example::XmlBody body_;  // the answer at hand
     HANDLE receiver_thread_ = nullptr;
     long pipeline_ = 0;
     bool timed_out_ = false;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint64_t kMemoryStart = 0x1000;
 constexpr std::size_t kMemoryBytes = 0x1000;
-constexpr std::uint64_t kMostRead = 512;
+constexpr int kMostRead = 512;
 
 constexpr const char* kRegisterNames[] = {"rax", "rbx", "rcx", "rdx", "rsi", "rdi", "rsp", "rip"};
 constexpr std::size_t kRip = 7;
@@ -38,6 +38,17 @@ std::string Format(const char* format, Values... values) {
 unsigned long long Wide(std::uint64_t value) {
     return value;
 }  // for printf, the same everywhere
+
+class LockGuard {
+  public:
+    explicit LockGuard(ZTK::CLock* lock) : lock_(lock) { lock_->Lock(); }
+    LockGuard(const LockGuard&) = delete;
+    LockGuard& operator=(const LockGuard&) = delete;
+    ~LockGuard() { lock_->Unlock(); }
+
+  private:
+    ZTK::CLock* lock_;
+};
 
 bool Fail(std::string* reply, std::string problem) {
     *reply = std::move(problem);
@@ -92,35 +103,30 @@ Target::Target()
     std::copy(kText.begin(), kText.end(), memory_.begin());
 }
 
-bool Target::Execute(std::string_view line, std::string* reply) {
+bool Target::Execute(XmlBody& request, std::string* reply) {
     reply->clear();
-    const std::string_view name = NextWord(&line);
+    const std::string name = request.Command();
     for (const Command& command : kCommands) {
         if (name != command.name) {
             continue;
         }
-        lock_.Lock();
-        const bool ok = (this->*command.run)(line, reply);
-        lock_.Unlock();
-        return ok;
+        const LockGuard guard(&lock_);  // reading the request may throw
+        return (this->*command.run)(request, reply);
     }
-    return Fail(reply, "unknown command '" + std::string(name) + "', try help");
+    return Fail(reply, "unknown command '" + name + "', try help");
 }
 
-bool Target::Help(std::string_view, std::string* reply) {
+bool Target::Help(XmlBody&, std::string* reply) {
     for (const Command& command : kCommands) {
         *reply += std::string(reply->empty() ? "" : "\n") + command.usage;
     }
     return true;
 }
 
-bool Target::Registers(std::string_view arguments, std::string* reply) {
-    std::uint64_t id = 1;
-    if (!arguments.empty() && !Value(arguments, &id, reply)) {
-        return false;
-    }
+bool Target::Registers(XmlBody& request, std::string* reply) {
+    const int id = request.Number(L"thread", 1);
     for (const Thread& thread : threads_) {
-        if (static_cast<std::uint64_t>(thread.id) != id) {
+        if (thread.id != id) {
             continue;
         }
         for (std::size_t i = 0; i < thread.registers.size(); ++i) {
@@ -132,19 +138,19 @@ bool Target::Registers(std::string_view arguments, std::string* reply) {
         }
         return true;
     }
-    return Fail(reply, Format("no thread %llu", Wide(id)));
+    return Fail(reply, Format("no thread %d", id));
 }
 
-bool Target::ReadMemory(std::string_view arguments, std::string* reply) {
+bool Target::ReadMemory(XmlBody& request, std::string* reply) {
     std::uint64_t address = 0;
-    std::uint64_t count = 0;
-    const std::string_view where = NextWord(&arguments);
-    if (!Value(where, &address, reply) || !Value(arguments, &count, reply)) {
+    if (!Value(request.Text(L"address"), &address, reply)) {
         return false;
     }
-    if (count < 1 || count > kMostRead) {
-        return Fail(reply, Format("the count must be 1 to %llu", Wide(kMostRead)));
+    const int number = request.Number(L"count", 0);
+    if (number < 1 || number > kMostRead) {
+        return Fail(reply, Format("the count must be 1 to %d", kMostRead));
     }
+    const auto count = static_cast<std::uint64_t>(number);
     // Not address + count: that sum may wrap.
     if (address < kMemoryStart || address - kMemoryStart > kMemoryBytes - count) {
         return Fail(reply, Format("cannot read memory at 0x%llx", Wide(address)));
@@ -157,15 +163,17 @@ bool Target::ReadMemory(std::string_view arguments, std::string* reply) {
     return true;
 }
 
-bool Target::WriteMemory(std::string_view arguments, std::string* reply) {
+bool Target::WriteMemory(XmlBody& request, std::string* reply) {
     std::uint64_t address = 0;
-    if (!Value(NextWord(&arguments), &address, reply)) {
+    if (!Value(request.Text(L"address"), &address, reply)) {
         return false;
     }
+    const std::string text = request.Text(L"bytes");
+    std::string_view words = text;
     std::vector<unsigned char> bytes;
-    while (!arguments.empty()) {
+    while (!words.empty()) {
         std::uint64_t byte = 0;
-        if (!Value(NextWord(&arguments), &byte, reply)) {
+        if (!Value(NextWord(&words), &byte, reply)) {
             return false;
         }
         if (byte > 0xFF) {
@@ -185,7 +193,7 @@ bool Target::WriteMemory(std::string_view arguments, std::string* reply) {
     return true;
 }
 
-bool Target::Threads(std::string_view, std::string* reply) {
+bool Target::Threads(XmlBody&, std::string* reply) {
     for (const Thread& thread : threads_) {
         *reply += Format("%s%d %-8s stopped at 0x%llx", reply->empty() ? "" : "\n", thread.id,
                          thread.name, Wide(thread.registers[kRip]));
@@ -193,7 +201,7 @@ bool Target::Threads(std::string_view, std::string* reply) {
     return true;
 }
 
-bool Target::Modules(std::string_view, std::string* reply) {
+bool Target::Modules(XmlBody&, std::string* reply) {
     for (const Module& module : kModules) {
         *reply += Format("%s%08llx-%08llx %s", reply->empty() ? "" : "\n", Wide(module.start),
                          Wide(module.start + module.bytes - 1), module.name);
@@ -201,10 +209,10 @@ bool Target::Modules(std::string_view, std::string* reply) {
     return true;
 }
 
-bool Target::Break(std::string_view arguments, std::string* reply) {
+bool Target::Break(XmlBody& request, std::string* reply) {
     std::uint64_t address = 0;
-    if (!arguments.empty()) {
-        if (!Value(arguments, &address, reply)) {
+    if (request.Has(L"address")) {
+        if (!Value(request.Text(L"address"), &address, reply)) {
             return false;
         }
         if (breakpoints_.size() >= 100) {
@@ -223,13 +231,10 @@ bool Target::Break(std::string_view arguments, std::string* reply) {
 }
 
 // Every instruction of this target is four bytes long.
-bool Target::Step(std::string_view arguments, std::string* reply) {
-    std::uint64_t id = 1;
-    if (!arguments.empty() && !Value(arguments, &id, reply)) {
-        return false;
-    }
+bool Target::Step(XmlBody& request, std::string* reply) {
+    const int id = request.Number(L"thread", 1);
     for (Thread& thread : threads_) {
-        if (static_cast<std::uint64_t>(thread.id) != id) {
+        if (thread.id != id) {
             continue;
         }
         std::uint64_t& rip = thread.registers[kRip];
@@ -239,20 +244,20 @@ bool Target::Step(std::string_view arguments, std::string* reply) {
                         hit ? "hit the breakpoint at" : "stopped at", Wide(rip));
         return true;
     }
-    return Fail(reply, Format("no thread %llu", Wide(id)));
+    return Fail(reply, Format("no thread %d", id));
 }
 
-bool Target::Evaluate(std::string_view arguments, std::string* reply) {
+bool Target::Evaluate(XmlBody& request, std::string* reply) {
     std::uint64_t value = 0;
-    if (!Value(arguments, &value, reply)) {
+    if (!Value(request.Text(L"expression"), &value, reply)) {
         return false;
     }
     *reply = Format("%lld (0x%llx)", static_cast<long long>(value), Wide(value));
     return true;
 }
 
-bool Target::Echo(std::string_view arguments, std::string* reply) {
-    *reply = arguments;
+bool Target::Echo(XmlBody& request, std::string* reply) {
+    *reply = request.Text(L"text");
     return true;
 }
 

@@ -11,6 +11,8 @@
 
 #include <ztk/ztk.h>
 
+#include "xml_body.h"
+
 namespace example {
 
 // Thread-safety: Execute may be called from any thread; the peers of an agent share one target.
@@ -18,9 +20,9 @@ class Target {
   public:
     Target();
 
-    // Carries out one command line ("read-memory 0x1000 16"). Returns whether it could; *reply is
-    // what it gave, or why it could not be done.
-    bool Execute(std::string_view line, std::string* reply);
+    // Carries out the command of a request. Returns whether it could; *reply is what it gave, or
+    // why it could not be done.
+    bool Execute(XmlBody& request, std::string* reply);
 
   private:
     struct Thread {
@@ -31,20 +33,20 @@ class Target {
     struct Command {
         const char* name;
         const char* usage;
-        bool (Target::*run)(std::string_view arguments, std::string* reply);
+        bool (Target::*run)(XmlBody& request, std::string* reply);
     };
     static const Command kCommands[];
 
-    bool Help(std::string_view arguments, std::string* reply);
-    bool Registers(std::string_view arguments, std::string* reply);
-    bool ReadMemory(std::string_view arguments, std::string* reply);
-    bool WriteMemory(std::string_view arguments, std::string* reply);
-    bool Threads(std::string_view arguments, std::string* reply);
-    bool Modules(std::string_view arguments, std::string* reply);
-    bool Break(std::string_view arguments, std::string* reply);
-    bool Step(std::string_view arguments, std::string* reply);
-    bool Evaluate(std::string_view arguments, std::string* reply);
-    bool Echo(std::string_view arguments, std::string* reply);
+    bool Help(XmlBody& request, std::string* reply);
+    bool Registers(XmlBody& request, std::string* reply);
+    bool ReadMemory(XmlBody& request, std::string* reply);
+    bool WriteMemory(XmlBody& request, std::string* reply);
+    bool Threads(XmlBody& request, std::string* reply);
+    bool Modules(XmlBody& request, std::string* reply);
+    bool Break(XmlBody& request, std::string* reply);
+    bool Step(XmlBody& request, std::string* reply);
+    bool Evaluate(XmlBody& request, std::string* reply);
+    bool Echo(XmlBody& request, std::string* reply);
 
     bool Value(std::string_view expression, std::uint64_t* value, std::string* reply);
 

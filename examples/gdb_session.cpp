@@ -1,0 +1,173 @@
+// A connection to a gdbserver.
+#include "gdb_session.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "command_line.h"
+
+namespace example {
+
+namespace {
+
+constexpr std::size_t kMaxDocumentBytes = 1 << 20;
+
+// The value of "name=value" or "name+" in a list that is parted by semicolons; false when it is not
+// there.
+bool FindFeature(std::string_view list, std::string_view name, std::string_view* value) {
+    while (!list.empty()) {
+        const std::size_t end = std::min(list.find(';'), list.size());
+        const std::string_view item = list.substr(0, end);
+        list.remove_prefix(std::min(end + 1, list.size()));
+        if (item.substr(0, name.size()) == name) {
+            *value = item.substr(name.size());
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string Hex(std::size_t number) {
+    char text[2 * sizeof number];
+    const auto written = std::to_chars(text, text + sizeof text, number, 16);
+    return std::string(text, written.ptr);
+}
+
+}  // namespace
+
+GdbSession::GdbSession(DWORD timeout)
+    : timeout_(timeout), socket_(this, 0), arrived_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+
+GdbSession::~GdbSession() {
+    stopping_ = true;
+    socket_.Shutdown();
+    socket_.WaitForThreadExit(-1);
+    if (receiver_thread_ != nullptr) {
+        CloseHandle(receiver_thread_);
+    }
+    CloseHandle(arrived_);
+}
+
+void GdbSession::Connect(const std::string& host, long port) {
+    ZTK::TSOSocketInfo info = Endpoint(host, port);
+    if (!socket_.Connect(&info)) {
+        throw SessionError{"cannot connect to " + host + " port " + std::to_string(port) + ": " +
+                           Narrow(socket_.GetErrorDesc())};
+    }
+    receiver_thread_ = socket_.Receive(0);
+    if (receiver_thread_ == nullptr) {
+        throw SessionError{"no thread to receive with"};
+    }
+}
+
+bool GdbSession::OnReceive(ZTK::CClientSocket*, unsigned char* data, int length) {
+    const bool complete = packets_.AddMessage(data, length);
+    const bool problem = packets_.Problem() != nullptr;
+    if (complete || problem) {
+        SetEvent(arrived_);
+    }
+    return !problem;
+}
+
+void GdbSession::Send(const std::string& bytes, const std::string& request) {
+    for (std::size_t done = 0; done < bytes.size();) {
+        const int sent = socket_.Send(bytes.data() + done, static_cast<int>(bytes.size() - done));
+        if (sent < 1) {
+            throw SessionError{"the connection was lost while sending " + request};
+        }
+        done += static_cast<std::size_t>(sent);
+    }
+}
+
+GdbPacket* GdbSession::NextPacket(const std::string& request) {
+    // When the receiver thread has ended, nothing more arrives.
+    const HANDLE events[] = {arrived_, receiver_thread_};
+    for (DWORD woken = WAIT_OBJECT_0;;) {
+        if (auto* packet = static_cast<GdbPacket*>(packets_.Pop())) {
+            return packet;
+        }
+        if (packets_.Problem() != nullptr) {
+            throw SessionError{"no answer to " + request + ": " + packets_.Problem()};
+        }
+        if (woken != WAIT_OBJECT_0) {
+            throw SessionError{"the connection was closed before " + request + " was answered"};
+        }
+        woken = WaitForMultipleObjects(2, events, FALSE, timeout_);
+        if (woken == static_cast<DWORD>(WAIT_TIMEOUT)) {
+            throw SessionError{"no answer to " + request + " in time; is this a gdbserver?"};
+        }
+    }
+}
+
+std::string GdbSession::Ask(const std::string& request) {
+    const std::string name = request.substr(0, request.find(':'));
+    // The acknowledgement of the last answer goes along: two small sends in a row would wait for
+    // each other.
+    Send(acknowledgement_ + MakePacket(request), name);
+    GdbPacket* packet = NextPacket(name);
+    std::string body;
+    const bool intact = packet->Decode(&body);
+    packets_.PushPool(packet);
+    if (!intact) {
+        throw SessionError{"the answer to " + name + " is damaged"};
+    }
+    acknowledgement_ = "+";
+    return body;
+}
+
+void GdbSession::Agree() {
+    // xmlRegisters: we want registers described, also by a server that knows a shorter way.
+    const std::string offers = Ask("qSupported:xmlRegisters=i386");
+    std::string_view value;
+    if (!FindFeature(offers, "qXfer:features:read", &value) || value != "+") {
+        throw SessionError{"the server does not describe its target"};
+    }
+    std::size_t bytes = 0;
+    if (FindFeature(offers, "PacketSize=", &value)) {
+        const auto parsed = std::from_chars(value.data(), value.data() + value.size(), bytes, 16);
+        if (parsed.ec != std::errc() || parsed.ptr != value.data() + value.size() || bytes < 64) {
+            throw SessionError{"the answer to qSupported is malformed"};
+        }
+    }
+    packet_bytes_ = std::clamp<std::size_t>(bytes, 400, kMaxPacketBytes / 2);
+    const std::string stopped = Ask("?");
+    if (stopped.empty() || (stopped[0] != 'T' && stopped[0] != 'S')) {
+        throw SessionError{"the server has no stopped target"};
+    }
+    if (const std::string selected = Ask("Hg0"); selected != "OK") {
+        throw SessionError{"the server selects no thread: " + selected};
+    }
+}
+
+std::string GdbSession::ReadDescription(const std::string& annex) {
+    std::string document;
+    for (bool more = true; more;) {
+        const std::string answer = Ask("qXfer:features:read:" + annex + ":" + Hex(document.size()) +
+                                       "," + Hex(packet_bytes_ - 8));
+        if (answer.empty() || answer[0] == 'E') {
+            throw SessionError{"the server has no " + annex};
+        }
+        const std::size_t before = document.size();
+        if ((answer[0] != 'l' && answer[0] != 'm') ||
+            !Unescape(std::string_view(answer).substr(1), &document)) {
+            throw SessionError{"the answer to qXfer is malformed"};
+        }
+        more = answer[0] == 'm';
+        if (more && document.size() == before) {
+            throw SessionError{annex + " goes on without end"};
+        }
+        if (document.size() > kMaxDocumentBytes) {
+            throw SessionError{annex + " is too large"};
+        }
+    }
+    return document;
+}
+
+void GdbSession::Detach() {
+    if (const std::string answer = Ask("D"); answer != "OK") {
+        throw SessionError{"the server did not let its target go: " + answer};
+    }
+    Send(acknowledgement_, "D");
+}
+
+}  // namespace example

@@ -1,0 +1,59 @@
+// A connection to a gdbserver: requests and their answers.
+#pragma once
+
+#include <atomic>
+#include <string>
+
+#include "gdb_packet.h"
+
+namespace example {
+
+// Why a session cannot go on, in words for the user.
+struct SessionError {
+    std::string text;
+};
+
+// Every function that talks to the server throws SessionError when that fails.
+class GdbSession final : public ZTK::ISOReceiver {
+  public:
+    // timeout: milliseconds that the server has for each answer.
+    explicit GdbSession(DWORD timeout);
+    GdbSession(const GdbSession&) = delete;
+    GdbSession& operator=(const GdbSession&) = delete;
+    ~GdbSession();
+
+    void Connect(const std::string& host, long port);
+
+    // Sends a request and returns the answer's body; empty when the server does not know the
+    // request.
+    std::string Ask(const std::string& request);
+
+    // The document of that name from the target's description ("target.xml"). REQUIRES: Agree.
+    std::string ReadDescription(const std::string& annex);
+
+    // Finds out what the server offers, and has it select a thread, whose target it then describes.
+    void Agree();
+
+    // Lets the target run on without us.
+    void Detach();
+
+    // ISOReceiver, on the receiver thread
+    bool IsStopping() override { return stopping_; }
+    bool OnReceive(ZTK::CClientSocket* socket, unsigned char* data, int length) override;
+    void OnDisconnect(ZTK::CClientSocket*) override {}
+
+  private:
+    void Send(const std::string& bytes, const std::string& request);
+    GdbPacket* NextPacket(const std::string& request);
+
+    const DWORD timeout_;
+    ZTK::CClientSocket socket_;
+    GdbReceiver packets_;
+    HANDLE arrived_;  // auto-reset: a packet or a problem
+    HANDLE receiver_thread_ = nullptr;
+    std::string acknowledgement_;   // of the last answer; empty before the first
+    std::size_t packet_bytes_ = 0;  // how long a packet to or from the server may be
+    std::atomic<bool> stopping_{false};
+};
+
+}  // namespace example

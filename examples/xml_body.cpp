@@ -1,0 +1,137 @@
+// The bodies of the examples' messages.
+#include "xml_body.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "utf.h"
+
+namespace example {
+
+namespace {
+
+// The names of the arguments of each command; the last one takes the rest of the line.
+struct Arguments {
+    const char* command;
+    const char* names[2];
+};
+constexpr Arguments kArguments[] = {
+    {"registers", {"thread"}},
+    {"read-memory", {"address", "count"}},
+    {"write-memory", {"address", "bytes"}},
+    {"break", {"address"}},
+    {"step", {"thread"}},
+    {"evaluate", {"expression"}},
+    {"echo", {"text"}},
+};
+
+std::string Escape(std::string_view text) {
+    std::string escaped;
+    for (const char c : text) {
+        switch (c) {
+            case '<':
+                escaped += "&lt;";
+                break;
+            case '>':
+                escaped += "&gt;";
+                break;
+            case '&':
+                escaped += "&amp;";
+                break;
+            case '"':
+                escaped += "&quot;";
+                break;
+            case '\r':
+                escaped += "&#13;";
+                break;
+            default:
+                // XML has no way to write the other control characters.
+                escaped += (c >= 0 && c < ' ' && c != '\t' && c != '\n') ? '?' : c;
+        }
+    }
+    return escaped;
+}
+
+// Splits the first word off text.
+std::string_view NextWord(std::string_view* text) {
+    const std::size_t end = std::min(text->find(' '), text->size());
+    const std::string_view word = text->substr(0, end);
+    text->remove_prefix(std::min(text->find_first_not_of(' ', end), text->size()));
+    return word;
+}
+
+std::string MakeElement(const std::string& name, std::string_view text) {
+    return "<" + name + ">" + Escape(text) + "</" + name + ">";
+}
+
+}  // namespace
+
+std::string MakeRequest(std::string_view line) {
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    if (line.substr(0, 1) == "<") {
+        return std::string(line);
+    }
+    const std::string_view command = NextWord(&line);
+    std::string request = "<request command=\"" + Escape(command) + "\">";
+    for (const Arguments& arguments : kArguments) {
+        if (command != arguments.command) {
+            continue;
+        }
+        const bool two = arguments.names[1] != nullptr;
+        if (two && !line.empty()) {
+            request += MakeElement(arguments.names[0], NextWord(&line));
+        }
+        if (!line.empty()) {
+            request += MakeElement(arguments.names[two ? 1 : 0], line);
+        }
+    }
+    return request + "</request>";
+}
+
+// The answer's own white space counts: it is laid out for reading.
+std::string MakeAnswer(std::string_view text) {
+    return "<answer xml:space=\"preserve\">" + Escape(text) + "</answer>";
+}
+
+bool XmlBody::Load(std::string_view body, const wchar_t* root, std::string* problem) {
+    // Nobody who speaks this protocol sends definitions, and those of a stranger could name files.
+    if (body.find("<!DOCTYPE") != std::string_view::npos) {
+        *problem = "the body has a document type definition";
+        return false;
+    }
+    if (!Widen(body, &text_) || !xml_.LoadXML(text_.data())) {
+        *problem = "the body is not well-formed XML";
+        return false;
+    }
+    if (!ZTK::StrEqual(xml_.GetRoot()->GetBuffer(), root, true)) {
+        *problem = "the body is no " + ToUtf8(root);
+        return false;
+    }
+    return true;
+}
+
+std::string XmlBody::Text() {
+    return ToUtf8(xml_.GetRoot()->GetValue());
+}
+
+std::string XmlBody::Command() {
+    ZTK::CXMLAttribute* command = xml_.FindAttributeV(L"request", L"command", nullptr);
+    return command == nullptr ? "" : ToUtf8(command->GetValue());
+}
+
+bool XmlBody::Has(const wchar_t* argument) {
+    const std::unique_ptr<ZTK::CXMLTag> tag(xml_.FindTagV(L"request", argument, nullptr));
+    return tag != nullptr;
+}
+
+std::string XmlBody::Text(const wchar_t* argument) {
+    const std::unique_ptr<ZTK::CXMLTag> tag(xml_.FindTagV(L"request", argument, nullptr));
+    return tag == nullptr ? "" : ToUtf8(tag->GetValue());
+}
+
+int XmlBody::Number(const wchar_t* argument, int otherwise) {
+    const std::unique_ptr<ZTK::CXMLTag> tag(xml_.FindTagV(L"request", argument, nullptr));
+    return tag == nullptr ? otherwise : tag->ToInt();
+}
+
+}  // namespace example
