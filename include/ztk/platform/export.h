@@ -1,4 +1,4 @@
-// Marks the names that leave the library.
+// Marks the names that leave the library, and within an exported class those that do not.
 #pragma once
 
 #if defined(_WIN32)
@@ -7,6 +7,9 @@
 #else
 #define ZTK_API __declspec(dllimport)
 #endif
+// A DLL exports a class whole; its private members are not part of the interface all the same.
+#define ZTK_LOCAL
 #else
 #define ZTK_API __attribute__((visibility("default")))
+#define ZTK_LOCAL __attribute__((visibility("hidden")))
 #endif
