@@ -195,15 +195,15 @@ class ZTK_API CBuffer {
   private:
     using Hits = CPtrArray<std::int64_t>;
 
-    T* AddLine(T* start, T* end) noexcept;
-    T* CutAt(T cut) noexcept;
-    bool CutAll(T cut) noexcept;
-    bool Append(const T* s, std::int64_t n) noexcept;
-    bool EnsureRoom(std::int64_t bytes) noexcept;
-    bool SizeForFile(std::FILE* fp, int& bytes) noexcept;
-    bool FindHit(int i, std::int64_t& hit) const noexcept;
-    void DropHits() noexcept;
-    void Clear() noexcept;
+    ZTK_LOCAL T* AddLine(T* start, T* end) noexcept;
+    ZTK_LOCAL T* CutAt(T cut) noexcept;
+    ZTK_LOCAL bool CutAll(T cut) noexcept;
+    ZTK_LOCAL bool Append(const T* s, std::int64_t n) noexcept;
+    ZTK_LOCAL bool EnsureRoom(std::int64_t bytes) noexcept;
+    ZTK_LOCAL bool SizeForFile(std::FILE* fp, int& bytes) noexcept;
+    ZTK_LOCAL bool FindHit(int i, std::int64_t& hit) const noexcept;
+    ZTK_LOCAL void DropHits() noexcept;
+    ZTK_LOCAL void Clear() noexcept;
 
     int capacity_ = 0;      // bytes of storage besides the terminator's
     Hits* hits_ = nullptr;  // on the C runtime's heap; made by the first search

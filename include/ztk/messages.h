@@ -118,9 +118,9 @@ class ZTK_API CSocketMsg {
     friend class net::ChunkParser;
     friend class CSocketMsgReceiver;
 
-    bool Resize(std::int64_t bytes, std::int64_t expected) noexcept;
-    bool Append(const char* data, int length, std::int64_t expected) noexcept;
-    bool Settle(std::int64_t expected) noexcept;
+    ZTK_LOCAL bool Resize(std::int64_t bytes, std::int64_t expected) noexcept;
+    ZTK_LOCAL bool Append(const char* data, int length, std::int64_t expected) noexcept;
+    ZTK_LOCAL bool Settle(std::int64_t expected) noexcept;
 
     // Inline, since they are used for every message.
 
@@ -234,7 +234,7 @@ class ZTK_API CSocketMsgReceiver {
   private:
     friend class net::ChunkParser;
 
-    CSocketMsg* NewMessage();
+    ZTK_LOCAL CSocketMsg* NewMessage();
 
     CSocketMsg* current_ = nullptr;  // the partial message; guarded by lock_, as all that follows
     CLock lock_;

@@ -319,7 +319,7 @@ class ZTK_API CClientSocket : public CSocket {
     DWORD ReceiverProc();
 
   private:
-    int ReceiveChunk() noexcept;
+    ZTK_LOCAL int ReceiveChunk() noexcept;
 
     std::atomic<ISOReceiver*> receiver_;
 };
@@ -390,8 +390,8 @@ class ZTK_API CServerSocket : public CSocket {
     DWORD ListenProc();
 
   private:
-    bool OpenListeningSocket();
-    DWORD AcceptLoop();
+    ZTK_LOCAL bool OpenListeningSocket();
+    ZTK_LOCAL DWORD AcceptLoop();
 
     std::atomic<ISOListener*> listener_;
 };

@@ -179,9 +179,9 @@ class ZTK_API CXMLTag : public CXMLToken {
     friend class CXMLAttribute;
     friend class CXml;
 
-    [[nodiscard]] CXMLTag* FindTag(const wchar_t* name);
-    [[nodiscard]] CXMLAttribute* FindAttribute(const wchar_t* name);
-    CXMLTag* TagAtCursor();
+    [[nodiscard]] ZTK_LOCAL CXMLTag* FindTag(const wchar_t* name);
+    [[nodiscard]] ZTK_LOCAL CXMLAttribute* FindAttribute(const wchar_t* name);
+    ZTK_LOCAL CXMLTag* TagAtCursor();
 
     CXMLTag* parent_ = nullptr;
     MSXML2::IXMLDOMNodePtr node_;
@@ -276,9 +276,9 @@ class ZTK_API CXml {
   private:
     class PathWalk;
 
-    void CreateDocument();
-    bool LoadDocument(const wchar_t* xml);
-    [[nodiscard]] bool IsRootName(const wchar_t* name);
+    ZTK_LOCAL void CreateDocument();
+    ZTK_LOCAL bool LoadDocument(const wchar_t* xml);
+    [[nodiscard]] ZTK_LOCAL bool IsRootName(const wchar_t* name);
 
     CCOMBinder com_;
     bool is_version6_ = false;  // which class the document is of; for a look in the debugger
