@@ -9,6 +9,7 @@
 
 #include "command_line.h"
 #include "connection.h"
+#include "socket_library.h"
 
 namespace {
 
@@ -177,6 +178,11 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
     std::list<std::unique_ptr<Connection>> connections_;
 };
 
+bool Serve(const Settings& settings) {
+    const example::SocketLibrary sockets;
+    return Agent(settings).Serve();
+}
+
 int Run(const Settings& settings) {
     if (!settings.log.empty()) {
         if (!ZTKOpenTraceLog(ZTK::StrConvert(settings.log.c_str(), 0))) {
@@ -185,11 +191,7 @@ int Run(const Settings& settings) {
         }
         ZTK::EnableLogging(true, settings.log_hex ? 0 : 1);
     }
-    ZTK::InitWSA();
-    const bool ok = Agent(settings).Serve();
-    // All threads of ours have ended by now; this waits for any that were forgotten.
-    ZTK::WaitRegisteredThreadsExit(5000);
-    ZTK::CloseWSA();
+    const bool ok = Serve(settings);
     ZTKTrace(L"agent: ended\n");
     ZTKCloseTraceLog();
     return ok ? 0 : 1;
@@ -198,11 +200,7 @@ int Run(const Settings& settings) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    example::CommandLine line(argc, argv);
-    if (line.Flag("--help")) {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
+    example::CommandLine line(argc, argv, "agent", kUsage);
     Settings settings;
     settings.host = line.Text("--host", "127.0.0.1");
     settings.port = line.Number("--port", 0, 65535, 0);
@@ -210,10 +208,6 @@ int main(int argc, char** argv) {
     settings.serve_for = line.Number("--serve-for", 1, 1000000000, line.Flag("--once") ? 1 : 0);
     settings.log = line.Text("--log", "");
     settings.log_hex = line.Flag("--log-hex");
-    std::string problem;
-    if (!line.Understood(&problem)) {
-        std::fprintf(stderr, "agent: %s\n%s", problem.c_str(), kUsage);
-        return 2;
-    }
-    return Run(settings);
+    int exit_code = 0;
+    return line.IsSettled(&exit_code) ? exit_code : Run(settings);
 }

@@ -3,11 +3,15 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 
 namespace example {
 
-CommandLine::CommandLine(int argc, char** argv)
-    : arguments_(argv + std::min(1, argc), argv + argc) {}
+CommandLine::CommandLine(int argc, char** argv, const char* program, const char* usage)
+    : program_(program),
+      usage_(usage),
+      arguments_(argv + std::min(1, argc), argv + argc),
+      help_(Flag("--help")) {}
 
 bool CommandLine::Flag(const char* name) {
     const auto found = std::find(arguments_.begin(), arguments_.end(), name);
@@ -24,7 +28,7 @@ std::string CommandLine::Text(const char* name, const char* otherwise) {
         return otherwise;
     }
     if (found + 1 == arguments_.end()) {
-        problem_ = std::string(name) + " needs a value";
+        Complain(std::string(name) + " needs a value");
         return otherwise;
     }
     std::string value = *(found + 1);
@@ -43,17 +47,41 @@ long CommandLine::Number(const char* name, long least, long most, long otherwise
     if (parsed.ec == std::errc() && parsed.ptr == end && value >= least && value <= most) {
         return value;
     }
-    problem_ = std::string(name) + " takes a number from " + std::to_string(least) + " to " +
-               std::to_string(most) + ", not '" + text + "'";
+    Complain(std::string(name) + " takes a number from " + std::to_string(least) + " to " +
+             std::to_string(most) + ", not '" + text + "'");
     return otherwise;
 }
 
-bool CommandLine::Understood(std::string* problem) const {
-    *problem = problem_;
-    if (problem->empty() && !arguments_.empty()) {
-        *problem = "unknown argument '" + arguments_.front() + "'";
+long CommandLine::RequiredNumber(const char* name, long least, long most) {
+    const long value = Number(name, least, most, least - 1);
+    if (value < least) {
+        Complain(std::string(name) + " is missing");
     }
-    return problem->empty();
+    return value;
+}
+
+void CommandLine::Complain(const std::string& problem) {
+    if (problem_.empty()) {
+        problem_ = problem;
+    }
+}
+
+bool CommandLine::IsSettled(int* exit_code) const {
+    if (help_) {
+        std::fputs(usage_, stdout);
+        *exit_code = 0;
+        return true;
+    }
+    std::string problem = problem_;
+    if (problem.empty() && !arguments_.empty()) {
+        problem = "unknown argument '" + arguments_.front() + "'";
+    }
+    if (problem.empty()) {
+        return false;
+    }
+    std::fprintf(stderr, "%s: %s\n%s", program_, problem.c_str(), usage_);
+    *exit_code = 2;
+    return true;
 }
 
 ZTK::TSOSocketInfo Endpoint(const std::string& host, long port) {

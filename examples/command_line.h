@@ -8,21 +8,31 @@
 
 namespace example {
 
-// Takes options of the forms "--name" and "--name VALUE" out of a command line.
+// Takes options of the forms "--name" and "--name VALUE" out of a command line. Which options there
+// are is told by asking for them; IsSettled then says whether the program is to go on.
 class CommandLine {
   public:
-    CommandLine(int argc, char** argv);
+    // program begins every complaint; usage follows it, and answers "--help".
+    CommandLine(int argc, char** argv, const char* program, const char* usage);
 
     [[nodiscard]] bool Flag(const char* name);
     [[nodiscard]] std::string Text(const char* name, const char* otherwise);
     [[nodiscard]] long Number(const char* name, long least, long most, long otherwise);
+    [[nodiscard]] long RequiredNumber(const char* name, long least, long most);
 
-    // Whether every argument was understood; if not, *problem says which one was not.
-    [[nodiscard]] bool Understood(std::string* problem) const;
+    // True if there is nothing left to run: help was asked for and has been shown (*exit_code 0),
+    // or an argument was not understood and has been named on standard error (*exit_code 2). Call
+    // it after all options have been asked for.
+    [[nodiscard]] bool IsSettled(int* exit_code) const;
 
   private:
+    void Complain(const std::string& problem);
+
+    const char* program_;
+    const char* usage_;
     std::vector<std::string> arguments_;
-    std::string problem_;
+    std::string problem_;  // the first
+    bool help_;
 };
 
 // The endpoint of a host's name or address text; a text with a colon is an IPv6 address.

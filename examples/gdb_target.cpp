@@ -7,6 +7,7 @@
 
 #include "command_line.h"
 #include "gdb_session.h"
+#include "socket_library.h"
 #include "target_description.h"
 
 namespace {
@@ -77,25 +78,14 @@ int Run(const std::string& host, long port, long timeout) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    example::CommandLine line(argc, argv);
-    if (line.Flag("--help")) {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
+    example::CommandLine line(argc, argv, "gdb_target", kUsage);
     const std::string host = line.Text("--host", "127.0.0.1");
-    const long port = line.Number("--port", 1, 65535, 0);
+    const long port = line.RequiredNumber("--port", 1, 65535);
     const long timeout = line.Number("--timeout", 1, 3600, 10);
-    std::string problem;
-    if (line.Understood(&problem) && port == 0) {
-        problem = "--port is missing";
+    int exit_code = 0;
+    if (line.IsSettled(&exit_code)) {
+        return exit_code;
     }
-    if (!problem.empty()) {
-        std::fprintf(stderr, "gdb_target: %s\n%s", problem.c_str(), kUsage);
-        return 2;
-    }
-    ZTK::InitWSA();
-    const int code = Run(host, port, timeout);
-    ZTK::WaitRegisteredThreadsExit(5000);
-    ZTK::CloseWSA();
-    return code;
+    const example::SocketLibrary sockets;
+    return Run(host, port, timeout);
 }

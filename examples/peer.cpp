@@ -10,6 +10,7 @@
 
 #include "command_line.h"
 #include "inbox.h"
+#include "socket_library.h"
 #include "xml_body.h"
 
 namespace {
@@ -256,28 +257,17 @@ bool Talk(const Settings& settings) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    example::CommandLine line(argc, argv);
-    if (line.Flag("--help")) {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
+    example::CommandLine line(argc, argv, "peer", kUsage);
     Settings settings;
     settings.host = line.Text("--host", "127.0.0.1");
-    settings.port = line.Number("--port", 1, 65535, 0);
+    settings.port = line.RequiredNumber("--port", 1, 65535);
     settings.requests = line.Text("--requests", "-");
     settings.pipeline = line.Number("--pipeline", 1, 100000000, 0);
     settings.timeout = line.Number("--timeout", 1, 86400, 30);
-    std::string problem;
-    if (line.Understood(&problem) && settings.port == 0) {
-        problem = "--port is missing";
+    int exit_code = 0;
+    if (line.IsSettled(&exit_code)) {
+        return exit_code;
     }
-    if (!problem.empty()) {
-        std::fprintf(stderr, "peer: %s\n%s", problem.c_str(), kUsage);
-        return 2;
-    }
-    ZTK::InitWSA();
-    const bool ok = Talk(settings);
-    ZTK::WaitRegisteredThreadsExit(5000);
-    ZTK::CloseWSA();
-    return ok ? 0 : 1;
+    const example::SocketLibrary sockets;
+    return Talk(settings) ? 0 : 1;
 }
