@@ -26,7 +26,7 @@ class ZTK_API CCOMBinder {
 
     // flags are the COINIT values of CoInitializeEx (COINIT_MULTITHREADED,
     // COINIT_APARTMENTTHREADED, ...).
-    explicit CCOMBinder(unsigned long flags) noexcept;
+    explicit CCOMBinder(DWORD flags) noexcept;
 
     CCOMBinder(const CCOMBinder& other) noexcept = default;
     CCOMBinder& operator=(const CCOMBinder& other) noexcept;

@@ -5,8 +5,7 @@ namespace ZTK {
 
 CCOMBinder::CCOMBinder() noexcept : result_(CoInitialize(nullptr)) {}
 
-CCOMBinder::CCOMBinder(unsigned long flags) noexcept
-    : result_(CoInitializeEx(nullptr, static_cast<DWORD>(flags))) {}
+CCOMBinder::CCOMBinder(DWORD flags) noexcept : result_(CoInitializeEx(nullptr, flags)) {}
 
 CCOMBinder& CCOMBinder::operator=(const CCOMBinder& other) noexcept = default;
 
