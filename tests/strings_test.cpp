@@ -93,7 +93,7 @@ TYPED_TEST(Strings, SafeCopyDiffersBetweenTheWidths) {
     }
 }
 
-TYPED_TEST(Strings, ComparisonHasTheStatedSign) {
+TYPED_TEST(Strings, ComparisonOrdersAndFolds) {
     constexpr std::uint64_t kAll = UINT64_MAX;
     // The signs of the exact and of the folding comparison. Folding is to lower case: '_' lies
     // between the cases. The neighbours of the letters are not folded.
