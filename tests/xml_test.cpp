@@ -73,6 +73,13 @@ TEST(XmlDocument, ValuesOfElementsAndAttributes) {
     } cases[] = {
         {L"<a>  x y  </a>", nullptr, L"x y"},
         {L"<a><b>1</b><b>2</b></a>", nullptr, L"12"},
+        // White space that is no text still parts two texts, unless it leads the element of the
+        // second one.
+        {L"<a>\n<b>1</b>\n\t<b>2</b>\n</a>", nullptr, L"1 2"},
+        {L"<a>1 <b> <c> </c> </b> <!--x--> 2</a>", nullptr, L"1   2"},
+        {L"<a>1<b> <c>2</c></b></a>", nullptr, L"12"},
+        {L"<a>1<b><c> </c> 2</b></a>", nullptr, L"1 2"},
+        {L"<a>1<b> <c/></b><![CDATA[]]><b>2<c> </c></b></a>", nullptr, L"1 2"},
         {L"<a i='  1&lt;2 '/>", L"i", L"  1<2 "},
         {L"<a i='x\ty\nz'/>", L"i", L"x y z"},
         {L"<a i='x&#9;y'/>", L"i", L"x\ty"},

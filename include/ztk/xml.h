@@ -155,9 +155,9 @@ class ZTK_API CXMLTag : public CXMLToken {
     // a node, unless the attribute was read before.
     [[nodiscard]] CXMLAttribute* GetAttribute(const wchar_t* name);
 
-    // The node's text: for an element that of all text below it, without the white space around it.
-    // Null without a node, and when the value is no text: an element that declares a type (dt:dt)
-    // has a number, a date, ...
+    // The node's text: for an element that of all text below it, without the white space around it;
+    // elements that white space parts have one blank between their texts. Null without a node, and
+    // when the value is no text: an element that declares a type (dt:dt) has a number, a date, ...
     //
     // The text belongs to this object: it stays valid until the next GetValue of this object, or
     // until it is destroyed; no other call touches it.

@@ -57,6 +57,7 @@ class TreeBuilder {
     [[nodiscard]] bool NewPiece(std::size_t least) noexcept;
     void EndPiece() noexcept;
     void FlushText() noexcept;
+    void NoteDroppedSpace() noexcept;
 
     Tree& tree_;
     Node* current_;               // the open element, or the document

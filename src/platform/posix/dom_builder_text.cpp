@@ -87,16 +87,29 @@ void TreeBuilder::EndPiece() noexcept {
 }
 
 void TreeBuilder::FlushText() noexcept {
+    bool dropped = blank_length_ != 0;
     blank_length_ = 0;
-    if (text_ == nullptr) {
-        return;
+    if (text_ != nullptr) {
+        EndPiece();
+        // White space between tags is no node, but for a CDATA section, which somebody has written.
+        dropped = text_is_blank_ && !text_->keeps_space && text_->kind != NodeKind::kCdata;
+        if (!dropped) {
+            Append(*text_);
+        }
+        text_ = nullptr;
     }
-    EndPiece();
-    // White space between tags is no node, but for a CDATA section, which somebody has written.
-    if (!text_is_blank_ || text_->keeps_space || text_->kind == NodeKind::kCdata) {
-        Append(*text_);
+    if (dropped) {
+        NoteDroppedSpace();
     }
-    text_ = nullptr;
+}
+
+// It still parts the texts around it; see NodeValue.
+void TreeBuilder::NoteDroppedSpace() noexcept {
+    if (last_child_ != nullptr) {
+        last_child_->dropped_behind = true;
+    } else {
+        current_->dropped_first = true;
+    }
 }
 
 }  // namespace ZTKPosix::dom

@@ -7,19 +7,6 @@
 
 namespace ZTKPosix::dom {
 
-const Node* NextInTree(const Node* node, const Node* root) noexcept {
-    if (node->HasChildren()) {
-        return node->first_child;
-    }
-    while (node != root) {
-        if (const Node* next = node->NextSibling(); next != nullptr) {
-            return next;
-        }
-        node = node->Parent();
-    }
-    return nullptr;
-}
-
 Tree* Tree::Make(std::size_t text_length) noexcept {
     void* const storage = ZTK::allocation::RuntimeAlloc(sizeof(Tree));
     if (storage == nullptr) {

@@ -79,8 +79,12 @@ struct Node {
     std::uint32_t attribute_count;
     NodeKind kind;
     DataType type;
-    bool keeps_space;  // elements: xml:space="preserve" is in force; text: it stands under such a
-                       // one
+    bool keeps_space : 1;  // elements: xml:space="preserve" is in force; text: it stands under such
+                           // a one
+    // White space that became no node stood directly behind this one; or, in an element, before all
+    // else.
+    bool dropped_behind : 1;
+    bool dropped_first : 1;
 
     [[nodiscard]] Node* NextSibling() const noexcept {
         return (link & 1) == 0 ? reinterpret_cast<Node*>(link) : nullptr;
@@ -106,9 +110,6 @@ struct NamedNode : Node {
 struct Element : NamedNode {
     const Attribute* attributes;  // attribute_count of them
 };
-
-// The node after node in document order below root; null after the last.
-[[nodiscard]] const Node* NextInTree(const Node* node, const Node* root) noexcept;
 
 // A loaded document. It lives as long as anyone refers to it, and does not change after its load.
 class Tree {

@@ -16,21 +16,94 @@ struct TextRange {
     std::size_t end;
 };
 
-// Calls visit(text, length, trimmed) for each piece of text below root, or of root itself, in
-// order.
+// Where a blank belongs between two texts of an element: white space that became no node stood
+// between them. Not where an element holds that white space and the second text, but not the first
+// one: there it only led the element.
+class Gaps {
+  public:
+    void Enter() noexcept { ++depth_; }
+    void Leave() noexcept {
+        --depth_;
+        least_since_text_ = std::min(least_since_text_, depth_);
+        least_since_gap_ = std::min(least_since_gap_, depth_);
+    }
+    void Dropped() noexcept {
+        if (!open_) {
+            open_ = true;
+            least_since_gap_ = depth_;
+        }
+    }
+    // At each text: whether the blank belongs before it.
+    bool TakeAtText() noexcept {
+        const bool blank = open_ && has_text_ && least_since_gap_ == least_since_text_;
+        open_ = false;
+        has_text_ = true;
+        least_since_text_ = depth_;
+        return blank;
+    }
+
+  private:
+    std::size_t depth_ = 0;
+    // The depth of the innermost element around all that came since the last text, and since the
+    // first white space dropped behind it.
+    std::size_t least_since_text_ = 0;
+    std::size_t least_since_gap_ = 0;
+    bool open_ = false;
+    bool has_text_ = false;
+};
+
+// Calls visit(text, length, trimmed) for each piece of a node's own text.
+template <class Visit>
+void VisitPieces(const Node& node, bool trimmed, Visit visit) noexcept {
+    for (const TextPiece* piece = node.text; piece != nullptr; piece = piece->next) {
+        visit(piece->Characters(), std::size_t{piece->length}, trimmed);
+    }
+}
+
+// The same for each piece of text below root, or of root itself, in order.
 template <class Visit>
 void ForEachPiece(const Node& root, Visit visit) noexcept {
-    const bool whole = root.kind == NodeKind::kElement;
-    for (const Node* node = &root; node != nullptr; node = NextInTree(node, &root)) {
-        // Below an element only text counts, not what comments and instructions say.
-        const bool is_text = node->kind == NodeKind::kText || node->kind == NodeKind::kCdata;
-        if (node->kind == NodeKind::kElement || (whole && !is_text)) {
-            continue;
+    if (root.kind != NodeKind::kElement) {
+        VisitPieces(root, false, visit);
+        return;
+    }
+    Gaps gaps;
+    const Node* node = &root;
+    for (;;) {
+        if (node->kind == NodeKind::kElement) {
+            gaps.Enter();
+            if (node->dropped_first) {
+                gaps.Dropped();
+            }
+            if (node->first_child != nullptr) {
+                node = node->first_child;
+                continue;
+            }
+            gaps.Leave();
+        } else if ((node->kind == NodeKind::kText || node->kind == NodeKind::kCdata) &&
+                   node->text != nullptr) {
+            // Below an element only text counts, not what comments and instructions say.
+            if (gaps.TakeAtText()) {
+                visit(L" ", std::size_t{1}, true);
+            }
+            VisitPieces(*node, node->kind == NodeKind::kText && !node->keeps_space, visit);
         }
-        const bool trimmed = whole && node->kind == NodeKind::kText && !node->keeps_space;
-        for (const TextPiece* piece = node->text; piece != nullptr; piece = piece->next) {
-            visit(piece->Characters(), std::size_t{piece->length}, trimmed);
+        // On to the next sibling, or that of the nearest ancestor that has one.
+        const Node* next = nullptr;
+        while (node != &root && next == nullptr) {
+            if (node->dropped_behind) {
+                gaps.Dropped();
+            }
+            next = node->NextSibling();
+            if (next == nullptr) {
+                node = node->Parent();
+                gaps.Leave();
+            }
         }
+        if (next == nullptr) {
+            return;
+        }
+        node = next;
     }
 }
 

@@ -32,7 +32,9 @@ struct ZTK_API IXMLDOMNode : IUnknown {
     // The node's value. A string (VT_BSTR) for attributes, text, CDATA sections, comments and
     // processing instructions, and for elements: there it is the text of all text and CDATA below
     // the element, less the white space around it that stands neither in a CDATA section nor under
-    // xml:space="preserve".
+    // xml:space="preserve". Where white space that became no node stood between two texts, one
+    // blank does, so that indented elements read "1 2"; but not where it leads the element of the
+    // second text, which the first is not in.
     //
     // An element with an attribute dt of the namespace urn:schemas-microsoft-com:datatypes has a
     // value of the type which that names: i1 i2 i4 i8 int ui1 ui2 ui4 ui8 r4 r8 float fixed.14.4
