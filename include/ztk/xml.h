@@ -94,7 +94,7 @@ class ZTK_API CXMLAttribute : public CXMLToken {
 
     // The number at the start of the value; see CXMLTag::ToInt.
     [[nodiscard]] int ToInt();
-    [[nodiscard]] long ToLong();
+    [[nodiscard]] LONG ToLong();
 
     // The tag that owns this attribute. After CXml::FindAttributeV with a path of a tag or more
     // below the root, this is the tag that the walk made: deleting it releases the attribute and
@@ -165,10 +165,9 @@ class ZTK_API CXMLTag : public CXMLToken {
 
     // The decimal number at the start of the value: optional white space, an optional sign, digits
     // up to the first other character. 0 without digits, without a node, and when the value is no
-    // text. Numbers out of range give the nearest one that fits. long has 32 bits on Windows and 64
-    // on Linux.
+    // text. Numbers out of range give the nearest one that fits. Both have 32 bits.
     [[nodiscard]] int ToInt();
-    [[nodiscard]] long ToLong();
+    [[nodiscard]] LONG ToLong();
 
     // Gives the node back. The name, the attributes read so far and the place in the children stay.
     void Release();

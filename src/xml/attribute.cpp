@@ -34,21 +34,15 @@ CXMLAttribute::~CXMLAttribute() {
 }
 
 const wchar_t* CXMLAttribute::GetValue() {
-    if (!node_) {
-        return nullptr;
-    }
-    const BSTR text = xml::ReadText(node_);
-    SysFreeString(value_);
-    value_ = text;
-    return value_;
+    return xml::KeepText(node_, &value_);
 }
 
 int CXMLAttribute::ToInt() {
-    return node_ ? xml::ReadInt(node_) : 0;
+    return xml::ReadInt(node_);
 }
 
-long CXMLAttribute::ToLong() {
-    return node_ ? xml::ReadLong(node_) : 0;
+LONG CXMLAttribute::ToLong() {
+    return xml::ReadLong(node_);
 }
 
 CXMLTag* CXMLAttribute::GetParent() noexcept {

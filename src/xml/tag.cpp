@@ -131,21 +131,15 @@ CXMLTag* CXMLTag::NextTag() {
 }
 
 const wchar_t* CXMLTag::GetValue() {
-    if (!node_) {
-        return nullptr;
-    }
-    const BSTR text = xml::ReadText(node_);
-    SysFreeString(value_);
-    value_ = text;
-    return value_;
+    return xml::KeepText(node_, &value_);
 }
 
 int CXMLTag::ToInt() {
-    return node_ ? xml::ReadInt(node_) : 0;
+    return xml::ReadInt(node_);
 }
 
-long CXMLTag::ToLong() {
-    return node_ ? xml::ReadLong(node_) : 0;
+LONG CXMLTag::ToLong() {
+    return xml::ReadLong(node_);
 }
 
 void CXMLTag::Release() {

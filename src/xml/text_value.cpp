@@ -23,12 +23,23 @@ BSTR ReadText(MSXML2::IXMLDOMNode* node) {
     return nullptr;
 }
 
+const wchar_t* KeepText(MSXML2::IXMLDOMNode* node, BSTR* kept) {
+    if (node == nullptr) {
+        return nullptr;
+    }
+    const BSTR text = ReadText(node);
+    SysFreeString(*kept);
+    *kept = text;
+    return text;
+}
+
 namespace {
 
 // Holds a text for a conversion.
 class TextOf {
   public:
-    explicit TextOf(MSXML2::IXMLDOMNode* node) : text_(ReadText(node)) {}
+    explicit TextOf(MSXML2::IXMLDOMNode* node)
+        : text_(node != nullptr ? ReadText(node) : nullptr) {}
     TextOf(const TextOf&) = delete;
     TextOf& operator=(const TextOf&) = delete;
     ~TextOf() { SysFreeString(text_); }
@@ -46,7 +57,7 @@ int ReadInt(MSXML2::IXMLDOMNode* node) {
     return _wtoi(TextOf(node).Get());
 }
 
-long ReadLong(MSXML2::IXMLDOMNode* node) {
+LONG ReadLong(MSXML2::IXMLDOMNode* node) {
     return _wtol(TextOf(node).Get());
 }
 

@@ -1,13 +1,16 @@
 // Conversions of 16-bit wide text to numbers.
 #pragma once
 
+#include "ztk/platform.h"
+
 namespace ZTKPosix {
 
 // The decimal number at the start of text: white space, an optional sign, digits up to the first
-// other character. 0 without digits; the nearest value where the type cannot hold the number.
-// REQUIRES: text is not null.
+// other character. 0 without digits; the nearest value where 32 bits cannot hold the number. White
+// space and digits are those of every script that the platform's runtime knows, whatever the
+// locale. REQUIRES: text is not null.
 int _wtoi(const wchar_t* text) noexcept;
-long _wtol(const wchar_t* text) noexcept;
+LONG _wtol(const wchar_t* text) noexcept;
 
 }  // namespace ZTKPosix
 
