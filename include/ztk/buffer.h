@@ -80,6 +80,7 @@ class ZTK_API CBuffer {
     // --- Appending. s may point into this buffer's own text. A null or empty s, and an n below 1,
     // append nothing. REQUIRES: s has n characters, of whatever value.
 
+    // Append one character, a text up to its terminator, or n characters.
     CBuffer& operator+=(T c) noexcept;
     CBuffer& operator+=(const T* s) noexcept;
     void Add(T c) noexcept;

@@ -3,11 +3,13 @@
 // The host derives a message that knows its wire format, and a receiver that makes such messages:
 //
 //     class Message : public ZTK::CSocketMsg {
-//        public:
+//       public:
 //         bool ParseHeader(int* length, int* offset, int* trailer) override {
-//             if (GetRecvSize() < 4) return false;                // ask again when more has
-//             arrived *length = DecodeLength(GetPacket());                // body bytes *offset =
-//             4;                                        // header bytes *trailer = 0; return true;
+//             if (GetRecvSize() < 4) return false;  // ask again when more has arrived
+//             *length = DecodeLength(GetPacket());  // of the body
+//             *offset = 4;                          // the header's length
+//             *trailer = 0;
+//             return true;
 //         }
 //     };
 //     class Receiver : public ZTK::CSocketMsgReceiver {

@@ -10,8 +10,8 @@ namespace ZTK {
 // value is released when the record is reused for another value or destroyed.
 template <class V>
 struct TArrayItem {
-    V value;
-    bool owns;
+    V value;    // what the slot stands for
+    bool owns;  // whether the record releases it
 };
 
 // Ownership: the array owns its records. It has no destructor, because a copy is member-wise and
@@ -21,6 +21,7 @@ struct TArrayItem {
 template <class V>
 class CPtrArray {
   public:
+    // A record of this array.
     using Item = TArrayItem<V>;
 
     // grow_by: the slots added at each growth.
@@ -37,6 +38,7 @@ class CPtrArray {
     // Releases all records, with what they own, and the slots. The array can be filled again.
     void Empty() noexcept;
 
+    // The number of slots in use.
     [[nodiscard]] int Count() const noexcept { return count_; }
 
     // The record in slot i, or null. REQUIRES: 0 <= i < Count().

@@ -32,7 +32,6 @@
 namespace ZTK {
 
 // --- Start and end
-// -----------------------------------------------------------------------------------
 
 // Starts Windows Sockets 2.2 for the process. The host calls it before it makes its first socket;
 // without it every socket call fails with 10093. Counted: each call needs one CloseWSA. Safe from
@@ -43,7 +42,6 @@ ZTK_API void InitWSA() noexcept;
 ZTK_API void CloseWSA() noexcept;
 
 // --- Records
-// -----------------------------------------------------------------------------------------
 
 // An endpoint, as CClientSocket::Connect and the CServerSocket constructor take it. A plain record:
 // fill it field by field or in braces.
@@ -57,20 +55,19 @@ struct TSOSocketInfo {
 
 // Names that the reverse lookups fill; the terminator is counted in the sizes.
 struct TSOHostNameA {
-    char name[1025];
+    char name[1025];  // a host's name or the text of its address, terminated
 };
 struct TSOHostNameW {
-    wchar_t name[1025];
+    wchar_t name[1025];  // a host's name or the text of its address, terminated
 };
 struct TSOServiceNameA {
-    char name[32];
+    char name[32];  // a service's name or its port as a number, terminated
 };
 struct TSOServiceNameW {
-    wchar_t name[32];
+    wchar_t name[32];  // a service's name or its port as a number, terminated
 };
 
 // --- Helpers
-// -----------------------------------------------------------------------------------------
 
 // Name resolution, socket options and error texts.
 //
@@ -156,7 +153,6 @@ class ZTK_API CSocketUtil {
 };
 
 // --- Socket base
-// -------------------------------------------------------------------------------------
 
 // One stream socket with what is known about its endpoint, a receive buffer, and the id of the
 // worker thread that serves it. Hosts use CClientSocket and CServerSocket.
@@ -223,27 +219,33 @@ class ZTK_API CSocket {
     [[nodiscard]] const wchar_t* GetErrorDesc() noexcept;  // its sentence; static text
 
   protected:
+    // Gives every member its first value and makes the receive buffer; what they held before is not
+    // released.
     void Init(int buffer_size) noexcept;
+
+    // Copies the endpoint; a null info changes nothing.
     void SetupSocket(TSOSocketInfo* info) noexcept;
+
+    // Records the error that GetLastError returns.
     void SetSocketError(int code) noexcept;
 
+    // The endpoint, in the terms of TSOSocketInfo; ip_address_ is what GetIPAddress returns.
     unsigned short family_;
     IPPROTO protocol_;
     unsigned short socket_type_;
     unsigned short port_;
     wchar_t host_[1025];
     wchar_t ip_address_[1025];
-    SOCKET_ADDRESS address_;  // owned, allocated with MemAlloc
-    std::atomic<std::uint64_t> socket_;
-    int buffer_size_;
-    unsigned char* buffer_;  // owned, allocated with MemAlloc
-    CLock lock_;
-    std::atomic<DWORD> thread_id_;  // never cleared: one worker thread per object
-    std::atomic<DWORD> last_error_;
+    SOCKET_ADDRESS address_;             // owned, allocated with MemAlloc
+    std::atomic<std::uint64_t> socket_;  // 0 for none
+    int buffer_size_;                    // bytes
+    unsigned char* buffer_;              // owned, allocated with MemAlloc
+    CLock lock_;                         // what Lock and Unlock work on
+    std::atomic<DWORD> thread_id_;       // never cleared: one worker thread per object
+    std::atomic<DWORD> last_error_;      // as SetSocketError recorded it
 };
 
 // --- Client socket
-// -----------------------------------------------------------------------------------
 
 class CClientSocket;
 
@@ -278,8 +280,12 @@ class ISOReceiver {
 // Shutdown and the accessors of their own socket, but neither wait for it nor destroy it.
 class ZTK_API CClientSocket : public CSocket {
   public:
+    // Without a socket until Connect. buffer_size as for CSocket; receiver as for SetReceiver, null
+    // where there is none.
     explicit CClientSocket(int buffer_size) noexcept;
     CClientSocket(ISOReceiver* receiver, int buffer_size) noexcept;
+
+    // Wraps a connected socket, such as a server accepted, and takes ownership of it.
     CClientSocket(ISOReceiver* receiver, std::uint64_t socket, int buffer_size) noexcept;
     ~CClientSocket() override;
 
@@ -315,7 +321,11 @@ class ZTK_API CClientSocket : public CSocket {
     void* Receive(DWORD creation_flags) noexcept;
 
   protected:
+    // What the receiver thread runs; parameter is the object. Ends with the thread's
+    // deregistration.
     static DWORD WINAPI ReceiverThreadProc(void* parameter);
+
+    // Receives and calls back until one of the ends that Receive names.
     DWORD ReceiverProc();
 
   private:
@@ -325,7 +335,6 @@ class ZTK_API CClientSocket : public CSocket {
 };
 
 // --- Server socket
-// -----------------------------------------------------------------------------------
 
 class CServerSocket;
 
@@ -370,6 +379,7 @@ inline void ISOListener::OnSocketClosed(std::uint64_t) {}
 // handed on.
 class ZTK_API CServerSocket : public CSocket {
   public:
+    // endpoint is where to listen; it is copied. buffer_size as for CSocket.
     CServerSocket(ISOListener* listener, int buffer_size, TSOSocketInfo* endpoint) noexcept;
     ~CServerSocket() override;
 
@@ -386,7 +396,11 @@ class ZTK_API CServerSocket : public CSocket {
     virtual bool Pause();
 
   protected:
+    // What the listener thread runs; parameter is the object. Ends with the thread's
+    // deregistration.
     static DWORD WINAPI ListenThreadProc(void* parameter);
+
+    // Makes the listening socket and accepts until a stop or a failure.
     DWORD ListenProc();
 
   private:

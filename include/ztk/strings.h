@@ -51,9 +51,11 @@ ZTK_API void StrCopy(wchar_t* dst, const wchar_t* src) noexcept;
 // below).
 //
 // The two forms differ, and callers rely on how:
-//   wide:   true whether or not the text was cut.
-//   narrow: true if all of src was copied, false if it was cut; on a cut it also stores 0 at dst[2n
-//   - 1].
+//
+// - wide: true whether or not the text was cut.
+// - narrow: true if all of src was copied, false if it was cut; on a cut it also stores 0 at
+//   `dst[2n - 1]`.
+//
 // n = 0 is no limit: all of src is copied and the result is true; only the narrow form, for a src
 // of at most one character, then empties dst and gives false.
 ZTK_API bool StrSafeCopy(char* dst, const char* src, std::uint64_t n) noexcept;

@@ -6,8 +6,8 @@
 //     HANDLE thread = CreateThread(nullptr, 0, Worker, job, CREATE_SUSPENDED, &id);
 //     ZTK::RegisterThread(id, thread);
 //     ResumeThread(thread);
-//     ...                                        // Worker ends with ZTK::DeRegisterThread(its own
-//     id) ZTK::WaitRegisteredThreadsExit(5000);      // at shutdown
+//     ...                                    // Worker's last call: DeRegisterThread(its own id)
+//     ZTK::WaitRegisteredThreadsExit(5000);  // at shutdown
 //
 // Thread-safety: every function may be called from any thread.
 #pragma once

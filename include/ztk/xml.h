@@ -5,8 +5,9 @@
 //     if (!xml.LoadXML(L"<run id='7'><step>4</step></run>")) { ... not well-formed ... }
 //     ZTK::CXMLAttribute* id = xml.FindAttributeV(L"run", L"id", nullptr);
 //     const int number = id != nullptr ? id->ToInt() : 0;                          // 7
-//     std::unique_ptr<ZTK::CXMLTag> step(xml.FindTagV(L"run", L"step", nullptr));  // ours to
-//     delete const int steps = step != nullptr ? step->ToInt() : 0;                       // 4
+//     // A tag below the root is ours to delete.
+//     std::unique_ptr<ZTK::CXMLTag> step(xml.FindTagV(L"run", L"step", nullptr));
+//     const int steps = step != nullptr ? step->ToInt() : 0;                       // 4
 //
 // A text that does not parse and a name that is not found are results: false and null. A failed
 // call of the DOM or of COM, and a copy of a text for which there is no memory, throw _com_error
@@ -47,12 +48,16 @@ class ZTK_API CXMLToken : public CBuffer<wchar_t> {
   public:
     // A copy of name; null makes an empty token. Raises E_OUTOFMEMORY.
     explicit CXMLToken(const wchar_t* name);
+
+    // Member-wise, as said above.
     CXMLToken(const CXMLToken& other);
     CXMLToken& operator=(const CXMLToken& other) noexcept;
     CXMLToken& operator=(CXMLToken&& other) noexcept;
     ~CXMLToken();
 
     using CBuffer<wchar_t>::operator==;
+
+    // In the order of CBuffer::Compare.
     bool operator==(const CXMLToken& other) const;
     bool operator!=(const CXMLToken& other) const;
     bool operator<(const CXMLToken& other) const;
@@ -101,6 +106,7 @@ class ZTK_API CXMLAttribute : public CXMLToken {
     // the whole path. REQUIRES: made with a parent.
     [[nodiscard]] CXMLTag* GetParent() noexcept;
 
+    // This object, where a call takes a pointer.
     operator CXMLAttribute*() noexcept { return this; }  // NOLINT: part of the interface
 
   private:
@@ -172,6 +178,7 @@ class ZTK_API CXMLTag : public CXMLToken {
     // Gives the node back. The name, the attributes read so far and the place in the children stay.
     void Release();
 
+    // This object, where a call takes a pointer.
     operator CXMLTag*() noexcept { return this; }  // NOLINT: part of the interface
 
   private:
