@@ -32,6 +32,10 @@ class CPtrArray {
     // stays null. Only when there is no memory for the slot itself nothing is added.
     void Append(V value, bool owns) noexcept;
 
+    // Makes room for count records at once, unless the array has held some before. Only a hint:
+    // when memory is short, or there are more, appending makes room as it goes.
+    void Reserve(int count) noexcept;
+
     // Sets the count to 0. The records stay in their slots for the next fill.
     void Rewind() noexcept { count_ = 0; }
 
@@ -57,7 +61,8 @@ class CPtrArray {
     // Records are allocated in blocks, which are linked so that they can be released.
     struct Block;
 
-    bool GrowSlots() noexcept;
+    bool GrowSlots(int wanted) noexcept;
+    bool AddBlock(int size) noexcept;
     Item* NewRecord() noexcept;
 
     Item** slots_ = nullptr;  // on the process heap; null from the last record on
@@ -67,6 +72,7 @@ class CPtrArray {
     int count_ = 0;
     int spare_ = 0;            // records of *blocks_ that no slot has taken yet
     Block* blocks_ = nullptr;  // the newest first
+    bool owns_any_ = false;    // some record may own its value
 };
 
 }  // namespace ZTK

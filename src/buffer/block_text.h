@@ -1,7 +1,9 @@
 // A block of characters as read from a stream, made into text as a buffer stores it.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "strings/runtime_overloads.h"
@@ -28,6 +30,20 @@ std::size_t DropReturns(T* block, std::size_t count) noexcept {
         out += length;
     }
     return static_cast<std::size_t>(out - block);
+}
+
+// How many lines a text of total characters may have that begins with this block of kept ones; 0
+// when the block is all of it. A little above what the block suggests; lines shorter than most are
+// not planned for, as room for them might be many times the text's.
+template <class T>
+int ExpectedLines(const T* block, std::int64_t kept, std::int64_t total) noexcept {
+    constexpr std::int64_t kShortLine = 32;
+    if (kept >= total) {
+        return 0;
+    }
+    const std::int64_t ends =
+        std::count_if(block, block + kept, [](T c) { return c == '\n' || c == 0; });
+    return static_cast<int>(std::min(ends * total / kept * 17 / 16, total / kShortLine));
 }
 
 }  // namespace ZTK::buffer

@@ -74,6 +74,9 @@ int CBuffer<T>::Load(std::FILE* fp) {
         if (!EnsureRoom((length_ + kept) * static_cast<std::int64_t>(sizeof(T)))) {
             return 0;
         }
+        if (length_ == 0) {
+            lines_.Reserve(buffer::ExpectedLines(block, kept, room / int{sizeof(T)}));
+        }
         CopyLines(block, static_cast<std::size_t>(kept), text_ + length_, [&](std::size_t end) {
             lines_.Append(text_ + start, false);
             start = length_ + static_cast<std::ptrdiff_t>(end) + 1;

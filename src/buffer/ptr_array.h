@@ -9,6 +9,7 @@
 #include <new>
 
 #include "platform/allocation.h"
+#include "platform/large_block.h"
 #include "ztk/memory.h"
 #include "ztk/ptr_array.h"
 
@@ -55,12 +56,9 @@ struct CPtrArray<V>::Block {
     void* Room(int index) noexcept { return reinterpret_cast<unsigned char*>(this) + Bytes(index); }
 };
 
+// Raises the capacity to wanted slots.
 template <class V>
-bool CPtrArray<V>::GrowSlots() noexcept {
-    if (capacity_ > std::numeric_limits<int>::max() - grow_by_) {
-        return false;
-    }
-    const int wanted = capacity_ + grow_by_;
+[[gnu::noinline]] bool CPtrArray<V>::GrowSlots(int wanted) noexcept {
     const std::int64_t room = buffer::SlotRoom(wanted);
     if (slots_ == nullptr || room != buffer::SlotRoom(capacity_)) {
         const std::uint64_t bytes = static_cast<std::uint64_t>(room) * sizeof(Item*);
@@ -76,20 +74,38 @@ bool CPtrArray<V>::GrowSlots() noexcept {
 }
 
 template <class V>
+[[gnu::noinline]] bool CPtrArray<V>::AddBlock(int size) noexcept {
+    void* const memory = allocation::RuntimeAlloc(Block::Bytes(size));
+    if (memory == nullptr) {
+        return false;
+    }
+    ExpectLargeBlockFilled(memory, Block::Bytes(size));
+    Block* const block = ::new (memory) Block;
+    block->older = blocks_;
+    blocks_ = block;
+    spare_ = size;
+    return true;
+}
+
+template <class V>
+void CPtrArray<V>::Reserve(int count) noexcept {
+    if (slots_ != nullptr || count <= grow_by_ ||
+        count > std::numeric_limits<int>::max() - 2 * grow_by_) {
+        return;
+    }
+    // One slot more than there are records is wanted, see Append.
+    if (GrowSlots((count / grow_by_ + 1) * grow_by_)) {
+        (void)AddBlock(count);
+    }
+}
+
+template <class V>
 TArrayItem<V>* CPtrArray<V>::NewRecord() noexcept {
-    if (spare_ == 0) {
-        // Few records for a short list, and for a long one few blocks.
-        constexpr int kFewest = 4;
-        constexpr int kMost = 4096;
-        const int size = std::clamp(count_, kFewest, kMost);
-        void* const memory = allocation::RuntimeAlloc(Block::Bytes(size));
-        if (memory == nullptr) {
-            return nullptr;
-        }
-        Block* const block = ::new (memory) Block;
-        block->older = blocks_;
-        blocks_ = block;
-        spare_ = size;
+    // Few records for a short list, and for a long one few blocks.
+    constexpr int kFewest = 4;
+    constexpr int kMost = 4096;
+    if (spare_ == 0 && !AddBlock(std::clamp(count_, kFewest, kMost))) {
+        return nullptr;
     }
     --spare_;
     return ::new (blocks_->Room(spare_)) Item;
@@ -98,8 +114,12 @@ TArrayItem<V>* CPtrArray<V>::NewRecord() noexcept {
 template <class V>
 void CPtrArray<V>::Append(V value, bool owns) noexcept {
     // The slot behind the new one is wanted too, so a refused growth leaves one slot to use up.
-    if (count_ >= capacity_ - 1 && !GrowSlots() && count_ >= capacity_) {
-        return;
+    if (count_ >= capacity_ - 1) {
+        const bool grown = capacity_ <= std::numeric_limits<int>::max() - grow_by_ &&
+                           GrowSlots(capacity_ + grow_by_);
+        if (!grown && count_ >= capacity_) {
+            return;
+        }
     }
     Item*& slot = slots_[count_];
     if (slot == nullptr) {
@@ -110,6 +130,7 @@ void CPtrArray<V>::Append(V value, bool owns) noexcept {
     if (slot != nullptr) {
         slot->value = value;
         slot->owns = owns;
+        owns_any_ = owns_any_ || owns;
     }
     sorted_ = false;
     ++count_;
@@ -118,7 +139,7 @@ void CPtrArray<V>::Append(V value, bool owns) noexcept {
 template <class V>
 void CPtrArray<V>::Empty() noexcept {
     // All slots, not only the first count_ ones: an earlier fill may have been longer.
-    for (int i = 0; i < capacity_; ++i) {
+    for (int i = 0; owns_any_ && i < capacity_; ++i) {
         if (slots_[i] != nullptr && slots_[i]->owns) {
             buffer::ReleaseOwned(slots_[i]->value);
         }
@@ -133,6 +154,7 @@ void CPtrArray<V>::Empty() noexcept {
     capacity_ = 0;
     count_ = 0;
     spare_ = 0;
+    owns_any_ = false;
 }
 
 }  // namespace ZTK
