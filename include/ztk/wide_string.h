@@ -82,6 +82,25 @@ class ZTK_API String {
     [[nodiscard]] bool operator<(const wchar_t* s) const noexcept;
     [[nodiscard]] bool operator>(const wchar_t* s) const noexcept;
 
+    // The same for a text that the caller may write to, which would otherwise be ambiguous with a
+    // comparison of addresses.
+    template <std::same_as<wchar_t> Char>
+    [[nodiscard]] bool operator==(Char* s) const noexcept {
+        return *this == static_cast<const wchar_t*>(s);
+    }
+    template <std::same_as<wchar_t> Char>
+    [[nodiscard]] bool operator!=(Char* s) const noexcept {
+        return *this != static_cast<const wchar_t*>(s);
+    }
+    template <std::same_as<wchar_t> Char>
+    [[nodiscard]] bool operator<(Char* s) const noexcept {
+        return *this < static_cast<const wchar_t*>(s);
+    }
+    template <std::same_as<wchar_t> Char>
+    [[nodiscard]] bool operator>(Char* s) const noexcept {
+        return *this > static_cast<const wchar_t*>(s);
+    }
+
     // There is no such comparison of texts. Without these lines the conversion to a pointer would
     // make it one of addresses.
     bool operator<=(const String& other) const = delete;
