@@ -11,6 +11,7 @@
 
 #include "support/faults.h"
 #include "support/text.h"
+#include "ztk/base64.h"
 #include "ztk/ztk.h"
 
 namespace {
@@ -32,6 +33,8 @@ TEST(OutOfMemory, AllocatingFunctionsReturnNull) {
         [] { return ZTK::StrReplace("aaa", "a", "bb"); },
         [] { return ZTK::StrReplace(L"aaa", L"a", L"bb"); },
         [] { return ZTK::StrReplace(L"", L"a", L"bb"); },
+        [] { return ZTK::Base64EncodeString("text", nullptr); },
+        [] { return ZTK::Base64Decode(nullptr, 0, nullptr, nullptr); },
     };
     for (const auto& call : calls) {
         const auto live = ztk_test::LiveBlocks();
@@ -69,6 +72,30 @@ TEST(OutOfMemory, ALockWithoutASectionDoesNothing) {
     lock.Lock();
     EXPECT_FALSE(lock.HaveLock());
     lock.Unlock();
+}
+
+TEST(OutOfMemory, Base64GivesNullBeforeItCodes) {
+    int length = 7;
+    unsigned char text[] = "QUJD";
+    EXPECT_EQ(WithoutMemory([&] { return ZTK::Base64Encode(text, 4, &length); }), nullptr);
+    EXPECT_EQ(length, 0);
+    length = 7;
+    EXPECT_EQ(WithoutMemory([&] { return ZTK::Base64Decode(text, 4, nullptr, &length); }), nullptr);
+    EXPECT_EQ(length, 0);
+    EXPECT_EQ(WithoutMemory([] { return ZTK::Base64DecodeString("QUJD", 0); }), nullptr);
+    // Where the page makes one character of a pair, a block is needed for what is missing, too.
+    const auto decode = [] { return ZTK::Base64DecodeString(L"\xD83D\xDE00QUJD", 1252); };
+    for (int i = 0; i < 256; ++i) {
+        EXPECT_NE(decode(), nullptr) << "all slots have storage then";
+    }
+    const auto live = ztk_test::LiveBlocks();
+    for (int refused = 0; refused < 2; ++refused) {
+        ztk_test::FailAfter(refused);
+        const bool decoded = decode() != nullptr;
+        ztk_test::StopFailing();
+        EXPECT_TRUE(!decoded || refused > 0);
+        EXPECT_EQ(ztk_test::LiveBlocks(), live);
+    }
 }
 
 TEST(OutOfMemory, ASocketWithoutABufferReadsNothing) {

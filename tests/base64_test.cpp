@@ -1,0 +1,234 @@
+// Base64 against a model, over every length and hostile bytes, on each path of the codec.
+#include "ztk/base64.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "buffer/base64_codec.h"
+#include "support/barrier.h"
+#include "support/text.h"
+#include "ztk/memory.h"
+#include "ztk/strings.h"
+
+namespace {
+
+using ZTK::base64::Lanes;
+const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// By bits: the standard's text, whose last character before the padding may not be 'A'.
+std::string EncodedByModel(const std::string& bytes) {
+    std::string bits;
+    for (const char byte : bytes) {
+        for (int bit = 7; bit >= 0; --bit) {
+            bits += (byte >> bit & 1) != 0 ? '1' : '0';
+        }
+    }
+    std::string text;
+    for (std::size_t i = 0; i < bits.size(); i += 6) {
+        std::string sextet = bits.substr(i, 6);
+        sextet.resize(6, '0');
+        text += kAlphabet[std::stoul(sextet, nullptr, 2)];
+    }
+    if (bytes.size() % 3 != 0 && text.back() == 'A') {
+        text.pop_back();
+    }
+    text.resize((text.size() + 3) / 4 * 4, '=');
+    return text;
+}
+
+// By the rules for one group, one after another, on bytes.
+std::string DecodedByModel(std::string text) {
+    std::string result;
+    text.resize((text.size() + 3) / 4 * 4, '\0');
+    for (std::size_t i = 0; i < text.size() && text[i] != '='; i += 4) {
+        std::vector<unsigned char> s;
+        for (std::size_t k = i; k < i + 4; ++k) {
+            const std::size_t index = kAlphabet.find(text[k]);
+            s.push_back(static_cast<unsigned char>(index < 64 ? index : 0xFF));
+        }
+        std::vector<int> out{s[0] << 2};
+        if (text[i + 1] != '=') {
+            out[0] |= s[1] >> 4;
+            if ((s[1] & 0x0F) != 0 || text[i + 2] != '=') {
+                out.push_back((s[1] & 0x0F) << 4);
+            }
+            if (text[i + 2] != '=') {
+                out[1] |= s[2] >> 2;
+                if ((s[2] & 0x03) != 0 || text[i + 3] != '=') {
+                    out.push_back((s[2] & 0x03) << 6);
+                }
+                if (text[i + 3] != '=') {
+                    out[2] |= s[3];
+                }
+            }
+        }
+        result.append(out.begin(), out.end());
+    }
+    return result;
+}
+
+// A block of exactly these bytes, so that the sanitizer sees whoever reads on.
+std::unique_ptr<unsigned char[]> Exact(const std::string& bytes) {
+    auto block = std::make_unique<unsigned char[]>(bytes.size());
+    std::memcpy(block.get(), bytes.data(), bytes.size());
+    return block;
+}
+
+std::string Text(const unsigned char* bytes, std::size_t count) {
+    return {reinterpret_cast<const char*>(bytes), count};
+}
+
+// The result of a call that writes, and that it wrote nothing else.
+template <class Call>
+std::string Written(std::size_t room, Call call) {
+    std::vector<unsigned char> out(room + 40, 0xA5);
+    const std::size_t count = call(out.data());
+    EXPECT_EQ(Text(&out[count], out.size() - count), std::string(out.size() - count, '\xA5'));
+    return Text(out.data(), count);
+}
+
+// A text for decoding, from all in the alphabet to hostile.
+std::string RandomText(std::mt19937& random, std::size_t size, unsigned odd_percent) {
+    std::string text;
+    while (text.size() < size) {
+        const bool is_odd = random() % 100 < odd_percent;
+        text += !is_odd             ? kAlphabet[random() % 64]
+                : random() % 2 != 0 ? '='
+                                    : static_cast<char>(random());
+    }
+    return text;
+}
+
+TEST(Base64, IsTheModelsOnEveryPathForEveryLength) {
+    std::mt19937 random(4);
+    for (std::size_t n = 0; n < 4000; ++n) {
+        const std::size_t size = n < 200 ? n : random() % 260;
+        std::string bytes(size, 0);
+        for (char& byte : bytes) {
+            byte = static_cast<char>(random() % 4 == 0 ? 0 : random());
+        }
+        const std::string encoded = EncodedByModel(bytes);
+        const std::string text = RandomText(random, size, n % 4 == 0 ? 0 : n % 4 == 1 ? 50 : 3);
+        const std::string decoded = DecodedByModel(text);
+        const auto in = Exact(bytes);
+        const auto hostile = Exact(text);
+        for (int lanes = 0; lanes <= static_cast<int>(ZTK::base64::BestLanes()); ++lanes) {
+            const auto path = static_cast<Lanes>(lanes);
+            ASSERT_EQ(Written(encoded.size(),
+                              [&](unsigned char* out) {
+                                  ZTK::base64::Encode(path, in.get(), size, out);
+                                  return encoded.size();
+                              }),
+                      encoded);
+            ASSERT_EQ(Written(decoded.size(),
+                              [&](unsigned char* out) {
+                                  return ZTK::base64::Decode(path, hostile.get(), size, out);
+                              }),
+                      decoded)
+                << lanes << ' ' << testing::PrintToString(text);
+        }
+        int count = -1;
+        unsigned char* block = ZTK::Base64Encode(in.get(), static_cast<int>(size), &count);
+        ASSERT_EQ(Text(block, static_cast<std::size_t>(count) + 1), encoded + '\0');
+        ZTK::MemFree(block);
+        block = ZTK::Base64Decode(hostile.get(), static_cast<int>(size), nullptr, &count);
+        ASSERT_EQ(Text(block, static_cast<std::size_t>(count) + 1), decoded + '\0');
+        ZTK::MemFree(block);
+        std::string place = text + "room";
+        auto* const bytes_of = reinterpret_cast<unsigned char*>(place.data());
+        ASSERT_EQ(ZTK::Base64Decode(bytes_of, bytes_of, static_cast<int>(size), nullptr), count);
+        ASSERT_EQ(place.substr(0, decoded.size()), decoded);
+    }
+}
+
+TEST(Base64, TheModelItselfKnowsTheUnusualGroups) {
+    EXPECT_EQ(EncodedByModel("A") + EncodedByModel("@") + EncodedByModel("a0"), "QQ==Q===YT==");
+    EXPECT_EQ(DecodedByModel("QQ==QUJD") + DecodedByModel("QR=="), "AABCA\x10");
+    EXPECT_EQ(DecodedByModel("YWI") + DecodedByModel("=QUJD"), "ab\xFF");
+}
+
+TEST(Base64, SizesAreDefinedForEveryInt) {
+    const int lengths[] = {0, 1, 3, 4, 5, 1610612733, 1610612734, INT_MAX, -5, INT_MIN};
+    const int encoded[] = {0, 4, 4, 8, 8, 2147483644, INT_MIN, 1431655768, -4, 1431655768};
+    const int decoded[] = {0, 1, 3, 3, 4, 1207959550, 1207959551, 1610612736, -4, -1610612736};
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(ZTK::Base64CalcEncodedSize(lengths[i]), encoded[i]) << lengths[i];
+        EXPECT_EQ(ZTK::Base64CalcDecodedSize(lengths[i]), decoded[i]) << lengths[i];
+    }
+}
+
+TEST(Base64, LengthsThatNoBlockHoldsGiveNone) {
+    unsigned char byte = 0;
+    for (const int n : {INT_MAX, INT_MAX - 1, 1610612734, -5, INT_MIN}) {
+        int length = 7;
+        EXPECT_EQ(ZTK::Base64Encode(&byte, n, &length), nullptr) << n;
+        EXPECT_EQ(length, 0);
+    }
+    int length = 7;
+    EXPECT_EQ(ZTK::Base64Decode(&byte, -1, nullptr, &length), nullptr);
+    EXPECT_EQ(length, 0);
+    EXPECT_EQ(ZTK::Base64Encode(&byte, &byte, -1, &length), &byte);
+    EXPECT_EQ(ZTK::Base64Decode(&byte, &byte, -1, nullptr) + length, 0);
+}
+
+TEST(Base64, StringsAreCutAtTheirFirstNul) {
+    unsigned char* const text = ZTK::Base64EncodeString("abc", nullptr);
+    EXPECT_TEXT("YWJj", reinterpret_cast<const char*>(text));
+    ZTK::MemFree(text);
+    EXPECT_EQ(ZTK::Base64EncodeString(nullptr, nullptr), nullptr);
+    EXPECT_TEXT("text", ZTK::Base64DecodeString("dGV4dA==", 0));
+    EXPECT_TEXT("", ZTK::Base64DecodeString("AEJD", 0));
+    EXPECT_TEXT("", ZTK::Base64DecodeString("=EJD", 0));
+    EXPECT_TEXT(nullptr, ZTK::Base64DecodeString("", 0));
+    EXPECT_TEXT(nullptr, ZTK::Base64DecodeString(static_cast<const char*>(nullptr), 0));
+    const std::string longest(512000 / 3 * 4, 'Q');
+    EXPECT_NE(ZTK::Base64DecodeString(longest.c_str(), 0), nullptr);
+    EXPECT_EQ(ZTK::Base64DecodeString((longest + "QQ==QQ==").c_str(), 0), nullptr);
+
+    EXPECT_TEXT(L"\x20AC!", ZTK::Base64DecodeString(L"4oKsIQ==", 65001));
+    EXPECT_TEXT(nullptr, ZTK::Base64DecodeString(L"AEJD", 65001));
+    EXPECT_TEXT(nullptr, ZTK::Base64DecodeString(L"QQ==", 77777));
+    EXPECT_TEXT(nullptr, ZTK::Base64DecodeString(L"", 65001));
+}
+
+TEST(Base64, AWideTextIsDecodedForAsManyCharactersAsItHas) {
+    // In UTF-8 each character is longer than in UTF-16; in the other page a pair may become one.
+    for (const unsigned page : {65001u, 1252u}) {
+        const wchar_t* const text = L"\xD83D\xDE00\xD83D\xDE00QUJD";
+        std::string narrow = ZTK::StrConvert(text, page);
+        narrow.resize(8, '\0');
+        const std::string bytes = DecodedByModel(narrow);
+        EXPECT_TEXT(ZTK::StrConvert(bytes.c_str(), page), ZTK::Base64DecodeString(text, page));
+    }
+}
+
+TEST(Base64, ThreadsDecodeAtTheSameTime) {
+    constexpr int kThreads = 4;
+    ztk_test::Barrier start(kThreads);
+    const auto decode = [&start](char odd) {
+        std::string text(1001, odd);
+        const std::string expected = DecodedByModel(text);
+        start.ArriveAndWait();
+        for (int round = 0; round < 50; ++round) {
+            unsigned char out[1004];
+            auto* const in = reinterpret_cast<unsigned char*>(text.data());
+            EXPECT_EQ(Text(out, std::size_t(ZTK::Base64Decode(in, out, 1001, nullptr))), expected);
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) {
+        threads.emplace_back(decode, "=Q \xFF"[i]);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+}  // namespace
