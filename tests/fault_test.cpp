@@ -12,6 +12,7 @@
 #include "support/faults.h"
 #include "support/text.h"
 #include "ztk/base64.h"
+#include "ztk/bit_mask.h"
 #include "ztk/ztk.h"
 
 namespace {
@@ -96,6 +97,25 @@ TEST(OutOfMemory, Base64GivesNullBeforeItCodes) {
         EXPECT_TRUE(!decoded || refused > 0);
         EXPECT_EQ(ztk_test::LiveBlocks(), live);
     }
+}
+
+TEST(OutOfMemory, ABitMaskThatCannotGrowKeepsItsBits) {
+    ZTK::CBitMask mask(5);
+    WithoutMemory([&] {
+        EXPECT_TRUE(mask.Set(1000, true));
+        EXPECT_FALSE(mask.IsSet(1000));
+        mask.SetSize(64, true);
+        mask = ZTK::CBitMask(7);
+        return 0;
+    });
+    EXPECT_TRUE(mask.IsSet(0) && mask.IsClear(1) && mask.IsSet(2) && mask.IsClear(1000));
+
+    ZTK::CBitMask none = WithoutMemory([] { return ZTK::CBitMask(5); });
+    EXPECT_TRUE(none.IsEmpty() && !none && (mask & none));
+    WithoutMemory([&] { return none.Set(3, true) && (~none).IsSet(3); });
+    ZTK::CBitMask copy(none);
+    EXPECT_TRUE(none.Set(3, true) && none.IsSet(3));
+    EXPECT_TRUE(copy.IsEmpty() && copy.Set(64, true) && copy.IsSet(64));
 }
 
 TEST(OutOfMemory, ASocketWithoutABufferReadsNothing) {

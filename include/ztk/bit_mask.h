@@ -1,0 +1,89 @@
+// A growable set of flags, each addressed by a 64-bit number.
+//
+//     ZTK::CBitMask breakpoints;
+//     breakpoints.Set(300, true);                    // grows by itself
+//     if (breakpoints.IsSet(300)) Arm();
+#pragma once
+
+#include <cstdint>
+
+#include "ztk/platform.h"
+
+namespace ZTK {
+
+// Flags in blocks of 64 bits: bit b is bit b % 64 of block b / 64. A mask of n bits has n / 64 + 1
+// blocks, so that at least one bit is to spare; every operation treats whole blocks, the spare bits
+// included.
+//
+// Some operations are narrower than their names, and callers rely on it: clearing works on 32 bits
+// (see Set), operator! looks at the lower half of each block, and operator& asks for a common bit
+// in every block.
+//
+// Ownership: copies are deep.
+//
+// Errors: nothing is reported. A mask that cannot grow or be resized because memory is short stays
+// as it is: the bits behind its end read 0, and setting one has no effect. A mask whose very first
+// blocks were refused is one of no blocks; it gets blocks from the next operation that needs one.
+//
+// Thread-safety: a mask is used by one thread at a time. Testing a bit can grow the mask.
+class ZTK_API CBitMask {
+  public:
+    // 64 bits, all 0; with value, those of value.
+    CBitMask() noexcept;
+    CBitMask(std::uint64_t value) noexcept;
+    CBitMask(const CBitMask& other) noexcept;
+
+    // Takes over size and bits. When memory is short this mask stays as it is.
+    CBitMask& operator=(const CBitMask& other) noexcept;
+
+    ~CBitMask();
+
+    // Makes the mask n bits long, its new bits all 1 with fill, else all 0. The old bits are kept
+    // only if the number of blocks grows; otherwise all bits are lost and read as fill says.
+    void SetSize(std::uint64_t n, bool fill) noexcept;
+
+    // Sets or clears a bit and returns true. A bit behind the end grows the mask first, to bit +
+    // 256.
+    //
+    // Clearing is exact for the first 31 bits of a block only. At position 31 and at position 63 it
+    // clears positions 31 to 63; at positions 32 to 62 it clears the bit 32 below and not the bit
+    // itself.
+    bool Set(std::uint64_t bit, bool value) noexcept;
+
+    // A bit behind the end grows the mask, to bit + 256, and reads 0.
+    [[nodiscard]] bool IsSet(std::uint64_t bit) noexcept;
+    [[nodiscard]] bool IsClear(std::uint64_t bit) noexcept;
+
+    // Sets all bits to 0. The size stays.
+    void Clear() noexcept;
+
+    // Whether all bits are 0.
+    [[nodiscard]] bool IsEmpty() const noexcept;
+
+    // Whether the lower 32 bits of every block are 0. The upper ones are not looked at.
+    [[nodiscard]] bool operator!() const noexcept;
+
+    // Inverts every bit of this mask and returns it.
+    CBitMask& operator~() noexcept;
+
+    // Whether this mask and other have a bit in common in every block that is compared. These are
+    // the first blocks, as many as other has if this mask has more bits than other has blocks, else
+    // as many as this mask has. A block that one of the two lacks shares no bit. True if none is
+    // compared.
+    [[nodiscard]] bool operator&(const CBitMask& other) const noexcept;
+
+  private:
+    ZTK_LOCAL bool GetBitBlock(std::uint64_t bit, std::uint64_t& position,
+                               std::uint64_t*& block) noexcept;
+    ZTK_LOCAL bool Resize(std::uint64_t n, bool fill) noexcept;
+    [[nodiscard]] ZTK_LOCAL std::uint64_t BlockOrNone(std::uint64_t index) const noexcept;
+
+    std::uint64_t* blocks_ = nullptr;                     // on the C runtime's heap
+    std::uint64_t size_ = 0;                              // the bits last asked for
+    [[maybe_unused]] std::uint64_t bytes_per_block_ = 8;  // always
+    [[maybe_unused]] std::uint64_t bits_per_block_ = 64;  // always
+    std::uint64_t block_count_ = 0;  // size_ / 64 + 1; 0 while there are no blocks
+    std::uint64_t allocated_bytes_ = 0;
+};
+
+}  // namespace ZTK
