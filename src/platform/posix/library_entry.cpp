@@ -17,6 +17,7 @@ void Unload() noexcept {
     ZTK::frame::OnProcessDetach();
     ZTK::frame::DestroyStaticObjects();
     TearDownTextStreams();
+    TearDownStringTables();
     TearDownSockets();
     TearDownCom();
     TearDownThreads();

@@ -12,11 +12,11 @@ struct ErrorPair {
 };
 
 // Every system error that a socket call can leave, with the code that the platform leaves in the
-// same situation.
+// same situation. The first of several errors with one code is the one that the code means.
 constexpr ErrorPair kErrnoCodes[] = {
     {EINTR, WSAEINTR},
-    {EBADF, WSAENOTSOCK},
     {ENOTSOCK, WSAENOTSOCK},
+    {EBADF, WSAENOTSOCK},
     {EACCES, WSAEACCES},
     {EPERM, WSAEACCES},
     {EFAULT, WSAEFAULT},
@@ -80,6 +80,15 @@ int SocketErrorFromErrno(int error) noexcept {
         }
     }
     return WSASYSCALLFAILURE;
+}
+
+int ErrnoFromSocketError(int code) noexcept {
+    for (const ErrorPair& pair : kErrnoCodes) {
+        if (pair.code == code) {
+            return pair.system;
+        }
+    }
+    return 0;
 }
 
 int SocketErrorFromResolver(int result) noexcept {

@@ -1,0 +1,13 @@
+// UrlUnescapeW of the platform's shell utilities.
+#pragma once
+
+#include "ztk/platform.h"
+
+#if defined(_WIN32)
+// Not the rest: its text functions carry names of ours.
+#define NO_SHLWAPI_STRFCNS
+#define NO_SHLWAPI_REG
+#define NO_SHLWAPI_STREAM
+#define NO_SHLWAPI_GDI
+#include <shlwapi.h>
+#endif
