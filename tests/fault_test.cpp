@@ -9,10 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "support/environment.h"
 #include "support/faults.h"
 #include "support/text.h"
 #include "ztk/base64.h"
 #include "ztk/bit_mask.h"
+#include "ztk/host.h"
 #include "ztk/ztk.h"
 
 namespace {
@@ -116,6 +118,20 @@ TEST(OutOfMemory, ABitMaskThatCannotGrowKeepsItsBits) {
     ZTK::CBitMask copy(none);
     EXPECT_TRUE(none.Set(3, true) && none.IsSet(3));
     EXPECT_TRUE(copy.IsEmpty() && copy.Set(64, true) && copy.IsSet(64));
+}
+
+TEST(OutOfMemory, ALongEnvironmentVariableIsRefusedAndAnUnescapedUrlIsEmpty) {
+    ztk_test::SetEnvironment("ZTK_TEST_FAULT", std::string(2000, 'v').c_str());
+    ZTK::String value(L"before");
+    SetLastError(0);
+    EXPECT_FALSE(WithoutMemory([&] { return ZTK::GetEnvironmentVar(L"ZTK_TEST_FAULT", value); }));
+    EXPECT_TEXT(L"before", value.GetBuffer());
+    EXPECT_TRUE(ZTK::GetEnvironmentVar(L"ZTK_TEST_FAULT", value) && value.GetLength() == 2000);
+    ztk_test::SetEnvironment("ZTK_TEST_FAULT", nullptr);
+
+    ztk_test::FailAfter(0);
+    EXPECT_TEXT(L"", ZTK::ZTKUrlUnescape(L"a%20b"));
+    ztk_test::StopFailing();
 }
 
 TEST(OutOfMemory, ASocketWithoutABufferReadsNothing) {

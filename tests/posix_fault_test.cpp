@@ -22,6 +22,10 @@ TEST(OutOfMemory, KernelObjectsAreRefusedWithTheirErrorCode) {
                   nullptr, 0, [](LPVOID) -> DWORD { return 0; }, nullptr, 0, &id),
               nullptr);
     EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
+    const LPCWSTR strings[ZTKPosix::kStringsPerBlock] = {};
+    SetLastError(0);
+    EXPECT_FALSE(ZTKPosix::AddStringBlock(nullptr, 1, strings));
+    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_NE(SetEvent(open), FALSE) << "what exists goes on working";
     EXPECT_EQ(WaitForSingleObject(open, 0), WAIT_OBJECT_0);
     ztk_test::StopFailing();

@@ -1,0 +1,6 @@
+#include "support/environment.h"
+#include "ztk/platform.h"
+
+void ztk_test::SetEnvironment(const char* name, const char* value) {
+    SetEnvironmentVariableA(name, value);
+}
