@@ -56,6 +56,8 @@ class TestFile {
         (void)std::remove(name_.c_str());
     }
 
+    const std::string& Name() const { return name_; }
+
     // Opens the file anew; the last stream is closed.
     std::FILE*& Open(const char* mode) {
         if (stream_ != nullptr) {

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "ztk/platform/posix/errhandlingapi.h"
+#include "ztk/platform/posix/fileapi.h"
 #include "ztk/platform/posix/handleapi.h"
 #include "ztk/platform/posix/heapapi.h"
 #include "ztk/platform/posix/libloaderapi.h"

@@ -1,6 +1,7 @@
 #include "platform/posix/kernel_object.h"
 
 #include "platform/allocation.h"
+#include "platform/posix/files.h"
 #include "platform/posix/sync_objects.h"
 #include "platform/posix/waits.h"
 
@@ -38,6 +39,9 @@ void DispatcherSection::FreeCollected() noexcept {
     KernelObject* object = first_to_free_;
     while (object != nullptr) {
         KernelObject* next = object->next_named;
+        if (object->kind == ObjectKind::kFile) {
+            CloseFile(static_cast<File&>(*object));
+        }
         ZTK::allocation::RuntimeFree(object);
         object = next;
     }

@@ -13,14 +13,14 @@ namespace ZTKPosix {
 struct WaitBlock;
 struct Waiter;
 
-enum class ObjectKind : unsigned char { kEvent, kMutex, kThread };
+enum class ObjectKind : unsigned char { kEvent, kMutex, kThread, kFile };
 
 // One block of the private heap, followed by the name's text if there is one. All members are
 // guarded by the dispatcher lock; kind and name are constant after construction.
 struct KernelObject {
     ObjectKind kind = ObjectKind::kEvent;
     bool resets_when_taken = false;  // an auto-reset event
-    bool signalled = false;          // event set, mutex free, thread ended
+    bool signalled = false;          // event set, mutex free, thread ended; a file always
     std::uint32_t handles = 0;       // open handles; the name goes with the last of them
     std::uint32_t references = 0;  // handles, waits and the thread that runs; frees the object at 0
     WaitBlock* first_wait = nullptr;  // threads that wait, in the order in which they came
@@ -56,6 +56,11 @@ struct Thread : KernelObject {
     pthread_t system_thread{};
     Thread* previous_live = nullptr;  // in the list of threads that have not ended
     Thread* next_live = nullptr;
+};
+
+struct File : KernelObject {
+    static constexpr ObjectKind kKind = ObjectKind::kFile;
+    int descriptor = -1;  // constant after construction
 };
 
 // Guards the handle table, the names and the state of every object. One lock for all keeps a wait

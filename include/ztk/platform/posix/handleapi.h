@@ -6,7 +6,7 @@
 
 namespace ZTKPosix {
 
-// Closes an event, mutex or thread handle. The object lives on while a thread waits on it or
+// Closes an event, mutex, thread or file handle. The object lives on while a thread waits on it or
 // another handle names it; closing the handle of a running thread lets the thread run on. Returns
 // nonzero, or 0 with last error ERROR_INVALID_HANDLE for a null, closed or invented handle. Sockets
 // are closed with closesocket, not with this call. Safe from any thread.

@@ -23,9 +23,9 @@ using LPWSTR = wchar_t*;
 using LPCSTR = const char*;
 using LPSTR = char*;
 
-// A checked id of an event, mutex or thread, never a pointer into memory. A value is not reused: a
-// closed or invented handle is recognised as such by every call that takes one. All bits of a value
-// count: it does not survive a conversion to 32 bits.
+// A checked id of an event, mutex, thread or file, never a pointer into memory. A value is not
+// reused: a closed or invented handle is recognised as such by every call that takes one. All bits
+// of a value count: it does not survive a conversion to 32 bits.
 using HANDLE = void*;
 using HMODULE = void*;
 using HINSTANCE = void*;

@@ -1,0 +1,100 @@
+// Files by handle, as hosts open and read them.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+
+#include "support/buffer_text.h"
+#include "ztk/strings.h"
+
+namespace {
+
+using ztk_test::TestFile;
+
+HANDLE Open(const char* path) {
+    SetLastError(0);
+    return CreateFileW(ZTK::StrConvert(path, 65001), GENERIC_READ,
+                       FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                       FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+// Reads up to count bytes; "error" and its code if that fails.
+std::string Read(HANDLE file, DWORD count) {
+    std::array<char, 100> bytes{};
+    DWORD read = 77;
+    if (ReadFile(file, bytes.data(), count, &read, nullptr) == 0) {
+        EXPECT_EQ(read, 0U);
+        return "error " + std::to_string(GetLastError());
+    }
+    return {bytes.data(), read};
+}
+
+TEST(Files, WhatCannotBeOpenedSaysWhy) {
+    const struct {
+        const char* path;
+        DWORD error;
+    } cases[] = {{"no-such-file", ERROR_FILE_NOT_FOUND},
+                 {"./no-such-file", ERROR_FILE_NOT_FOUND},
+                 {"no-such-folder/file", ERROR_PATH_NOT_FOUND},
+                 {"", ERROR_PATH_NOT_FOUND},
+                 {".", ERROR_ACCESS_DENIED},
+                 {"..", ERROR_ACCESS_DENIED}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(Open(c.path), INVALID_HANDLE_VALUE) << c.path;
+        EXPECT_EQ(GetLastError(), c.error) << c.path;
+    }
+}
+
+TEST(Files, AreReadFromFrontToEnd) {
+    TestFile file("0123456789");
+    HANDLE const handle = Open(file.Name().c_str());
+    DWORD high = 42;
+    EXPECT_EQ(GetFileSize(handle, &high), 10U);
+    EXPECT_EQ(high, 0U);
+    EXPECT_EQ(Read(handle, 4), "0123");
+    HANDLE second = nullptr;  // of the same opened file, so it reads on
+    ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &second, 0, FALSE,
+                                DUPLICATE_SAME_ACCESS));
+    HANDLE const again = Open(file.Name().c_str());
+    EXPECT_TRUE(CloseHandle(handle));
+    EXPECT_EQ(Read(second, 3), "456");
+    EXPECT_EQ(Read(again, 3), "012");
+    EXPECT_EQ(Read(second, 0), "");
+    EXPECT_EQ(Read(second, 50), "789");
+    EXPECT_EQ(Read(second, 50), "");
+    EXPECT_EQ(GetFileSize(second, nullptr), 10U);
+    EXPECT_TRUE(CloseHandle(second));
+    EXPECT_TRUE(CloseHandle(again));
+}
+
+TEST(Files, OnlyOpenFileHandlesServe) {
+    TestFile file("x");
+    HANDLE const closed = Open(file.Name().c_str());
+    EXPECT_TRUE(CloseHandle(closed));
+    for (HANDLE handle : {closed, HANDLE{}, INVALID_HANDLE_VALUE}) {
+        EXPECT_EQ(GetFileSize(handle, nullptr), INVALID_FILE_SIZE);
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
+        EXPECT_EQ(Read(handle, 1), "error 6");
+    }
+    HANDLE const open = Open(file.Name().c_str());
+    EXPECT_FALSE(SetEvent(open));
+    EXPECT_FALSE(ReleaseMutex(open));
+    EXPECT_TRUE(CloseHandle(open));
+}
+
+TEST(Files, TellSizesBeyond32Bits) {
+    TestFile file("");
+    std::FILE* const stream = file.Open("r+b");
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_EQ(std::fseek(stream, 0x7FFFFFFF, SEEK_CUR), 0);
+    }
+    std::fputc('x', stream);
+    std::fflush(stream);
+    HANDLE const handle = Open(file.Name().c_str());
+    DWORD high = 0;
+    EXPECT_EQ(GetFileSize(handle, &high), 0x7FFFFFFEU);
+    EXPECT_EQ(high, 1U);
+    EXPECT_TRUE(CloseHandle(handle));
+}
+
+}  // namespace
