@@ -1,5 +1,6 @@
-// A growable text buffer for narrow and wide (UTF-16) text: loads a text file line by line, and
-// cuts its own text in place into lines or delimited fields.
+// A growable text buffer for narrow and wide (UTF-16) text: loads a text file line by line, cuts
+// its own text in place into lines or delimited fields, and searches (see ztk/search.h for an
+// example).
 //
 //     std::FILE* file = std::fopen("agent.log", "r");
 //     ZTK::CBuffer<char> log;
@@ -19,6 +20,7 @@
 
 #include "ztk/platform.h"
 #include "ztk/ptr_array.h"
+#include "ztk/search.h"
 
 namespace ZTK {
 
@@ -157,6 +159,46 @@ class ZTK_API CBuffer {
     // False at once, with the lines as they were, only if there is no storage.
     bool Split(T delimiter) noexcept;
 
+    // --- Searching. The result is the number of hits, which replace those of the last search.
+    //
+    // The term is compared with the text at one place after another, from the left; matches do not
+    // overlap. A hit is the line that a match starts in, so a line with two matches is two hits.
+    //
+    // How far a search goes on from a place is a promise, because it decides what is found: after a
+    // match, or one dropped for SEARCH_WHOLE_WORD, by the term's length; else by the query's move
+    // for the character under the term's last one; but if that one matched and then the first k
+    // characters did and not the next, by the move for the character k places further right. The
+    // last rule can step over a match: "aabb" is not found in "aaabbx". It concerns only matches
+    // that start within a partial match of at least two characters, its first and its last.
+    //
+    // Nothing outside the text is read; what is behind its end counts as NUL. A search without
+    // cancel takes the same hits much faster.
+    //
+    // Errors: a null or empty text, an n below 0, and a query without a term give 0 and leave the
+    // hits as they were; so does a lack of memory for the first list of hits. A term longer than
+    // the text gives 0 with no hits. When memory runs out later, hits without a record still count
+    // and read as line 0 at the start of the text, and when nothing can be added at all the search
+    // ends.
+
+    // Searches the buffer's text; each NUL ends a line, as Load stores them.
+    DWORD Search(DWORD flags, CSearchQuery<T>& query);
+
+    // Searches n characters at text, wherever they are. cancel may be null; it is called once for
+    // each place compared, and must not change the buffer. The hits before a cancelled end remain.
+    // An exception that it throws ends the search and leaves them, too.
+    DWORD Search(const T* text, int n, DWORD flags, CSearchQuery<T>& query, SearchCancelFn cancel,
+                 void* context, T lineDelimiter);
+
+    // Reads the rest of a file, from the handle's position, in one request and searches it; each
+    // line feed ends a line. The bytes are taken as they are, a byte-order mark too. file: a handle
+    // that was opened with CreateFileW for reading; it stays open, at the end of the file.
+    //
+    // 0 with the buffer as it was if the file's size cannot be told or is 2 GiB or more; 0 with an
+    // empty buffer if memory is short; 0 with the text replaced, but not its length, if reading
+    // fails or gives fewer bytes than the term has characters.
+    DWORD Search(void* file, DWORD flags, CSearchQuery<T>& query, SearchCancelFn cancel,
+                 void* context);
+
     // --- The hits of the last search
 
     // The start of the line that holds hit i, within this buffer's text (wherever the search ran),
@@ -204,6 +246,7 @@ class ZTK_API CBuffer {
     ZTK_LOCAL bool SizeForFile(std::FILE* fp, int& bytes) noexcept;
     ZTK_LOCAL bool FindHit(int i, std::int64_t& hit) const noexcept;
     ZTK_LOCAL void DropHits() noexcept;
+    ZTK_LOCAL bool RenewHits() noexcept;
     ZTK_LOCAL void Clear() noexcept;
 
     int capacity_ = 0;      // bytes of storage besides the terminator's

@@ -7,6 +7,7 @@
 
 #include "buffer/buffer_hits.h"
 #include "buffer/buffer_lines.h"
+#include "buffer/buffer_search.h"
 #include "buffer/buffer_storage.h"
 #include "buffer/char_tests.h"
 #include "buffer/ptr_array.h"

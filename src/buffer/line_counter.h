@@ -1,0 +1,39 @@
+// The number and the start of the line at a place in a text, for places that come in order.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/text_scan.h"
+
+namespace ZTK::buffer {
+
+template <class T>
+class LineCounter {
+  public:
+    LineCounter(const T* text, T delimiter) noexcept : text_(text), delimiter_(delimiter) {}
+
+    // Goes on to the line of the character at place `to`. A delimiter belongs to the line it ends.
+    // REQUIRES: to is not before the last place.
+    void AdvanceTo(std::size_t to) noexcept {
+        const T* const fresh = text_ + counted_;
+        const std::size_t count = to - counted_;
+        if (const std::size_t lines = scan::Count(fresh, count, delimiter_); lines != 0) {
+            line_ += static_cast<std::uint32_t>(lines);
+            start_ = counted_ + scan::FindLast(fresh, count, delimiter_) + 1;
+        }
+        counted_ = to;
+    }
+
+    [[nodiscard]] std::uint32_t Line() const noexcept { return line_; }  // from 1
+    [[nodiscard]] std::size_t Start() const noexcept { return start_; }
+
+  private:
+    const T* text_;
+    T delimiter_;
+    std::size_t counted_ = 0;  // delimiters before this place are counted
+    std::uint32_t line_ = 1;
+    std::size_t start_ = 0;
+};
+
+}  // namespace ZTK::buffer
