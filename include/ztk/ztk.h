@@ -1,14 +1,20 @@
 // Everything the library offers. Each header can also be included alone.
 #pragma once
 
+#include "ztk/base64.h"
+#include "ztk/bit_mask.h"
 #include "ztk/buffer.h"
 #include "ztk/com.h"
+#include "ztk/handle_set.h"
+#include "ztk/host.h"
 #include "ztk/logging.h"
 #include "ztk/memory.h"
 #include "ztk/messages.h"
 #include "ztk/platform.h"
+#include "ztk/search.h"
 #include "ztk/sockets.h"
 #include "ztk/strings.h"
 #include "ztk/sync.h"
 #include "ztk/threads.h"
+#include "ztk/wide_string.h"
 #include "ztk/xml.h"
