@@ -97,10 +97,10 @@ class BufferLinesModel : public testing::Test {
         Expect(kept_, model, model.starts.size(), storage_);
     }
 
-    void ReadLineByLine(const Model<T>& model, TestFile& file) {
+    void ReadLineByLine(const Model<T>& model, TestFile& file, int file_bytes) {
         ZTK::CBuffer<T> buffer;
         std::FILE*& stream = file.Open(kMode);
-        EXPECT_GE(buffer.ReAllocForFile(stream), 0);
+        ASSERT_EQ(buffer.ReAllocForFile(stream), file_bytes * static_cast<int>(sizeof(T)));
         for (std::size_t i = 0; i < model.offsets.size(); ++i) {
             ASSERT_EQ(buffer.GetNext(stream, 0), buffer.GetBuffer() + model.starts[i]);
             if (!kWide) {
@@ -108,6 +108,7 @@ class BufferLinesModel : public testing::Test {
             }
         }
         EXPECT_EQ(buffer.GetNext(stream, 0), nullptr);
+        EXPECT_EQ(stream, nullptr) << "closed at its end";
         Expect(buffer, model, model.offsets.size(), model.text);
     }
 
@@ -142,9 +143,10 @@ TYPED_TEST(BufferLinesModel, RandomTextsGiveTheModelsLines) {
         const std::size_t size = i % 20 != 0 ? random() % 40 : random() % 150000;
         const auto read = this->RandomText(random, size);
         const Model<TypeParam> model(read, '\n', true);
-        TestFile file(this->FileOf(read));
+        const std::string bytes = this->FileOf(read);
+        TestFile file(bytes);
         this->Load(read, model, file);
-        this->ReadLineByLine(model, file);
+        this->ReadLineByLine(model, file, static_cast<int>(bytes.size()));
         this->Cut(read, TypeParam{'\n'});
         this->Cut(read, read.empty() ? TypeParam{0} : read[random() % read.size()]);
     }

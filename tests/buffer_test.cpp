@@ -16,10 +16,6 @@ using ztk_test::TestFile;
 using ztk_test::Text;
 using namespace std::string_view_literals;
 
-int LineCount(const std::string& lines) {
-    return static_cast<int>(std::count(lines.begin(), lines.end(), '|'));
-}
-
 template <class T>
 class Buffer : public testing::Test {
   protected:
@@ -170,68 +166,17 @@ TYPED_TEST(Buffer, AssignmentSharesStorage) {
     EXPECT_TEXT(Text<TypeParam>("a").data(), copy->GetBuffer());
 }
 
-TYPED_TEST(Buffer, CutsItsTextInPlace) {
-    constexpr char kLines = '\n';  // ToLines, else Split
-    const struct {
-        std::string_view text;
-        char cut;
-        std::string lines;  // none: refused
-    } cases[] = {{"a\n\nb\n", kLines, "a||b|"}, {"a\r\nb", kLines, "a\r|b|"}, {"", kLines, ""},
-                 {"\0b"sv, kLines, ""},         {",a", ',', "|a|"},           {"", ',', ""},
-                 {"a\0b"sv, '\0', "a|b|"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        this->buffer = Text<TypeParam>("a longer text, cut before").data();
-        ASSERT_TRUE(this->buffer.Split(TypeParam{','}));
-        this->buffer.Reset();
-        this->buffer.Add(Text<TypeParam>(c.text).data(), static_cast<int>(c.text.size()));
-        EXPECT_EQ(c.cut == kLines ? this->buffer.ToLines() : this->buffer.Split(TypeParam(c.cut)),
-                  !c.lines.empty());
-        EXPECT_EQ(Lines(this->buffer, LineCount(c.lines) + 1), c.lines + "(none)|");
-    }
-    this->buffer = Text<TypeParam>("a\nb").data();
-    ASSERT_TRUE(this->buffer.ToLines());
-    this->buffer.GetBuffer()[0] = 0;
-    EXPECT_FALSE(this->buffer.ToLines());
-    EXPECT_EQ(Lines(this->buffer, 2), "|b|") << "a text that begins with NUL keeps its lines";
-}
-
-// Both readers drop CR and end lines at LF and NUL; only Load makes a line of what has no end.
-TYPED_TEST(Buffer, MakesLinesOfAFile) {
-    const struct {
-        std::string_view bytes;
-        std::string_view text;
-        std::string complete;
-        std::string rest;
-    } cases[] = {{"a\r\nb\r\n", "a\0b\0"sv, "a|b|", ""},
-                 {"x\ny", "x\0y"sv, "x|", "y|"},
-                 {"a\0b\n"sv, "a\0b\0"sv, "a|b|", ""},
-                 {"\n\r\n\n", "\0\0\0"sv, "|||", ""},
-                 {"\r\r", "", "", ""},
-                 {"a\rb\r\r\nc\r", "ab\0c"sv, "ab|", "c|"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(&c - cases);
-        TestFile file(c.bytes);
-        const int complete = LineCount(c.complete);
-        const int count = complete + LineCount(c.rest);
-        this->buffer.Free();
-        EXPECT_EQ(this->buffer.Load(file.OpenFor<TypeParam>()), count);
-        EXPECT_EQ(Lines(this->buffer, count), c.complete + c.rest);
-        this->ExpectText(c.text);
-
-        this->buffer.Free();
-        std::FILE*& stream = file.OpenFor<TypeParam>();
-        const auto room = static_cast<int>(c.bytes.size() * sizeof(TypeParam));
-        EXPECT_EQ(this->buffer.ReAllocForFile(stream), room);
-        for (int i = 0; i < complete; ++i) {
-            EXPECT_NE(this->buffer.GetNext(stream, 77), nullptr);
-        }
-        EXPECT_EQ(this->buffer.GetNext(stream, 0), nullptr);
-        EXPECT_EQ(stream, nullptr) << "the stream is closed at its end";
-        EXPECT_EQ(Lines(this->buffer, complete + 1), c.complete + "(none)|");
-        this->ExpectText(c.text);
-    }
-    EXPECT_EQ(this->buffer.Load(nullptr), 0);
+TYPED_TEST(Buffer, ATextThatIsNotCutKeepsItsLines) {
+    auto& buffer = this->buffer;
+    EXPECT_FALSE(buffer.Split(TypeParam{','})) << "no storage";
+    buffer = Text<TypeParam>("a\nb").data();
+    ASSERT_TRUE(buffer.ToLines());
+    buffer.GetBuffer()[0] = 0;
+    EXPECT_FALSE(buffer.ToLines()) << "begins with NUL";
+    EXPECT_EQ(Lines(buffer, 2), "|b|");
+    EXPECT_EQ(buffer.Load(nullptr), 0);
+    EXPECT_EQ(Lines(buffer, 1), "(none)|");
+    EXPECT_FALSE(buffer.ToLines()) << "empty";
     this->ExpectText("");
 }
 

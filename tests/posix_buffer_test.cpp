@@ -1,5 +1,5 @@
-// Streams that a buffer meets on Linux only: pipes, encodings that the C library decodes, decoding
-// errors, streams of the other orientation, and files larger than a buffer.
+// Streams that a buffer meets on Linux only: pipes, decoding errors, streams of the other
+// orientation, and files larger than a buffer.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -10,9 +10,7 @@
 namespace {
 
 using ztk_test::Lines;
-using ztk_test::Show;
 using ztk_test::TestFile;
-using namespace std::string_view_literals;
 
 TEST(PosixBuffer, LoadsAStreamThatHasNoLength) {
     std::string bytes;
@@ -35,20 +33,6 @@ TEST(PosixBuffer, LoadsAStreamThatHasNoLength) {
     }
     writer.join();
     (void)std::fclose(stream);
-}
-
-TEST(PosixBuffer, ReadsEveryEncodingTheStreamDecodes) {
-    const struct {
-        const char* mode;
-        std::string_view bytes;
-    } cases[] = {{"r,ccs=UTF-16BE", "\0a\x20\xAC\xD8\x3D\xDE\x00\0\n\0b"sv},
-                 {"r,ccs=UTF-32LE", "a\0\0\0\xAC\x20\0\0\x00\xF6\x01\0\n\0\0\0b\0\0\0"sv}};
-    for (const auto& c : cases) {
-        TestFile file(c.bytes);
-        ZTK::CBuffer<wchar_t> buffer;
-        EXPECT_EQ(buffer.Load(file.Open(c.mode)), 2) << c.mode;
-        EXPECT_EQ(Show(buffer.GetBuffer(), 6), Show(L"a\x20AC\xD83D\xDE00\0b", 6)) << c.mode;
-    }
 }
 
 TEST(PosixBuffer, ADecodingErrorEndsTheReading) {

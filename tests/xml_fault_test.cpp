@@ -13,12 +13,15 @@ using ztk_test::Tag;
 // Loads a document and reads it in all ways. Returns whether everything was there.
 bool LoadAndRead() {
     ZTK::CXml xml;
-    if (!xml.LoadXML(L"<a i='1' j='2'>text<b k='3'><c/></b></a>") || xml.GetRoot() == nullptr) {
+    const wchar_t* const text =
+        L"<?xml version='1.0'?><!DOCTYPE a [<!ENTITY e 'x'><!ATTLIST b d CDATA '&e;'>]>"
+        L"<a xmlns:p='u' i='1' p:j='2'>text<b k='3'><!-- n --><?p q?><![CDATA[ ]]><c/></b></a>";
+    if (!xml.LoadXML(text) || xml.GetRoot() == nullptr) {
         return false;
     }
     ZTK::CXMLTag* const root = xml.GetRoot();
     ZTK::CXMLAttribute* const i = root->GetAttribute(L"i");
-    ZTK::CXMLAttribute* const j = root->GetAttribute(L"j");
+    ZTK::CXMLAttribute* const j = root->GetAttribute(L"p:j");
     ZTK::CXMLAttribute* const k = xml.FindAttributeV(L"a", L"b", L"k", nullptr);
     const Tag k_owner(k != nullptr ? k->GetParent() : nullptr);
     const Tag c(xml.FindTagV(L"a", L"b", L"c", nullptr));
@@ -33,7 +36,7 @@ bool LoadAndRead() {
     for (Tag child(root->FirstTag()); child != nullptr; child.reset(root->NextTag())) {
         ++children;
     }
-    EXPECT_TEXT(L"text", root->GetValue());
+    EXPECT_TEXT(L"text ", root->GetValue());
     return children == 2;
 }
 

@@ -336,11 +336,4 @@ TEST(XmlAttributeTable, TenThousandAttributesAreReadInAnyOrder) {
     read_all(true);
 }
 
-TEST(XmlAttribute, OfANameAloneHasNoValue) {
-    ZTK::CXMLAttribute attribute(L"i");
-    EXPECT_TEXT(L"i", attribute.GetBuffer());
-    EXPECT_TEXT(nullptr, attribute.GetValue());
-    EXPECT_EQ(attribute.ToInt() + attribute.ToLong(), 0);
-}
-
 }  // namespace

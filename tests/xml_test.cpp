@@ -2,6 +2,7 @@
 // long what is handed out lives.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <iterator>
 #include <string>
@@ -185,19 +186,14 @@ TEST(XmlDocument, WhatIsNotWellFormedIsRefused) {
 }
 
 TEST(XmlDocument, EveryTruncationIsRefused) {
-    std::vector<wchar_t> text;
-    for (const wchar_t* p =
-             L"<?xml version='1.0'?><!DOCTYPE a [<!ENTITY e 'v'>]>"
-             L"<p:a xmlns:p='urn:x' i='1&amp;'><!--c--><b>t&e;<![CDATA[d]]></b><?q r?></p:a>";
-         *p != 0; ++p) {
-        text.push_back(*p);
-    }
-    text.push_back(0);
+    wchar_t text[] =
+        L"<?xml version='1.0'?><!DOCTYPE a [<!ENTITY e 'v'>]>"
+        L"<p:a xmlns:p='urn:x' i='1&amp;'><!--c--><b>t&e;<![CDATA[d]]></b><?q r?></p:a>";
     ZTK::CXml xml;
-    EXPECT_TRUE(xml.LoadXML(text.data()));
-    for (std::size_t length = text.size() - 2; length > 0; --length) {
+    EXPECT_TRUE(xml.LoadXML(text));
+    for (std::size_t length = std::size(text) - 1; length-- > 0;) {
         text[length] = 0;
-        EXPECT_FALSE(xml.LoadXML(text.data())) << length;
+        EXPECT_FALSE(xml.LoadXML(text)) << length;
         EXPECT_EQ(xml.GetRoot(), nullptr) << length;
     }
 }
@@ -274,10 +270,13 @@ TEST(XmlDocument, AMillionAttributesAreNoDanger) {
 }
 
 TEST(XmlDocument, AHugeTextIsNoDanger) {
-    constexpr int kLength = 256 << 20;
+    constexpr std::size_t kLength = std::size_t{256} << 20;
+    std::vector<wchar_t> text(kLength + 8, L'x');
+    std::copy_n(L"<a>", 3, text.begin());
+    std::copy_n(L"</a>", 5, text.end() - 5);
     ZTK::CXml xml;
-    if (LoadsOrIsRefused(xml, Repeated("<a>", kLength, "x", "", "</a>"))) {
-        EXPECT_EQ(ZTK::StrLength(xml.GetRoot()->GetValue()), std::uint64_t{kLength});
+    if (LoadsOrIsRefused(xml, text)) {
+        EXPECT_EQ(ZTK::StrLength(xml.GetRoot()->GetValue()), kLength);
     }
 }
 
@@ -422,15 +421,10 @@ TEST(XmlValue, MayBeLongerThanARingString) {
 
 TEST(XmlValue, AFailedCallIsCaughtByTypeWithItsResult) {
     ZTK::CXMLTag tag(L"no node");
-    const HRESULT results[] = {
-        Raised([&] { (void)tag.GetTag(L"b"); }),
-        Raised([&] { (void)tag.GetAttribute(L"b"); }),
-    };
-    for (const HRESULT result : results) {
-        EXPECT_EQ(result, E_POINTER);
-    }
+    EXPECT_EQ(Raised([&] { (void)tag.GetTag(L"b"); }), E_POINTER);
     try {
-        (void)tag.GetTag(L"b");
+        (void)tag.GetAttribute(L"b");
+        FAIL();
     } catch (const _com_error& error) {
         EXPECT_NE(error.ErrorMessage(), nullptr);
         EXPECT_EQ(error.ErrorInfo(), nullptr);
