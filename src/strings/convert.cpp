@@ -24,16 +24,32 @@ Char* RequestSlot(int count) noexcept {
                                                                                      : nullptr;
 }
 
-// A text that fits the buffer on the stack is converted once and copied, which is cheaper than to
-// measure it first. Null for a longer one, and for one that cannot be converted.
+// Characters that are converted without being measured first.
+constexpr int kShort = 4160;
+
+// The most elements that one element of the other width becomes in the pages below.
+template <class Target>
+constexpr int kMostFromOne = sizeof(Target) == 1 ? 3 : 1;
+
+// The pages that convert any text, malformed or not, into no more than kMostFromOne elements each.
+bool AlwaysFits(UINT code_page) noexcept {
+    return code_page == CP_UTF8 || code_page == CP_ACP;
+}
+
+// Straight into a slot for the longest possible result. REQUIRES: AlwaysFits(code_page).
 template <class Target, class Source>
-const Target* ConvertShort(const Source* text, int count, UINT code_page) noexcept {
-    constexpr int kRoom = 4160;
-    if (count > kRoom) {
-        return nullptr;
-    }
-    Target buffer[kRoom];
-    const int converted = ConvertText(code_page, text, count, buffer, kRoom);
+const Target* ConvertInPlace(const Source* text, int count, UINT code_page) noexcept {
+    const int room = count * kMostFromOne<Target>;
+    Target* const slot = RequestSlot<Target>(room);
+    (void)ConvertText(code_page, text, count, slot, room);
+    return slot;
+}
+
+// A page that may be unknown is tried on the stack: a failure takes no ring string. Null for one.
+template <class Target, class Source>
+const Target* ConvertByCopy(const Source* text, int count, UINT code_page) noexcept {
+    Target buffer[kShort];
+    const int converted = ConvertText(code_page, text, count, buffer, kShort);
     Target* const slot = RequestSlot<Target>(converted);
     if (slot != nullptr) {
         std::memcpy(slot, buffer, static_cast<std::size_t>(converted) * sizeof(Target));
@@ -63,9 +79,13 @@ const Target* Convert(const Source* text, UINT code_page) noexcept {
         return nullptr;
     }
     const int count = static_cast<int>(length) + 1;
+    if (AlwaysFits(code_page) && count <= kShort / kMostFromOne<Target>) {
+        return ConvertInPlace<Target>(text, count, code_page);
+    }
     // A failure is told by the result alone; the caller's last error stays.
     const DWORD last_error = GetLastError();
-    const Target* result = ConvertShort<Target>(text, count, code_page);
+    const Target* result =
+        count <= kShort ? ConvertByCopy<Target>(text, count, code_page) : nullptr;
     if (result == nullptr) {
         result = ConvertLong<Target>(text, count, code_page);
         SetLastError(last_error);
