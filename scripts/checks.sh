@@ -137,12 +137,21 @@ check_consumer_pkg_config() {
         LD_LIBRARY_PATH=$(dirname "$pc_dir") "$program"
 }
 
-# The host program that README.md shows, as it stands there.
-check_readme_program() {
-    local source=$root/build/linux/readme.cpp
-    sed -n '/^```cpp$/,/^```$/{/^```/!p}' "$root/README.md" >"$source"
-    g++ -std=c++20 -fshort-wchar -Wall -Wextra -Werror -I"$root/include" -o "$root/build/linux/readme" \
-        "$source" -L"$root/build/linux/lib" -lZtkAgentLib64
+# check_page_program PAGE PRESET: the host program that a page shows, its pieces put together as they
+# stand there, compiles and links.
+check_page_program() {
+    local page=$1 build=$root/build/$2 program command
+    program=$build/$(basename "$page" .md)
+    case "$2" in
+        linux) command=(g++ -fshort-wchar "-L$build/lib") ;;
+        windows-x64) command=(x86_64-w64-mingw32-g++-posix "-L$build/src") ;;
+    esac
+    sed -n '/^```cpp$/,/^```$/{/^```/!p}' "$root/$page" >"$program.cpp"
+    command+=(-std=c++20 -Wall -Wextra -Werror "-I$root/include" -o "$program" "$program.cpp" -lZtkAgentLib64)
+    if [[ $2 == windows-* ]]; then
+        command+=(-lole32 -loleaut32 -lws2_32)
+    fi
+    "${command[@]}"
 }
 
 # The 64-bit program runs with nothing but the installed bin folder to find DLLs in, so a DLL that the
