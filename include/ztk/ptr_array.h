@@ -14,6 +14,8 @@ struct TArrayItem {
     bool owns;  // whether the record releases it
 };
 
+// Slots that point to records, and how many of them are in use.
+//
 // Ownership: the array owns its records. It has no destructor, because a copy is member-wise and
 // shares slots and records with its source: the object that holds the array empties it, once.
 //
