@@ -112,6 +112,8 @@ class ZTK_API String {
 
     // --- Access
 
+    // The number of characters, counted anew by each call; and whether there are none. Without a
+    // buffer: 0 and true.
     [[nodiscard]] std::uint64_t GetLength() const noexcept;
     [[nodiscard]] bool IsEmpty() const noexcept;
 
