@@ -71,7 +71,7 @@ class ZTK_API _bstr_t {
   private:
     struct Shared;
 
-    [[nodiscard]] int Compare(const _bstr_t& other) const noexcept;
+    [[nodiscard]] ZTK_LOCAL int Compare(const _bstr_t& other) const noexcept;
 
     Shared* shared_ = nullptr;
 };
