@@ -253,7 +253,7 @@ class Program {
     std::string SearchFile(const std::string& path) {
         const InputFile file(path);
         DWORD size = 0;
-        const std::string problem = file.Problem(&size);
+        std::string problem = file.Problem(&size);
         if (!problem.empty()) {
             return problem;
         }

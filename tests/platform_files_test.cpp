@@ -2,21 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstring>
 
 #include "support/buffer_text.h"
-#include "ztk/strings.h"
 
 namespace {
 
+using ztk_test::OpenToRead;
 using ztk_test::TestFile;
-
-HANDLE Open(const char* path) {
-    SetLastError(0);
-    return CreateFileW(ZTK::StrConvert(path, 65001), GENERIC_READ,
-                       FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                       FILE_ATTRIBUTE_NORMAL, nullptr);
-}
 
 // Reads up to count bytes; "error" and its code if that fails.
 std::string Read(HANDLE file, DWORD count) {
@@ -40,14 +32,14 @@ TEST(Files, WhatCannotBeOpenedSaysWhy) {
                  {".", ERROR_ACCESS_DENIED},
                  {"..", ERROR_ACCESS_DENIED}};
     for (const auto& c : cases) {
-        EXPECT_EQ(Open(c.path), INVALID_HANDLE_VALUE) << c.path;
+        EXPECT_EQ(OpenToRead(c.path), INVALID_HANDLE_VALUE) << c.path;
         EXPECT_EQ(GetLastError(), c.error) << c.path;
     }
 }
 
 TEST(Files, AreReadFromFrontToEnd) {
     TestFile file("0123456789");
-    HANDLE const handle = Open(file.Name().c_str());
+    HANDLE const handle = OpenToRead(file.Name());
     DWORD high = 42;
     EXPECT_EQ(GetFileSize(handle, &high), 10U);
     EXPECT_EQ(high, 0U);
@@ -55,7 +47,7 @@ TEST(Files, AreReadFromFrontToEnd) {
     HANDLE second = nullptr;  // of the same opened file, so it reads on
     ASSERT_TRUE(DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &second, 0, FALSE,
                                 DUPLICATE_SAME_ACCESS));
-    HANDLE const again = Open(file.Name().c_str());
+    HANDLE const again = OpenToRead(file.Name());
     EXPECT_TRUE(CloseHandle(handle));
     EXPECT_EQ(Read(second, 3), "456");
     EXPECT_EQ(Read(again, 3), "012");
@@ -69,14 +61,14 @@ TEST(Files, AreReadFromFrontToEnd) {
 
 TEST(Files, OnlyOpenFileHandlesServe) {
     TestFile file("x");
-    HANDLE const closed = Open(file.Name().c_str());
+    HANDLE const closed = OpenToRead(file.Name());
     EXPECT_TRUE(CloseHandle(closed));
     for (HANDLE handle : {closed, HANDLE{}, INVALID_HANDLE_VALUE}) {
         EXPECT_EQ(GetFileSize(handle, nullptr), INVALID_FILE_SIZE);
         EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
         EXPECT_EQ(Read(handle, 1), "error 6");
     }
-    HANDLE const open = Open(file.Name().c_str());
+    HANDLE const open = OpenToRead(file.Name());
     EXPECT_FALSE(SetEvent(open));
     EXPECT_FALSE(ReleaseMutex(open));
     EXPECT_TRUE(CloseHandle(open));
@@ -90,7 +82,7 @@ TEST(Files, TellSizesBeyond32Bits) {
     }
     std::fputc('x', stream);
     std::fflush(stream);
-    HANDLE const handle = Open(file.Name().c_str());
+    HANDLE const handle = OpenToRead(file.Name());
     DWORD high = 0;
     EXPECT_EQ(GetFileSize(handle, &high), 0x7FFFFFFEU);
     EXPECT_EQ(high, 1U);

@@ -75,7 +75,7 @@ TYPED_TEST(SearchFault, SurvivesEachSingleRefusal) {
         const auto before = ztk_test::Requests();
         ztk_test::FailAfter(n);
         HANDLE const handle =
-            CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+            CreateFileW(path, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
         {
             ZTK::CSearchQuery<TypeParam> query;
             query.SetTerm(Text<TypeParam>("a").data(), 0, false);

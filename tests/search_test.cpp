@@ -270,14 +270,11 @@ TYPED_TEST(Search, MakesCopiesInOneCaseOfAsciiLetters) {
 
 // --- Files
 
-// A file opened for a search; INVALID_HANDLE_VALUE if there is none.
+// A file opened for a search.
 struct FileHandle {
     HANDLE handle;
 
-    explicit FileHandle(const TestFile& file)
-        : handle(CreateFileW(ZTK::StrConvert(file.Name().c_str(), 0), GENERIC_READ,
-                             FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                             FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    explicit FileHandle(const TestFile& file) : handle(ztk_test::OpenToRead(file.Name())) {}
     FileHandle(const FileHandle&) = delete;
     FileHandle& operator=(const FileHandle&) = delete;
     ~FileHandle() { EXPECT_TRUE(CloseHandle(handle)); }

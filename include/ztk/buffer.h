@@ -172,7 +172,7 @@ class ZTK_API CBuffer {
     // that start within a partial match of at least two characters, its first and its last.
     //
     // Nothing outside the text is read; what is behind its end counts as NUL. A search without
-    // cancel takes the same hits much faster.
+    // cancel finds the same much faster.
     //
     // Errors: a null or empty text, an n below 0, and a query without a term give 0 and leave the
     // hits as they were; so does a lack of memory for the first list of hits. A term longer than

@@ -16,12 +16,9 @@ class LineCounter {
     // Goes on to the line of the character at place `to`. A delimiter belongs to the line it ends.
     // REQUIRES: to is not before the last place.
     void AdvanceTo(std::size_t to) noexcept {
-        const T* const fresh = text_ + counted_;
-        const std::size_t count = to - counted_;
-        if (const std::size_t lines = scan::Count(fresh, count, delimiter_); lines != 0) {
-            line_ += static_cast<std::uint32_t>(lines);
-            start_ = counted_ + scan::FindLast(fresh, count, delimiter_) + 1;
-        }
+        const scan::Occurrences ends = scan::FindAll(text_ + counted_, to - counted_, delimiter_);
+        line_ += static_cast<std::uint32_t>(ends.count);
+        start_ = ends.count != 0 ? counted_ + ends.end : start_;
         counted_ = to;
     }
 

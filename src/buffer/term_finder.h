@@ -151,7 +151,7 @@ class TermFinder {
     scan::PairFinder<T> ends_;  // places where the term's first and last characters match
     bool leaps_;                // look for matches first, for the alignments between only if needed
     std::size_t reach_ = 0;
-    std::size_t effort_ = 0;
+    std::uint64_t effort_ = 0;  // of comparisons that gave no match, in characters
 };
 
 }  // namespace ZTK::buffer

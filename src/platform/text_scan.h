@@ -3,6 +3,7 @@
 // Nothing outside the given text is read.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -145,46 +146,85 @@ class PairFinder {
     Lanes<T> second_lanes_;
 };
 
-// How many of count characters equal c.
-template <class T>
-std::size_t Count(const T* text, std::size_t count, T c) noexcept {
-    std::size_t found = 0;
-    std::size_t done = 0;
+// How often a character occurs, and the place behind the last one; 0 if there is none.
+struct Occurrences {
+    std::size_t count;
+    std::size_t end;
+};
+
 #if defined(ZTK_VECTOR_SCAN)
-    const Lanes<T> lanes(c, T{0});
-    const __m128i zero = _mm_setzero_si128();
-    while (count - done >= kStep) {
-        // Each lane counts for itself, as long as a byte can hold it.
-        const std::size_t steps = count - done < 255 * kStep ? (count - done) / kStep : 255;
-        __m128i counts = zero;
-        for (std::size_t i = 0; i < steps; ++i, done += kStep) {
-            counts = _mm_sub_epi8(counts, lanes(text + done));
-        }
-        const __m128i sums = _mm_sad_epu8(counts, zero);
-        found += static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) +
-                 static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_srli_si128(sums, 8)));
+
+// Gathers the occurrences of steps that come in order. Whether a step has one is not to be
+// foreseen, so nothing here branches on it.
+class StepSum {
+  public:
+    // at: the index of the step's first character. REQUIRES: at most 255 steps between two sums.
+    void Add(std::size_t at, __m128i equal) noexcept {
+        const unsigned bits = Bits(equal);
+        const std::size_t end = at + static_cast<std::size_t>(std::bit_width(bits));
+        end_ = bits != 0 ? end : end_;
+        lanes_ = _mm_sub_epi8(lanes_, equal);  // each lane counts for itself
     }
-#endif
-    for (; done < count; ++done) {
-        found += text[done] == c ? 1 : 0;
+
+    Occurrences Sum() noexcept {
+        const __m128i sums = _mm_sad_epu8(lanes_, _mm_setzero_si128());
+        lanes_ = _mm_setzero_si128();
+        count_ += static_cast<std::size_t>(_mm_cvtsi128_si32(sums)) +
+                  static_cast<std::size_t>(_mm_cvtsi128_si32(_mm_srli_si128(sums, 8)));
+        return {count_, end_};
     }
-    return found;
+
+  private:
+    __m128i lanes_ = _mm_setzero_si128();
+    std::size_t count_ = 0;
+    std::size_t end_ = 0;
+};
+
+// All ones in the last `lanes` of kStep bytes.
+inline __m128i LastLanes(std::size_t lanes) noexcept {
+    static constexpr std::int64_t kMask[] = {0, 0, -1, -1};
+    return Load(reinterpret_cast<const char*>(kMask) + lanes);
 }
 
-// The index of the last c among count characters. REQUIRES: there is one.
+// REQUIRES: count >= kStep.
 template <class T>
-std::size_t FindLast(const T* text, std::size_t count, T c) noexcept {
+Occurrences FindAllInSteps(const T* text, std::size_t count, T c) noexcept {
     const Lanes<T> lanes(c, T{0});
-    for (; count >= kStep; count -= kStep) {
-        const unsigned bits = Bits(lanes(text + count - kStep));
-        if (bits != 0) {
-            return count - kStep + static_cast<std::size_t>(std::bit_width(bits)) - 1;
+    StepSum sum;
+    std::size_t done = 0;
+    while (count - done >= kStep) {
+        constexpr std::size_t kMostSteps = 254;
+        const std::size_t steps = std::min((count - done) / kStep, kMostSteps);
+        for (std::size_t i = 0; i < steps; ++i, done += kStep) {
+            sum.Add(done, lanes(text + done));
+        }
+        if (steps == kMostSteps) {
+            (void)sum.Sum();
         }
     }
-    do {
-        --count;
-    } while (text[count] != c);
-    return count;
+    // The last step once more, without what is done.
+    const std::size_t last = count - kStep;
+    sum.Add(last, Both(lanes(text + last), LastLanes(count - done)));
+    return sum.Sum();
+}
+
+#endif
+
+// The occurrences of c among count characters.
+template <class T>
+Occurrences FindAll(const T* text, std::size_t count, T c) noexcept {
+#if defined(ZTK_VECTOR_SCAN)
+    if (count >= kStep) {
+        return FindAllInSteps(text, count, c);
+    }
+#endif
+    Occurrences found = {0, 0};
+    for (std::size_t i = 0; i < count; ++i) {
+        if (text[i] == c) {
+            found = {found.count + 1, i + 1};
+        }
+    }
+    return found;
 }
 
 }  // namespace ZTK::scan

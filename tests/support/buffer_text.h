@@ -12,6 +12,7 @@
 
 #include "support/text.h"
 #include "ztk/buffer.h"
+#include "ztk/strings.h"
 
 namespace ztk_test {
 
@@ -36,6 +37,13 @@ std::string Lines(ZTK::CBuffer<T>& buffer, int count) {
         joined += line == nullptr ? "(none)|" : "|";
     }
     return joined;
+}
+
+// A handle for reading the file of a UTF-8 path, or INVALID_HANDLE_VALUE.
+inline HANDLE OpenToRead(const std::string& path) {
+    return CreateFileW(ZTK::StrConvert(path.c_str(), 65001), GENERIC_READ,
+                       FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                       FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
 // A file of the given bytes, removed at the end of the scope.
