@@ -35,7 +35,12 @@ Outcome ConvertUnicode(const Source* text, std::size_t count, Sink& sink) noexce
         if (text == end) {
             return Outcome::kDone;
         }
-        // The run ended at another character, or because the sink is full; Put tells which.
+        const Source* const behind_small = sink.TakeSmall(text, end);
+        if (behind_small != text) {
+            text = behind_small;
+            continue;
+        }
+        // Here stands another character, or the sink is full; Put tells which.
         do {
             if (!sink.Put(TakeCharacter(text, end))) {
                 return Outcome::kNoRoom;

@@ -20,6 +20,11 @@ class MeasuringSink {
         size_ += run;
         return run;
     }
+    // Measured one by one.
+    template <class Source>
+    const Source* TakeSmall(const Source* text, const Source*) noexcept {
+        return text;
+    }
     bool Put(char32_t character) noexcept {
         size_ += EncodedCharacter<Char>(character).size;
         return true;
@@ -44,6 +49,15 @@ class BufferSink {
         const std::size_t run = CopyAsciiRun(text, std::min(count, room_ - size_), buffer_ + size_);
         size_ += run;
         return run;
+    }
+    // Takes characters below U+0800, which in most alphabets mix with ASCII in short runs. Stops
+    // at another one, where the room may not do, and at a run of ASCII.
+    template <class Source>
+    const Source* TakeSmall(const Source* text, const Source* end) noexcept {
+        Char* target = buffer_ + size_;
+        text = CopySmallCharacters(text, end, target, room_ - size_);
+        size_ = static_cast<std::size_t>(target - buffer_);
+        return text;
     }
     // False when the buffer is too small; it then holds what came before.
     bool Put(char32_t character) noexcept {

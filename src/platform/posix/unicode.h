@@ -119,4 +119,56 @@ struct EncodedCharacter {
     std::size_t size;
 };
 
+// Converts the characters below U+0800 at the start of [text, end) into target, which has room
+// units of room, moves target behind them and returns where they end. Stops early where a character
+// might not fit and behind so many ASCII ones that to copy the rest as a block is worth while.
+inline constexpr int kAsciiBlock = 16;
+
+inline const wchar_t* CopySmallCharacters(const wchar_t* text, const wchar_t* end, char*& target,
+                                          std::size_t room) noexcept {
+    if (static_cast<std::size_t>(end - text) > room / 2) {
+        end = text + room / 2;
+    }
+    char* out = target;  // not the reference, which what is stored might alias
+    for (int ascii = 0; text != end && *text < 0x800 && ascii < kAsciiBlock; ++text) {
+        const unsigned c = *text;
+        if (c < 0x80) {
+            *out++ = static_cast<char>(c);
+            ++ascii;
+        } else {
+            out[0] = static_cast<char>(0xC0 | c >> 6);
+            out[1] = static_cast<char>(0x80 | (c & 0x3F));
+            out += 2;
+            ascii = 0;
+        }
+    }
+    target = out;
+    return text;
+}
+
+inline const char* CopySmallCharacters(const char* text, const char* end, wchar_t*& target,
+                                       std::size_t room) noexcept {
+    if (static_cast<std::size_t>(end - text) > room) {
+        end = text + room;
+    }
+    wchar_t* out = target;
+    for (int ascii = 0; end - text >= 2 && ascii < kAsciiBlock;) {
+        const auto lead = static_cast<unsigned char>(text[0]);
+        const auto next = static_cast<unsigned char>(text[1]);
+        if (lead < 0x80) {
+            *out++ = static_cast<wchar_t>(lead);
+            ++text;
+            ++ascii;
+        } else if (lead >= 0xC2 && lead < 0xE0 && (next & 0xC0) == 0x80) {
+            *out++ = static_cast<wchar_t>((lead & 0x1F) << 6 | (next & 0x3F));
+            text += 2;
+            ascii = 0;
+        } else {
+            break;
+        }
+    }
+    target = out;
+    return text;
+}
+
 }  // namespace ZTKPosix
