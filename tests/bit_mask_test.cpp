@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bitset>
 #include <random>
 #include <vector>
 
@@ -11,58 +12,45 @@ namespace {
 
 using ZTK::CBitMask;
 
-// One bool for each stored bit.
+// The blocks, each a set of positions.
 struct Model {
-    std::vector<bool> bits = std::vector<bool>(128);
+    std::vector<std::bitset<64>> blocks = std::vector<std::bitset<64>>(2);
     std::uint64_t size = 64;
 
     void SetSize(std::uint64_t n, bool fill) {
-        const std::size_t stored = (n / 64 + 1) * 64;
-        if (stored <= bits.size()) {
-            bits.clear();
+        if (n / 64 + 1 <= blocks.size()) {
+            blocks.clear();
         }
-        bits.resize(stored, fill);
+        blocks.resize(n / 64 + 1, fill ? ~std::bitset<64>() : std::bitset<64>());
         size = n;
     }
-    void Reach(std::uint64_t bit) {
-        if (bit >= bits.size()) {
+    std::bitset<64>& BlockOf(std::uint64_t bit) {
+        if (bit / 64 >= blocks.size()) {
             SetSize(bit + 256, false);
         }
+        return blocks[bit / 64];
     }
     void Clear(std::uint64_t bit) {
+        std::bitset<64>& block = BlockOf(bit);
         const std::size_t position = bit % 64;
-        const auto block = bits.begin() + static_cast<std::ptrdiff_t>(bit - position);
-        if (position == 31 || position == 63) {
-            std::fill(block + 31, block + 64, false);
-        } else {
-            block[static_cast<std::ptrdiff_t>(position < 31 ? position : position - 32)] = false;
+        for (std::size_t i = 31; i < 64 && (position == 31 || position == 63); ++i) {
+            block.reset(i);
         }
-    }
-    bool ShareInBlock(const Model& other, std::size_t block) const {
-        for (std::size_t i = block * 64; i < block * 64 + 64; ++i) {
-            if (i < bits.size() && i < other.bits.size() && bits[i] && other.bits[i]) {
-                return true;
-            }
-        }
-        return false;
+        block.reset(position < 32 ? position : position - 32);
     }
     bool Intersects(const Model& other) const {
-        const std::size_t theirs = other.bits.size() / 64;
-        const std::size_t compared = size > theirs ? theirs : bits.size() / 64;
-        for (std::size_t block = 0; block < compared; ++block) {
-            if (!ShareInBlock(other, block)) {
+        const std::size_t theirs = other.blocks.size();
+        for (std::size_t i = 0; i < (size > theirs ? theirs : blocks.size()); ++i) {
+            if (i >= blocks.size() || i >= theirs || (blocks[i] & other.blocks[i]).none()) {
                 return false;
             }
         }
         return true;
     }
-    bool IsEmpty(std::size_t of_each_block) const {
-        for (std::size_t i = 0; i < bits.size(); ++i) {
-            if (bits[i] && i % 64 < of_each_block) {
-                return false;
-            }
-        }
-        return true;
+    bool IsEmpty(std::uint64_t positions) const {
+        return std::ranges::all_of(blocks, [positions](const std::bitset<64>& block) {
+            return (block & std::bitset<64>(positions)).none();
+        });
     }
 };
 
@@ -72,7 +60,7 @@ TEST(BitMask, IsTheModelUnderRandomOperations) {
         SCOPED_TRACE(round);
         CBitMask masks[2] = {CBitMask(), CBitMask(1)};
         Model models[2];
-        models[1].bits[0] = true;
+        models[1].blocks[0][0] = true;
         for (int step = 0; step < 200; ++step) {
             const std::size_t i = random() % 2;
             CBitMask& mask = masks[i];
@@ -86,7 +74,7 @@ TEST(BitMask, IsTheModelUnderRandomOperations) {
                     break;
                 case 1:
                     EXPECT_EQ(&~mask, &mask);
-                    model.bits.flip();
+                    std::ranges::for_each(model.blocks, [](auto& block) { block.flip(); });
                     break;
                 case 2:
                     mask = masks[1 - i];
@@ -94,25 +82,23 @@ TEST(BitMask, IsTheModelUnderRandomOperations) {
                     break;
                 case 3:
                     mask.Clear();
-                    model.bits.assign(model.bits.size(), false);
+                    std::ranges::for_each(model.blocks, [](auto& block) { block.reset(); });
                     break;
                 default:
                     EXPECT_TRUE(mask.Set(bit, value));
-                    model.Reach(bit);
-                    value ? void(model.bits[bit] = true) : model.Clear(bit);
+                    value ? void(model.BlockOf(bit).set(bit % 64)) : model.Clear(bit);
             }
-            const std::uint64_t probe = random() % (model.bits.size() + (random() % 16 == 0));
-            model.Reach(probe);
-            ASSERT_EQ(mask.IsSet(probe), model.bits[probe]);
-            ASSERT_EQ(mask.IsEmpty(), model.IsEmpty(64));
-            ASSERT_EQ(!mask, model.IsEmpty(32));
+            const std::uint64_t probe = random() % (64 * model.blocks.size() + step % 2);
+            ASSERT_EQ(mask.IsSet(probe), model.BlockOf(probe)[probe % 64]);
+            ASSERT_EQ(mask.IsEmpty(), model.IsEmpty(~0ull));
+            ASSERT_EQ(!mask, model.IsEmpty(0xFFFFFFFF));
             ASSERT_EQ(masks[0] & masks[1], models[0].Intersects(models[1]));
             ASSERT_EQ(masks[1] & masks[0], models[1].Intersects(models[0]));
         }
         CBitMask copy(masks[0]);
         masks[0].Clear();
-        for (std::uint64_t bit = 0; bit < models[0].bits.size(); ++bit) {
-            ASSERT_NE(copy.IsClear(bit), models[0].bits[bit]) << bit;
+        for (std::uint64_t bit = 0; bit < 64 * models[0].blocks.size(); ++bit) {
+            ASSERT_NE(copy.IsClear(bit), models[0].BlockOf(bit)[bit % 64]) << bit;
         }
     }
 }
