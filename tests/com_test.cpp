@@ -38,15 +38,14 @@ TEST(ComBinder, InitialisesForAsLongAsItLivesAlsoASecondTime) {
 TEST(ComBinder, PassesItsFlagsOnAndUndoesNothingThatFailed) {
     const struct {
         DWORD thread;
-        unsigned long binder;
+        DWORD binder;
     } cases[] = {{COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED},
                  {COINIT_MULTITHREADED, COINIT_APARTMENTTHREADED}};
     for (const auto& models : cases) {
         OnFreshThread([&models] {
             ASSERT_EQ(CoInitializeEx(nullptr, models.thread), S_OK);
             { const ZTK::CCOMBinder refused(models.binder); }
-            EXPECT_EQ(CoInitializeEx(nullptr, static_cast<DWORD>(models.binder)),
-                      RPC_E_CHANGED_MODE)
+            EXPECT_EQ(CoInitializeEx(nullptr, models.binder), RPC_E_CHANGED_MODE)
                 << "the thread's own initialisation is gone";
             {
                 const ZTK::CCOMBinder same(models.thread);
