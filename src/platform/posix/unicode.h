@@ -119,11 +119,11 @@ struct EncodedCharacter {
     std::size_t size;
 };
 
-// Converts the characters below U+0800 at the start of [text, end) into target, which has room
-// units of room, moves target behind them and returns where they end. Stops early where a character
-// might not fit and behind so many ASCII ones that to copy the rest as a block is worth while.
-inline constexpr int kAsciiBlock = 16;
+inline constexpr int kAsciiBlock = 16;  // so many in a row are better copied as a block
 
+// Converts the characters below U+0800 at the start of [text, end) into target, which has room for
+// room units, moves target behind them and returns where they end. Stops early where a character
+// might not fit, and behind a row of ASCII that makes a block.
 inline const wchar_t* CopySmallCharacters(const wchar_t* text, const wchar_t* end, char*& target,
                                           std::size_t room) noexcept {
     if (static_cast<std::size_t>(end - text) > room / 2) {
