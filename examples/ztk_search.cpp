@@ -1,7 +1,6 @@
 // Searches files for a term and prints the lines that have it, with their numbers.
 //
 //     ztk_search --ignore-case breakpoint agent.log trace.log
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -12,9 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "input_file.h"
 #include "utf.h"
-
-#include <ztk/ztk.h>
 
 namespace {
 
@@ -30,19 +28,15 @@ constexpr const char* kUsage =
     "      --             what follows are no options\n"
     "\n"
     "The term of a file that is not UTF-16 is searched byte by byte. Two rules of the library's\n"
-    "search differ from grep's: matches do not overlap, and after a partial match the search may "
-    "go\n"
-    "on behind a match that starts within it (aabb is not found in aaabbx). A line is printed up "
-    "to\n"
-    "its first carriage return or NUL. An underscore is no part of a word.\n"
+    "search differ from grep's: matches do not overlap, and after a partial match the search may\n"
+    "go on behind a match that starts within it (aabb is not found in aaabbx). A line is printed\n"
+    "up to its first carriage return or NUL. An underscore is no part of a word.\n"
     "\n"
-    "Files that cannot be searched are reported, and the next ones are searched all the same. "
-    "Ctrl-C\n"
-    "ends the search.\n"
+    "Files that cannot be searched are reported, and the next ones are searched all the same.\n"
+    "Ctrl-C ends the search.\n"
     "Exit code: 0 if a line was found, 1 if none was, 2 if there was trouble.\n";
 
 constexpr DWORD kLargeFile = 16 << 20;  // bytes from which on progress is worth a report
-constexpr DWORD kTooLarge = 0x80000000;
 
 struct Settings {
     DWORD flags = 0;
@@ -164,69 +158,6 @@ class Finder {
     ZTK::CBuffer<T> buffer_;
 };
 
-// A file opened for reading.
-class InputFile {
-  public:
-    explicit InputFile(const std::string& path)
-        : path_(path),
-          handle_(CreateFileW(ZTK::StrConvert(path.c_str(), 0), GENERIC_READ,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                              FILE_ATTRIBUTE_NORMAL, nullptr)),
-          error_(handle_ == INVALID_HANDLE_VALUE ? GetLastError() : 0) {}
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
-    ~InputFile() {
-        if (handle_ != INVALID_HANDLE_VALUE) {
-            CloseHandle(handle_);
-        }
-    }
-
-    HANDLE Handle() const { return handle_; }
-
-    // Why there is nothing to search, or an empty text. *size receives the size in bytes.
-    std::string Problem(DWORD* size) const {
-        if (handle_ == INVALID_HANDLE_VALUE) {
-            return OpenProblem();
-        }
-        DWORD high = 0;
-        SetLastError(0);
-        *size = GetFileSize(handle_, &high);
-        if (*size == INVALID_FILE_SIZE && GetLastError() != 0) {
-            return "is no file";
-        }
-        return high != 0 || *size >= kTooLarge ? "has 2 GiB or more, which is too large" : "";
-    }
-
-    // Whether the next two bytes are the mark of UTF-16 (little-endian), which are then read.
-    bool TakeMark() const {
-        unsigned char mark[2] = {};
-        DWORD read = 0;
-        return ReadFile(handle_, mark, sizeof mark, &read, nullptr) != 0 && read == sizeof mark &&
-               mark[0] == 0xFF && mark[1] == 0xFE;
-    }
-
-  private:
-    std::string OpenProblem() const {
-        struct stat info {};
-        if (stat(path_.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-            return "is a directory";
-        }
-        switch (error_) {
-            case ERROR_FILE_NOT_FOUND:
-            case ERROR_PATH_NOT_FOUND:
-                return "no such file";
-            case ERROR_ACCESS_DENIED:
-                return "may not be read";
-            default:
-                return "cannot be opened (error " + std::to_string(error_) + ")";
-        }
-    }
-
-    const std::string path_;
-    const HANDLE handle_;
-    const DWORD error_;
-};
-
 class Program {
   public:
     explicit Program(const Settings& settings)
@@ -251,7 +182,7 @@ class Program {
 
   private:
     std::string SearchFile(const std::string& path) {
-        const InputFile file(path);
+        const example::InputFile file(path);
         DWORD size = 0;
         std::string problem = file.Problem(&size);
         if (!problem.empty()) {
@@ -265,7 +196,7 @@ class Program {
         if (file.TakeMark()) {
             return SearchWith(&wide_, file, path, report);
         }
-        const InputFile anew(path);  // the first bytes belong to the text
+        const example::InputFile anew(path);  // the first bytes belong to the text
         if (settings_.utf16) {
             return SearchWith(&wide_, anew, path, report);
         }
@@ -273,8 +204,8 @@ class Program {
     }
 
     template <class T>
-    std::string SearchWith(Finder<T>* finder, const InputFile& file, const std::string& path,
-                           bool report) {
+    std::string SearchWith(Finder<T>* finder, const example::InputFile& file,
+                           const std::string& path, bool report) {
         std::string problem = finder->Search(file.Handle(), path, report);
         lines_ += finder->Print(path);
         return problem;
