@@ -270,7 +270,7 @@ TEST(XmlDocument, AMillionAttributesAreNoDanger) {
 }
 
 TEST(XmlDocument, AHugeTextIsNoDanger) {
-    constexpr std::size_t kLength = std::size_t{256} << 20;
+    constexpr std::size_t kLength = std::size_t{ZTK_TEST_HUGE_TEXT_MIB} << 20;
     std::vector<wchar_t> text(kLength + 8, L'x');
     std::copy_n(L"<a>", 3, text.begin());
     std::copy_n(L"</a>", 5, text.end() - 5);
