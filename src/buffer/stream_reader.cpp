@@ -19,7 +19,7 @@ std::size_t ReadCharacter(std::FILE* stream, char* units) {
 }
 
 std::size_t ReadCharacter(std::FILE* stream, wchar_t* units) {
-    const std::wint_t c = fgetwc(stream);
+    const std::wint_t c = FgetwcUnderLock(stream);
     if (c == WEOF) {
         // Where the runtime's characters have 16 bits, 0xFFFF may be a unit of the text.
         constexpr bool is_also_unit = sizeof(std::wint_t) == sizeof(wchar_t);

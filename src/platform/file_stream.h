@@ -1,11 +1,11 @@
 // The C runtime's streams as far as a buffer reads them: _fileno and _filelength (the size of the
 // file behind an open stream in bytes, or -1), _lock_file and _unlock_file, and _fgetc_nolock,
-// which is fgetc for a caller that holds the stream's lock.
+// which is fgetc for a caller that holds the stream's lock. FgetwcUnderLock is that for fgetwc.
 //
-// Wide characters are read with fgetwc itself on both targets: the mode in which the caller opened
-// the stream decides how it decodes, and nobody else can. It hands out wint_t, whose width does not
+// Wide characters are read with fgetwc on both targets: the mode in which the caller opened the
+// stream decides how it decodes, and nobody else can. It hands out wint_t, whose width does not
 // depend on that of wchar_t, so it is safe to call where the C library's own wide characters are
-// wider than ours. Within _lock_file its own locking costs next to nothing.
+// wider than ours.
 #pragma once
 
 #include <cstdio>
@@ -20,6 +20,13 @@
 #endif
 
 namespace ZTK {
+
+#if defined(_WIN32)
+// The runtime exports no form of it that leaves the lock out.
+inline std::wint_t FgetwcUnderLock(std::FILE* stream) {
+    return fgetwc(stream);
+}
+#endif
 
 // Keeps a stream to the calling thread for a scope.
 class StreamLock {

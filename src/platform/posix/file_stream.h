@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <cwchar>
 
 #include "ztk/platform.h"
 
@@ -21,6 +22,12 @@ inline int _fgetc_nolock(std::FILE* stream) {
     return getc_unlocked(stream);  // NOLINT(concurrency-mt-unsafe): under the lock
 }
 
+// fgetwc, without its taking the stream's lock again, which costs more than the character itself.
+// REQUIRES: the caller holds the stream's lock.
+inline std::wint_t FgetwcUnderLock(std::FILE* stream) {
+    return ::fgetwc_unlocked(stream);
+}
+
 }  // namespace ZTKPosix
 
 namespace ZTK {
@@ -29,4 +36,5 @@ using ZTKPosix::_filelength;
 using ZTKPosix::_fileno;
 using ZTKPosix::_lock_file;
 using ZTKPosix::_unlock_file;
+using ZTKPosix::FgetwcUnderLock;
 }  // namespace ZTK
