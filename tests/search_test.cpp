@@ -228,29 +228,6 @@ TYPED_TEST(Search, ASearchOfTheOwnTextCountsLinesAsLoadStoresThem) {
     EXPECT_EQ(line, 0);
 }
 
-TYPED_TEST(Search, ACallbackThatThrowsLeavesTheHitsSoFar) {
-    struct Enough {};
-    this->SetTerm("a");
-    this->SetText("aaaa");
-    int calls = 0;
-    const auto third = [](void* count) {
-        return ++*static_cast<int*>(count) == 3 ? throw Enough() : false;
-    };
-    EXPECT_THROW(this->buffer.Search(this->buffer.GetBuffer(), 4, 0, this->query, third, &calls, 0),
-                 Enough);
-    EXPECT_EQ(this->Hits(), "0:1 0:1 ");
-}
-
-TYPED_TEST(Search, AssignedQueriesShareTheTerm) {
-    using Query = ZTK::CSearchQuery<TypeParam>;
-    alignas(Query) unsigned char storage[sizeof(Query)];
-    auto* const copy = new (storage) Query;  // never destroyed: only one of two sharers may be
-    this->SetTerm("b");
-    *copy = this->query;
-    this->SetText("abab");
-    EXPECT_EQ(this->buffer.Search(0, *copy), 2U);
-}
-
 TYPED_TEST(Search, MakesCopiesInOneCaseOfAsciiLetters) {
     using Query = ZTK::CSearchQuery<TypeParam>;
     const char* const narrow = "aZ@[`{\xE9";

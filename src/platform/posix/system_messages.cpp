@@ -25,21 +25,21 @@ constexpr Message kMessages[] = {
     {ERROR_SUCCESS, 0},
     {ERROR_FILE_NOT_FOUND, ENOENT},
     {ERROR_PATH_NOT_FOUND, "Path not found"},
-    {4, EMFILE},  // too many open files
+    {ERROR_TOO_MANY_OPEN_FILES, EMFILE},
     {ERROR_ACCESS_DENIED, EACCES},
     {ERROR_INVALID_HANDLE, "Invalid handle"},
     {ERROR_NOT_ENOUGH_MEMORY, ENOMEM},
-    {30, EIO},  // read fault
-    {31, "General failure"},
-    {50, ENOTSUP},  // not supported
+    {ERROR_READ_FAULT, EIO},
+    {ERROR_GEN_FAILURE, "General failure"},
+    {ERROR_NOT_SUPPORTED, ENOTSUP},
     {ERROR_INVALID_PARAMETER, EINVAL},
     {ERROR_INSUFFICIENT_BUFFER, "Buffer too small"},
     {ERROR_ALREADY_EXISTS, "Object already exists"},
     {ERROR_ENVVAR_NOT_FOUND, "Environment variable not found"},
-    {206, ENAMETOOLONG},  // file name too long
+    {ERROR_FILENAME_EXCED_RANGE, ENAMETOOLONG},
     {ERROR_NOT_OWNER, "Mutex not owned by the caller"},
     {ERROR_MR_MID_NOT_FOUND, "No text for this code"},
-    {998, EFAULT},  // no access to memory
+    {ERROR_NOACCESS, EFAULT},
     {ERROR_RESOURCE_TYPE_NOT_FOUND, "Resource type not found"},
     {ERROR_RESOURCE_NAME_NOT_FOUND, "Resource name not found"},
     {WSAEBADF, EBADF},
