@@ -1,0 +1,19 @@
+// What the leak checker is not to look at.
+#pragma once
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace ztk_test {
+
+// While one lives, what its thread allocates does not count as leaked.
+#if defined(__SANITIZE_ADDRESS__)
+using NoLeakCheck = __lsan::ScopedDisabler;
+#else
+struct NoLeakCheck {
+    NoLeakCheck() {}
+};
+#endif
+
+}  // namespace ztk_test
