@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "buffer/base64_codec.h"
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 
 namespace ZTK {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "platform/base64_lanes.h"
+#include "platform/processor/base64_lanes.h"
 
 namespace ZTK::base64 {
 

@@ -2,7 +2,7 @@
 #include <climits>
 #include <cstring>
 
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "strings/runtime_overloads.h"
 #include "ztk/base64.h"
 #include "ztk/memory.h"

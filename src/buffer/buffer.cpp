@@ -11,7 +11,7 @@
 #include "buffer/buffer_storage.h"
 #include "buffer/char_tests.h"
 #include "buffer/ptr_array.h"
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "strings/runtime_overloads.h"
 #include "ztk/strings.h"
 

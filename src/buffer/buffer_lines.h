@@ -8,7 +8,7 @@
 #include "buffer/block_text.h"
 #include "buffer/ptr_array.h"
 #include "buffer/stream_reader.h"
-#include "platform/line_copy.h"
+#include "platform/processor/line_copy.h"
 #include "strings/runtime_overloads.h"
 #include "ztk/buffer.h"
 

@@ -10,7 +10,7 @@
 #include "buffer/line_counter.h"
 #include "buffer/ptr_array.h"
 #include "buffer/term_finder.h"
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "ztk/buffer.h"
 #include "ztk/search.h"
 

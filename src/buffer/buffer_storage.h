@@ -4,9 +4,9 @@
 #include <cstring>
 #include <limits>
 
-#include "platform/allocation.h"
 #include "platform/file_stream.h"
 #include "platform/large_block.h"
+#include "platform/memory/allocation.h"
 #include "ztk/buffer.h"
 
 namespace ZTK {

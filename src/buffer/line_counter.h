@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/text_scan.h"
+#include "platform/processor/text_scan.h"
 
 namespace ZTK::buffer {
 

@@ -8,8 +8,8 @@
 #include <limits>
 #include <new>
 
-#include "platform/allocation.h"
 #include "platform/large_block.h"
+#include "platform/memory/allocation.h"
 #include "ztk/memory.h"
 #include "ztk/ptr_array.h"
 

@@ -6,7 +6,7 @@
 
 #include "buffer/letter_case.h"
 #include "buffer/skip_table.h"
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "strings/runtime_overloads.h"
 
 namespace ZTK {

@@ -14,7 +14,7 @@
 
 #include "buffer/letter_case.h"
 #include "buffer/skip_table.h"
-#include "platform/text_scan.h"
+#include "platform/processor/text_scan.h"
 
 namespace ZTK::buffer {
 

@@ -5,9 +5,9 @@
 #include <climits>
 #include <cstring>
 
-#include "frame/logging_switches.h"
+#include "frame/host/logging_switches.h"
 #include "net/message_queue.h"
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "ztk/logging.h"
 
 namespace ZTK::net {

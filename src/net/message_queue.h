@@ -2,7 +2,7 @@
 // received message passes through two of them.
 #pragma once
 
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "ztk/messages.h"
 
 namespace ZTK::net {

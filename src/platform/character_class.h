@@ -5,5 +5,5 @@
 #if defined(_WIN32)
 #include <cwctype>
 #else
-#include "platform/posix/character_class.h"
+#include "platform/posix/text/character_class.h"
 #endif

@@ -4,5 +4,5 @@
 #include "ztk/platform.h"
 
 #if !defined(_WIN32)
-#include "platform/posix/code_page.h"
+#include "platform/posix/text/code_page.h"
 #endif

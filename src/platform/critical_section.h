@@ -5,5 +5,5 @@
 #include "ztk/platform.h"
 
 #if !defined(_WIN32)
-#include "platform/posix/critical_section.h"
+#include "platform/posix/kernel/critical_section.h"
 #endif

@@ -4,5 +4,5 @@
 #if defined(_WIN32)
 #include <io.h>
 #else
-#include "platform/posix/file_access.h"
+#include "platform/posix/files/file_access.h"
 #endif

@@ -16,7 +16,7 @@
 #if defined(_WIN32)
 #include <io.h>
 #else
-#include "platform/posix/file_stream.h"
+#include "platform/posix/files/file_stream.h"
 #endif
 
 namespace ZTK {

@@ -11,5 +11,5 @@
 #include <cstdio>
 #include <cwchar>
 #else
-#include "platform/posix/formatting.h"
+#include "platform/posix/text/formatting.h"
 #endif

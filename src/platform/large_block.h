@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #if !defined(_WIN32)
-#include "platform/posix/large_block.h"
+#include "platform/posix/process/large_block.h"
 #endif
 
 namespace ZTK {

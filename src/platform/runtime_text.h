@@ -12,5 +12,5 @@
 #include <cstring>
 #include <cwchar>
 #else
-#include "platform/posix/runtime_text.h"
+#include "platform/posix/text/runtime_text.h"
 #endif

@@ -11,5 +11,5 @@
 #include "ztk/platform.h"
 
 #if !defined(_WIN32)
-#include "platform/posix/socket_calls.h"
+#include "platform/posix/net/socket_calls.h"
 #endif

@@ -11,5 +11,5 @@ namespace ZTK {
 using TextStream = FILE;
 }
 #else
-#include "platform/posix/text_stream.h"
+#include "platform/posix/text/text_stream.h"
 #endif

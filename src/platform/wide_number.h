@@ -5,5 +5,5 @@
 #if defined(_WIN32)
 #include <cstdlib>
 #else
-#include "platform/posix/wide_number.h"
+#include "platform/posix/text/wide_number.h"
 #endif

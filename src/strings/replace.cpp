@@ -2,7 +2,7 @@
 #include <cstring>
 #include <limits>
 
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "strings/runtime_overloads.h"
 #include "ztk/strings.h"
 

@@ -5,7 +5,7 @@
 #include <functional>
 #include <limits>
 
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "strings/runtime_overloads.h"
 
 namespace ZTK {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 
 namespace ZTK {
 namespace {

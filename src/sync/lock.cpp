@@ -1,7 +1,7 @@
 #include <new>
 
-#include "platform/allocation.h"
 #include "platform/critical_section.h"
+#include "platform/memory/allocation.h"
 #include "ztk/sync.h"
 
 namespace ZTK {

@@ -1,6 +1,6 @@
 #include "sync/thread_registry.h"
 
-#include "frame/static_object.h"
+#include "frame/base/static_object.h"
 #include "sync/lock_guard.h"
 #include "sync/thread_table.h"
 #include "ztk/threads.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 
 namespace ZTK::sync {
 

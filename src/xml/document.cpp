@@ -1,5 +1,5 @@
 // Documents: creation, loading, the root.
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "xml/dom_calls.h"
 #include "ztk/strings.h"
 #include "ztk/xml.h"

@@ -1,5 +1,5 @@
 // The text value of a node: as it is read, as a number, and as CXml hands it out.
-#include "frame/tmp_ring.h"
+#include "frame/base/tmp_ring.h"
 #include "platform/wide_number.h"
 #include "xml/dom_calls.h"
 #include "xml/long_texts.h"

@@ -1,5 +1,5 @@
 // Names that can be ordered.
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "ztk/xml.h"
 
 namespace ZTK {

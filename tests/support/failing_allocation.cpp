@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 
-#include "platform/allocation.h"
+#include "platform/memory/allocation.h"
 #include "support/faults.h"
 #include "ztk/platform.h"
 

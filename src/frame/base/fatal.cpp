@@ -1,0 +1,13 @@
+#include "frame/base/fatal.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace ZTK::frame {
+
+void Fatal(const char* message) noexcept {
+    (void)std::fprintf(stderr, "ZtkAgentLib: %s The process ends.\n", message);
+    std::abort();
+}
+
+}  // namespace ZTK::frame

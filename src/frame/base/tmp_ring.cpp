@@ -1,0 +1,133 @@
+#include "frame/base/tmp_ring.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <new>
+#include <thread>
+
+#include "frame/base/fatal.h"
+#include "platform/memory/allocation.h"
+#include "ztk/memory.h"
+
+namespace ZTK::frame {
+
+constinit TmpRing<char> narrow_ring;
+constinit TmpRing<wchar_t> wide_ring;
+
+std::int32_t NextTmpIndex(std::atomic<std::int32_t>& counter, std::int32_t limit) noexcept {
+    for (;;) {
+        const std::int32_t drawn = counter.fetch_add(1);
+        if (drawn < limit) {
+            return drawn;
+        }
+        if (drawn == limit) {
+            // Whoever draws the limit itself wraps the ring, also one that was waiting for a wrap:
+            // a drawn limit that nobody acted on would leave every later caller waiting.
+            counter.store(1);
+            return 0;
+        }
+        // Another caller is between drawing the limit and resetting the counter. Looking without
+        // drawing keeps the counter from running away while that caller is not scheduled.
+        while (counter.load() > limit) {
+            std::this_thread::yield();
+        }
+    }
+}
+
+// The text lies directly behind the capacity. Blocks that a slot has outgrown stay allocated until
+// the library is unloaded, linked through `older`: a thread that was held up between its request
+// and its last write then still writes into memory. Capacities double, so all outgrown blocks of a
+// slot together are no larger than its current one.
+template <typename Char>
+struct TmpRing<Char>::Block {
+    Block* older;
+    std::uint32_t capacity;  // characters
+
+    Char* Text() noexcept { return reinterpret_cast<Char*>(this + 1); }
+
+    static Block* Create(std::uint32_t count, Block* older) noexcept {
+        constexpr std::uint32_t kSmallest = 64;
+        const std::uint32_t capacity =
+            std::min(std::bit_ceil(std::max(count, kSmallest)), kMaxRingText);
+        void* memory = allocation::ProcessAlloc(sizeof(Block) + capacity * sizeof(Char));
+        if (memory == nullptr) {
+            Fatal("Out of memory for a temporary string.");
+        }
+        auto* block = ::new (memory) Block{older, capacity};
+        if (older != nullptr) {
+            // The text of the slot's earlier user stays readable behind the first character.
+            std::memcpy(block->Text(), older->Text(), older->capacity * sizeof(Char));
+        }
+        return block;
+    }
+};
+
+template <typename Char>
+auto TmpRing<Char>::EnsureTmpSlot(std::atomic<Block*>& slot, std::uint32_t count) noexcept
+    -> Block* {
+    Block* block = slot.load(std::memory_order_acquire);
+    while (block == nullptr || block->capacity < count) {
+        Block* larger = Block::Create(count, block);
+        if (slot.compare_exchange_strong(block, larger, std::memory_order_acq_rel)) {
+            return larger;
+        }
+        allocation::ProcessFree(larger);  // another thread grew the slot first; look at its block
+    }
+    return block;
+}
+
+template <typename Char>
+Char* TmpRing<Char>::Request(std::uint32_t count) noexcept {
+    const std::int32_t index = NextTmpIndex(next_, kRingSlots);
+    Char* text = EnsureTmpSlot(slots_[index], count)->Text();
+    // Two requests at least 256 apart may still meet here when one of their threads was held up.
+    std::atomic_ref<Char>(*text).store(0, std::memory_order_relaxed);
+    return text;
+}
+
+template <typename Char>
+void TmpRing<Char>::Clear() noexcept {
+    for (auto& slot : slots_) {
+        slot.store(nullptr, std::memory_order_relaxed);
+    }
+}
+
+template <typename Char>
+void TmpRing<Char>::FreeSlot(std::int32_t index) noexcept {
+    Block* block = slots_[index].load(std::memory_order_acquire);
+    while (block != nullptr) {
+        Block* older = block->older;
+        allocation::ProcessFree(block);
+        block = older;
+    }
+}
+
+template class TmpRing<char>;
+template class TmpRing<wchar_t>;
+
+namespace {
+
+template <typename Char>
+unsigned int RequestFrom(TmpRing<Char>& ring, Char*& text, unsigned int count) noexcept {
+    if (count == 0 || count > kMaxRingText) {
+        return 0;
+    }
+    text = ring.Request(count);
+    return 1;
+}
+
+}  // namespace
+}  // namespace ZTK::frame
+
+namespace ZTK {
+
+unsigned int ZTKGetTmpString(char*& text, unsigned int count) noexcept {
+    return frame::RequestFrom(frame::narrow_ring, text, count);
+}
+
+unsigned int ZTKGetTmpString(wchar_t*& text, unsigned int count) noexcept {
+    return frame::RequestFrom(frame::wide_ring, text, count);
+}
+
+}  // namespace ZTK

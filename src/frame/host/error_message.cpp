@@ -1,0 +1,35 @@
+// The system's texts for last-error codes.
+#include "frame/base/tmp_ring.h"
+#include "ztk/host.h"
+
+namespace ZTK {
+
+namespace {
+
+constexpr DWORD kRoom = 1024;            // characters of a slot, however short the text
+constexpr DWORD kUserLanguage = 0x0400;  // neutral language, default sub-language
+constexpr DWORD kFlags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+
+DWORD CodeOrLastError(DWORD code) noexcept {
+    return code != 0 ? code : GetLastError();
+}
+
+}  // namespace
+
+// The formatter's result is not looked at: without a text, the slot is empty.
+
+const char* ZTKGetErrorMessageA(DWORD code) noexcept {
+    code = CodeOrLastError(code);
+    char* const text = frame::narrow_ring.Request(kRoom);
+    (void)FormatMessageA(kFlags, nullptr, code, kUserLanguage, text, kRoom, nullptr);
+    return text;
+}
+
+const wchar_t* ZTKGetErrorMessageW(DWORD code) noexcept {
+    code = CodeOrLastError(code);
+    wchar_t* const text = frame::wide_ring.Request(kRoom);
+    (void)FormatMessageW(kFlags, nullptr, code, kUserLanguage, text, kRoom, nullptr);
+    return text;
+}
+
+}  // namespace ZTK

@@ -1,0 +1,93 @@
+#include "frame/host/logging.h"
+
+#include "frame/base/static_object.h"
+#include "frame/host/hex_line.h"
+#include "frame/host/logging_switches.h"
+#include "frame/host/scratch_text.h"
+#include "frame/host/trace_log.h"
+#include "platform/code_page.h"
+#include "sync/lock_guard.h"
+#include "ztk/logging.h"
+#include "ztk/memory.h"
+#include "ztk/sync.h"
+
+namespace ZTK {
+namespace frame {
+
+constinit LoggingSwitches logging_switches;
+
+namespace {
+
+constexpr int kTextMode = 1;
+constexpr UINT kUtf8 = 65001;
+
+struct LogState {
+    CLock lock;
+    HexLine hex_line;  // guarded by lock
+};
+
+constinit StaticObject<LogState> log_state;
+
+// Takes a ring slot as every conversion does; a text too long for one is not written.
+void WriteUtf8(const char* text) noexcept {
+    ScratchText wide;
+    int count = MultiByteToWideChar(kUtf8, 0, text, -1, wide.get(), ScratchText::kShort);
+    if (count == 0) {
+        count = MultiByteToWideChar(kUtf8, 0, text, -1, nullptr, 0);
+        if (!wide.Reserve(count)) {
+            return;
+        }
+        count = MultiByteToWideChar(kUtf8, 0, text, -1, wide.get(), count);
+    }
+    wchar_t* slot = nullptr;
+    if (ZTKGetTmpString(slot, static_cast<unsigned int>(count)) != 0) {
+        WriteTraceLog(wide.get());
+    }
+}
+
+}  // namespace
+
+void BuildLogging() noexcept {
+    log_state.Build();
+}
+
+void DestroyLogging() noexcept {
+    log_state.Destroy();
+}
+
+}  // namespace frame
+
+void EnableLogging(bool enable, int mode) noexcept {
+    frame::logging_switches.enabled.store(enable, std::memory_order_relaxed);
+    frame::logging_switches.text_mode.store(mode == frame::kTextMode, std::memory_order_relaxed);
+}
+
+void LogTextA(const char* text) noexcept {
+    if (!frame::LoggingEnabled() || text == nullptr || *text == '\0') {
+        return;
+    }
+    const sync::LockGuard guard(frame::log_state.Get().lock);
+    frame::WriteUtf8(text);
+}
+
+void LogTextW(const wchar_t* text) noexcept {
+    if (!frame::LoggingEnabled() || text == nullptr || *text == L'\0') {
+        return;
+    }
+    const sync::LockGuard guard(frame::log_state.Get().lock);
+    frame::WriteTraceLog(text);
+}
+
+void LogHex(const wchar_t* label, unsigned char* data, DWORD size) noexcept {
+    if (!frame::LoggingEnabled()) {
+        return;
+    }
+    frame::LogState& state = frame::log_state.Get();
+    const sync::LockGuard guard(state.lock);
+    const wchar_t* line = state.hex_line.Format(label, data, size);
+    if (line != nullptr) {
+        frame::WriteTraceLog(line);
+    }
+}
+
+}  // namespace ZTK

@@ -1,0 +1,110 @@
+#include "frame/host/trace_log.h"
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdint>
+
+#include "frame/host/scratch_text.h"
+#include "platform/formatting.h"
+#include "platform/text_stream.h"
+#include "ztk/logging.h"
+#include "ztk/memory.h"
+
+namespace ZTK::frame {
+namespace {
+
+constexpr std::int32_t kWritesPerFlush = 16;
+
+constinit std::atomic<TextStream*> trace_log{nullptr};
+// Counts over all trace logs of the process: opening and closing do not reset it.
+constinit std::atomic<std::int32_t> writes_since_flush{0};
+
+}  // namespace
+
+bool TraceLogIsOpen() noexcept {
+    return trace_log.load(std::memory_order_acquire) != nullptr;
+}
+
+void WriteTraceLog(const wchar_t* text) noexcept {
+    TextStream* stream = trace_log.load(std::memory_order_acquire);
+    if (stream == nullptr) {
+        return;
+    }
+    // A full disk must not disturb the agent: results are not looked at, here and below.
+    (void)fputws(text, stream);
+    if ((writes_since_flush.fetch_add(1, std::memory_order_relaxed) + 1) % kWritesPerFlush == 0) {
+        (void)fflush(stream);
+        writes_since_flush.store(0, std::memory_order_relaxed);
+    }
+}
+
+void CloseTraceLog() noexcept {
+    TextStream* stream = trace_log.exchange(nullptr, std::memory_order_acq_rel);
+    if (stream != nullptr) {
+        (void)fclose(stream);
+    }
+}
+
+namespace {
+
+bool OpenTraceLog(const wchar_t* path) noexcept {
+    if (TraceLogIsOpen()) {
+        return true;
+    }
+    TextStream* stream = path == nullptr ? nullptr : _wfopen(path, L"w,ccs=UNICODE");
+    trace_log.store(stream, std::memory_order_release);
+    return stream != nullptr;
+}
+
+// Formats into text; the length without terminator, or -1 when the format fails or memory is short.
+int FormatInto(ScratchText& text, const wchar_t* format, std::va_list arguments) noexcept {
+    std::va_list again;
+    va_copy(again, arguments);
+    int length = _vsnwprintf(text.get(), ScratchText::kShort, format, again);
+    va_end(again);
+    if (length >= 0 && length < ScratchText::kShort) {
+        return length;
+    }
+    va_copy(again, arguments);
+    length = _vscwprintf(format, again);
+    va_end(again);
+    if (length < 0 || !text.Reserve(length + 1)) {
+        return -1;
+    }
+    (void)_vsnwprintf(text.get(), static_cast<std::size_t>(length) + 1, format, arguments);
+    return length;
+}
+
+void Trace(const wchar_t* format, std::va_list arguments) noexcept {
+    ScratchText text;
+    const int length = FormatInto(text, format, arguments);
+    // A slot is taken whether or not a trace log is open. A failed format asks for 0 characters,
+    // which the ring refuses, as it does a text that is too long.
+    wchar_t* slot = nullptr;
+    if (ZTKGetTmpString(slot, static_cast<unsigned int>(length) + 1) != 0) {
+        text.get()[length] = L'\0';
+        WriteTraceLog(text.get());
+    }
+}
+
+}  // namespace
+}  // namespace ZTK::frame
+
+bool ZTKOpenTraceLog(const wchar_t* path) noexcept {
+    return ZTK::frame::OpenTraceLog(path);
+}
+
+void ZTKCloseTraceLog() noexcept {
+    ZTK::frame::CloseTraceLog();
+}
+
+void ZTKWriteTraceLog(const wchar_t* text) noexcept {
+    ZTK::frame::WriteTraceLog(text);
+}
+
+void ZTKTrace(const wchar_t* format, ...) noexcept {
+    std::va_list arguments;
+    va_start(arguments, format);
+    ZTK::frame::Trace(format, arguments);
+    va_end(arguments);
+}

@@ -1,0 +1,44 @@
+#include "platform/posix/dom/arena.h"
+
+#include "platform/memory/allocation.h"
+
+namespace ZTKPosix::dom {
+
+Arena::~Arena() {
+    while (last_ != nullptr) {
+        Block* const previous = last_->previous;
+        ZTK::allocation::RuntimeFree(last_);
+        last_ = previous;
+    }
+}
+
+bool Arena::AddBlock(std::size_t needed) noexcept {
+    if (needed > limit_) {
+        limit_reached_ = true;
+        return false;
+    }
+    std::size_t bytes = next_block_bytes_;
+    if (bytes < needed + sizeof(Block)) {
+        bytes = needed + sizeof(Block);
+    }
+    if (bytes > limit_ - total_) {
+        limit_reached_ = true;
+        return false;
+    }
+    void* const storage = ZTK::allocation::RuntimeAlloc(bytes);
+    if (storage == nullptr) {
+        return false;
+    }
+    auto* const block = static_cast<Block*>(storage);
+    *block = {last_, bytes};
+    last_ = block;
+    total_ += bytes;
+    top_ = reinterpret_cast<char*>(block + 1);
+    end_ = static_cast<char*>(storage) + bytes;
+    if (next_block_bytes_ < kMaxBlockBytes) {
+        next_block_bytes_ *= 2;
+    }
+    return true;
+}
+
+}  // namespace ZTKPosix::dom

@@ -1,0 +1,36 @@
+// How deep the declared entities of a document can nest.
+#pragma once
+
+#include <cstddef>
+
+#include "platform/posix/dom/names.h"
+
+namespace ZTKPosix::dom {
+
+// The parser expands an entity within an entity by calling itself, so a document could choose how
+// much stack that takes. This keeps an upper bound of the nesting as entities are declared; a
+// document that exceeds it is refused before anything is expanded.
+class EntityDepths {
+  public:
+    // The names of entities are kept beside the tree's own.
+    explicit EntityDepths(NameTable& names) noexcept : names_(names) {}
+
+    // A declaration, for an entity outside the document with null text. Returns false when memory
+    // is short, or with refused set when the entities may nest too deep.
+    [[nodiscard]] bool Declare(const char* name, bool is_parameter, const char* text,
+                               std::size_t length) noexcept;
+
+    [[nodiscard]] bool Refused() const noexcept { return refused_; }
+
+  private:
+    [[nodiscard]] Name* NameOf(char mark, const char* name, std::size_t length) noexcept;
+    [[nodiscard]] bool Measure(const char* text, std::size_t length, bool is_parameter,
+                               unsigned& depth) noexcept;
+
+    NameTable& names_;
+    unsigned deepest_ = 0;  // over references to entities declared before
+    unsigned forward_ = 0;  // entities that refer to others which were not declared before
+    bool refused_ = false;
+};
+
+}  // namespace ZTKPosix::dom

@@ -1,0 +1,49 @@
+// The names of one tree, each kept once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/posix/dom/arena.h"
+
+namespace ZTKPosix::dom {
+
+// A qualified name in an arena. The same name is the same object everywhere in a tree. The text
+// follows the record, length characters without a terminator.
+struct Name {
+    std::uint64_t hash;
+    std::uint32_t length;
+    // For the names of entities only, which are kept during a load; see EntityDepths.
+    std::uint32_t entity_depth;
+
+    [[nodiscard]] const wchar_t* Text() const noexcept {
+        return reinterpret_cast<const wchar_t*>(this + 1);
+    }
+};
+
+class NameTable {
+  public:
+    // REQUIRES: the arena outlives the table.
+    explicit NameTable(Arena& arena) noexcept : arena_(arena) {}
+    NameTable(const NameTable&) = delete;
+    NameTable& operator=(const NameTable&) = delete;
+    ~NameTable();
+
+    // Null when memory is short.
+    [[nodiscard]] Name* Intern(const wchar_t* text, std::size_t length) noexcept;
+
+    // Null when the tree has no such name.
+    [[nodiscard]] const Name* Find(const wchar_t* text, std::size_t length) const noexcept;
+
+  private:
+    [[nodiscard]] std::size_t SlotOf(std::uint64_t hash, const wchar_t* text,
+                                     std::size_t length) const noexcept;
+    bool Grow() noexcept;
+
+    Arena& arena_;
+    Name** slots_ = nullptr;  // owned; a power of two of them, never full
+    std::size_t capacity_ = 0;
+    std::size_t count_ = 0;
+};
+
+}  // namespace ZTKPosix::dom

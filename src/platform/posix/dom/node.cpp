@@ -1,0 +1,232 @@
+#include "platform/posix/dom/node.h"
+
+#include "platform/posix/com/com_apartment.h"
+#include "platform/posix/com/com_object.h"
+#include "platform/posix/dom/value.h"
+
+namespace ZTKPosix::dom {
+
+namespace {
+
+using MSXML2::IXMLDOMElement;
+using MSXML2::IXMLDOMNamedNodeMap;
+using MSXML2::IXMLDOMNode;
+
+HRESULT CopyName(const wchar_t* text, std::size_t length, BSTR* copy) noexcept {
+    *copy = SysAllocStringLen(text, static_cast<UINT>(length));
+    return *copy != nullptr ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT NodeName(const Node& node, BSTR* name) noexcept {
+    switch (node.kind) {
+        case NodeKind::kText:
+            return CopyName(L"#text", 5, name);
+        case NodeKind::kCdata:
+            return CopyName(L"#cdata-section", 14, name);
+        case NodeKind::kComment:
+            return CopyName(L"#comment", 8, name);
+        case NodeKind::kDocument:
+            return CopyName(L"#document", 9, name);
+        default:
+            break;
+    }
+    const Name& own = *static_cast<const NamedNode&>(node).name;
+    return CopyName(own.Text(), own.length, name);
+}
+
+// A reference on a tree that goes with the object that holds it.
+class TreeReference {
+  public:
+    explicit TreeReference(Tree& tree) noexcept : tree_(tree) { tree_.AddRef(); }
+    TreeReference(const TreeReference&) = delete;
+    TreeReference& operator=(const TreeReference&) = delete;
+    ~TreeReference() { tree_.Release(); }
+
+    [[nodiscard]] Tree& operator*() const noexcept { return tree_; }
+    [[nodiscard]] Tree* operator->() const noexcept { return &tree_; }
+
+  private:
+    Tree& tree_;
+};
+
+// Hands out a new object; it comes with its first reference.
+template <class Object, class Interface>
+HRESULT HandOutNew(Object* object, Interface** target) noexcept {
+    *target = object;
+    return object != nullptr ? S_OK : E_OUTOFMEMORY;
+}
+
+// What the objects here have in common: they answer for one interface besides IUnknown, and tell
+// about failures.
+template <class Derived, class Interface>
+class DomObject : public ComObject<Derived, Interface, ISupportErrorInfo> {
+  public:
+    HRESULT QueryInterface(REFIID iid, void** object) override {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        *object = nullptr;
+        auto* const self = static_cast<Derived*>(this);
+        if (iid == IID_IUnknown || self->Answers(iid)) {
+            return HandOut<Interface>(self, object);
+        }
+        if (iid == IID_ISupportErrorInfo) {
+            return HandOut<ISupportErrorInfo>(self, object);
+        }
+        return E_NOINTERFACE;
+    }
+
+    HRESULT InterfaceSupportsErrorInfo(REFIID iid) override {
+        return static_cast<Derived*>(this)->Answers(iid) ? S_OK : S_FALSE;
+    }
+
+  private:
+    LiveObject alive_;
+};
+
+class AttributeObject final : public DomObject<AttributeObject, IXMLDOMNode> {
+  public:
+    AttributeObject(Tree& tree, const Attribute& attribute) noexcept
+        : tree_(tree), attribute_(attribute) {}
+
+    [[nodiscard]] bool Answers(REFIID iid) const noexcept { return iid == IID_IXMLDOMNode; }
+
+    HRESULT get_nodeName(BSTR* name) override {
+        return name == nullptr ? E_INVALIDARG
+                               : CopyName(attribute_.name->Text(), attribute_.name->length, name);
+    }
+    HRESULT get_nodeTypedValue(VARIANT* typedValue) override {
+        if (typedValue == nullptr) {
+            return E_INVALIDARG;
+        }
+        VariantInit(typedValue);
+        return AttributeValue(attribute_, *typedValue);
+    }
+    HRESULT get_firstChild(IXMLDOMNode** firstChild) override { return None(firstChild); }
+    HRESULT get_nextSibling(IXMLDOMNode** nextSibling) override { return None(nextSibling); }
+    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributeMap) override {
+        return None(attributeMap);
+    }
+
+  private:
+    template <class Interface>
+    static HRESULT None(Interface** target) noexcept {
+        if (target == nullptr) {
+            return E_INVALIDARG;
+        }
+        *target = nullptr;
+        return S_FALSE;
+    }
+
+    TreeReference tree_;
+    const Attribute& attribute_;
+};
+
+class AttributeMapObject final : public DomObject<AttributeMapObject, IXMLDOMNamedNodeMap> {
+  public:
+    AttributeMapObject(Tree& tree, const Element& element) noexcept
+        : tree_(tree), element_(element) {}
+
+    [[nodiscard]] bool Answers(REFIID iid) const noexcept { return iid == IID_IXMLDOMNamedNodeMap; }
+
+    HRESULT getNamedItem(BSTR name, IXMLDOMNode** namedItem) override {
+        if (namedItem == nullptr) {
+            return E_INVALIDARG;
+        }
+        *namedItem = nullptr;
+        if (name == nullptr) {
+            return E_INVALIDARG;
+        }
+        // A name is one object in all of the tree, so what is compared below is only its address.
+        const Name* const wanted = tree_->names.Find(name, SysStringLen(name));
+        const Attribute* const end = element_.attributes + element_.attribute_count;
+        for (const Attribute* found = element_.attributes; wanted != nullptr && found != end;
+             ++found) {
+            if (found->name == wanted) {
+                return HandOutNew(MakeComObject<AttributeObject>(*tree_, *found), namedItem);
+            }
+        }
+        return S_FALSE;
+    }
+
+  private:
+    TreeReference tree_;
+    const Element& element_;
+};
+
+// Every kind of node but attributes and documents.
+class NodeObject final : public DomObject<NodeObject, IXMLDOMElement> {
+  public:
+    NodeObject(Tree& tree, const Node& node) noexcept : tree_(tree), node_(node) {}
+
+    [[nodiscard]] bool Answers(REFIID iid) const noexcept {
+        return iid == IID_IXMLDOMNode ||
+               (iid == IID_IXMLDOMElement && node_.kind == NodeKind::kElement);
+    }
+
+    HRESULT get_nodeName(BSTR* name) override {
+        return name == nullptr ? E_INVALIDARG : NodeName(node_, name);
+    }
+
+    HRESULT get_nodeTypedValue(VARIANT* typedValue) override {
+        if (typedValue == nullptr) {
+            return E_INVALIDARG;
+        }
+        VariantInit(typedValue);
+        const HRESULT result = NodeValue(node_, *typedValue);
+        if (result == DISP_E_TYPEMISMATCH) {
+            LeaveErrorRecord(L"The text of the element is no value of the type that it declares.");
+        }
+        return result;
+    }
+
+    HRESULT get_firstChild(IXMLDOMNode** firstChild) override {
+        return HandOutNode(*tree_, node_.HasChildren() ? node_.first_child : nullptr, firstChild);
+    }
+
+    HRESULT get_nextSibling(IXMLDOMNode** nextSibling) override {
+        return HandOutNode(*tree_, node_.NextSibling(), nextSibling);
+    }
+
+    HRESULT get_attributes(IXMLDOMNamedNodeMap** attributeMap) override {
+        if (attributeMap == nullptr) {
+            return E_INVALIDARG;
+        }
+        *attributeMap = nullptr;
+        if (node_.kind != NodeKind::kElement) {
+            return S_FALSE;
+        }
+        return HandOutNew(
+            MakeComObject<AttributeMapObject>(*tree_, static_cast<const Element&>(node_)),
+            attributeMap);
+    }
+
+  private:
+    TreeReference tree_;
+    const Node& node_;
+};
+
+}  // namespace
+
+HRESULT HandOutElement(Tree& tree, const Node* element, IXMLDOMElement** target) noexcept {
+    if (target == nullptr) {
+        return E_INVALIDARG;
+    }
+    *target = nullptr;
+    if (element == nullptr) {
+        return S_FALSE;
+    }
+    return HandOutNew(MakeComObject<NodeObject>(tree, *element), target);
+}
+
+HRESULT HandOutNode(Tree& tree, const Node* node, IXMLDOMNode** target) noexcept {
+    if (target == nullptr) {
+        return E_INVALIDARG;
+    }
+    IXMLDOMElement* object = nullptr;
+    const HRESULT result = HandOutElement(tree, node, &object);
+    *target = object;
+    return result;
+}
+
+}  // namespace ZTKPosix::dom

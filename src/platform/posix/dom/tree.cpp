@@ -1,0 +1,36 @@
+#include "platform/posix/dom/tree.h"
+
+#include <algorithm>
+#include <new>
+
+#include "platform/memory/allocation.h"
+
+namespace ZTKPosix::dom {
+
+Tree* Tree::Make(std::size_t text_length) noexcept {
+    void* const storage = ZTK::allocation::RuntimeAlloc(sizeof(Tree));
+    if (storage == nullptr) {
+        return nullptr;
+    }
+    // A message of a few lines takes one block, a large document soon takes large ones.
+    constexpr std::size_t kSmallest = 1024;
+    constexpr std::size_t kLargest = 64 * 1024;
+    return ::new (storage) Tree(std::clamp(text_length * 4, kSmallest, kLargest));
+}
+
+void Tree::Release() noexcept {
+    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        this->~Tree();
+        ZTK::allocation::RuntimeFree(this);
+    }
+}
+
+const Node* Tree::DocumentElement() const noexcept {
+    const Node* node = document.first_child;
+    while (node != nullptr && node->kind != NodeKind::kElement) {
+        node = node->NextSibling();
+    }
+    return node;
+}
+
+}  // namespace ZTKPosix::dom

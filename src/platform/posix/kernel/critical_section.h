@@ -1,0 +1,62 @@
+// A recursive lock on one futex word.
+//
+// Enter and Leave are inline: every lock of the library is made of them, and the two calls would
+// cost as much as the rest.
+#pragma once
+
+#include "platform/posix/kernel/lock_word.h"
+#include "platform/posix/kernel/thread_record.h"
+#include "ztk/platform.h"
+
+namespace ZTKPosix {
+
+struct CRITICAL_SECTION {
+    FutexWord state;           // a lock word
+    std::atomic<DWORD> owner;  // id of the thread inside, 0 for none
+    std::uint32_t depth;       // levels beyond the first; touched by the owner only
+};
+
+void InitializeCriticalSection(CRITICAL_SECTION* section) noexcept;
+void DeleteCriticalSection(CRITICAL_SECTION* section) noexcept;
+
+// The owner is read without the lock. Only the calling thread itself stores its own id there, so
+// the comparison is true exactly when the caller is inside, whatever else it may see.
+inline void EnterCriticalSection(CRITICAL_SECTION* section) noexcept {
+    const DWORD self = CurrentThreadId();
+    if (section->owner.load(std::memory_order_relaxed) == self) {
+        ++section->depth;
+        return;
+    }
+    LockAcquire(section->state);
+    section->owner.store(self, std::memory_order_relaxed);
+}
+
+// REQUIRES: the calling thread is inside. Called by another thread it does nothing.
+inline void LeaveCriticalSection(CRITICAL_SECTION* section) noexcept {
+    if (section->owner.load(std::memory_order_relaxed) != CurrentThreadId()) {
+        return;
+    }
+    if (section->depth != 0) {
+        --section->depth;
+        return;
+    }
+    section->owner.store(0, std::memory_order_relaxed);
+    LockRelease(section->state);
+}
+
+}  // namespace ZTKPosix
+
+namespace ZTK {
+
+// For the library's own code, which calls it at every turn of a lock: hides the exported function.
+inline DWORD GetCurrentThreadId() noexcept {
+    return ZTKPosix::CurrentThreadId();
+}
+
+}  // namespace ZTK
+
+using ZTKPosix::CRITICAL_SECTION;
+using ZTKPosix::DeleteCriticalSection;
+using ZTKPosix::EnterCriticalSection;
+using ZTKPosix::InitializeCriticalSection;
+using ZTKPosix::LeaveCriticalSection;

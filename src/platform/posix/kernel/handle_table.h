@@ -1,0 +1,71 @@
+// Handle values and the objects they name.
+#pragma once
+
+#include "platform/posix/kernel/kernel_object.h"
+
+namespace ZTKPosix {
+
+// A handle value is made of a slot's index and of how often the slot has been used before. It is a
+// multiple of four, as on the platform, never null, never GetCurrentProcess(). A slot that has run
+// out of generations is not used again: a value comes up once only.
+using HandleValue = std::uintptr_t;
+
+inline constexpr unsigned kHandleTagBits = 2;  // always 0
+inline constexpr unsigned kHandleIndexBits = 20;
+inline constexpr unsigned kHandleGenerationShift = kHandleTagBits + kHandleIndexBits;
+
+inline constexpr std::uint32_t kSlotsPerChunk = 1024;
+inline constexpr std::uint32_t kChunks = (1U << kHandleIndexBits) / kSlotsPerChunk;
+
+struct HandleSlot {
+    KernelObject* object;     // null while no handle uses the slot
+    HandleValue generation;   // of the open handle, or of the next one to be
+    std::uint32_t next_free;  // index of a slot, or kNoSlot
+};
+inline constexpr std::uint32_t kNoSlot = ~0U;
+
+// Guarded by the dispatcher lock. Chunks are neither moved nor freed while the library is loaded.
+struct HandleTable {
+    std::uint32_t slots_made;
+    std::uint32_t first_free;
+    HandleSlot* chunks[kChunks];
+};
+extern HandleTable handle_table;
+
+// REQUIRES for all of these: the dispatcher lock is held.
+
+inline HandleSlot& HandleSlotAt(std::uint32_t index) noexcept {
+    return handle_table.chunks[index / kSlotsPerChunk][index % kSlotsPerChunk];
+}
+
+inline std::uint32_t HandleIndex(HANDLE handle) noexcept {
+    return static_cast<std::uint32_t>(reinterpret_cast<HandleValue>(handle) >> kHandleTagBits) &
+           ((1U << kHandleIndexBits) - 1);
+}
+
+// The object of an open handle, or null.
+inline KernelObject* FindObject(HANDLE handle) noexcept {
+    const auto value = reinterpret_cast<HandleValue>(handle);
+    const std::uint32_t index = HandleIndex(handle);
+    if (index >= handle_table.slots_made || (value & ((1U << kHandleTagBits) - 1)) != 0) {
+        return nullptr;
+    }
+    const HandleSlot& slot = HandleSlotAt(index);
+    return slot.generation == value >> kHandleGenerationShift ? slot.object : nullptr;
+}
+
+// The same for one kind of object: null also for a handle of another kind.
+template <typename Object>
+Object* FindObject(HANDLE handle) noexcept {
+    KernelObject* object = FindObject(handle);
+    return object != nullptr && object->kind == Object::kKind ? static_cast<Object*>(object)
+                                                              : nullptr;
+}
+
+// Opens a further handle of object. Null when memory is short; the object is then as before.
+HANDLE OpenHandle(KernelObject& object) noexcept;
+
+// Closes a handle. Returns false when it is not open.
+bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept;
+
+}  // namespace ZTKPosix

@@ -1,0 +1,17 @@
+// The one namespace of this process in which events and mutexes have names.
+#pragma once
+
+#include "platform/posix/kernel/kernel_object.h"
+
+namespace ZTKPosix {
+
+// REQUIRES for all: the dispatcher lock is held.
+
+// The object of that name, of whatever kind, or null.
+KernelObject* FindNamed(const wchar_t* name, std::size_t length) noexcept;
+
+// Makes the object's name known. REQUIRES: it has a name, which no other object has.
+void RememberName(KernelObject& object) noexcept;
+void ForgetName(KernelObject& object) noexcept;
+
+}  // namespace ZTKPosix

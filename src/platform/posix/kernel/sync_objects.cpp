@@ -1,0 +1,179 @@
+// Events and mutexes.
+#include "platform/posix/kernel/sync_objects.h"
+
+#include <cstring>
+#include <new>
+
+#include "platform/memory/allocation.h"
+#include "platform/posix/kernel/handle_table.h"
+#include "platform/posix/kernel/object_names.h"
+#include "platform/posix/kernel/waits.h"
+#include "platform/posix/text/runtime_text.h"
+
+namespace ZTKPosix {
+
+namespace {
+
+template <typename Object>
+Object* NewObject(LPCWSTR name) noexcept {
+    const std::size_t length = name != nullptr ? wcslen(name) : 0;
+    void* memory = ZTK::allocation::RuntimeAlloc(sizeof(Object) + length * sizeof *name);
+    if (memory == nullptr) {
+        return nullptr;
+    }
+    auto* object = new (memory) Object;
+    object->kind = Object::kKind;
+    object->references = 1;  // the maker's, until it publishes the object
+    if (length != 0) {
+        auto* text = reinterpret_cast<wchar_t*>(object + 1);
+        std::memcpy(text, name, length * sizeof *name);
+        object->name = text;
+        object->name_length = length;
+    }
+    return object;
+}
+
+// Opens the first handle of a new object, or, if its name is taken, one of the object that has it.
+// Either way the maker's reference goes, and a new object that got no handle goes with it. The last
+// error tells which: 0 or ERROR_ALREADY_EXISTS, or why it failed.
+HANDLE Publish(KernelObject& object, DispatcherSection& section) noexcept {
+    KernelObject* existing =
+        object.name != nullptr ? FindNamed(object.name, object.name_length) : nullptr;
+    HANDLE handle = nullptr;
+    if (existing != nullptr && existing->kind != object.kind) {
+        SetLastError(ERROR_INVALID_HANDLE);
+    } else {
+        handle = OpenHandle(existing != nullptr ? *existing : object);
+        if (handle == nullptr) {
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        } else if (existing != nullptr) {
+            SetLastError(ERROR_ALREADY_EXISTS);
+        } else {
+            if (object.name != nullptr) {
+                RememberName(object);
+            }
+            SetLastError(ERROR_SUCCESS);
+        }
+    }
+    section.Release(object);
+    return handle;
+}
+
+}  // namespace
+
+bool TakeMutex(Mutex& mutex, ThreadRecord& thread) noexcept {
+    if (mutex.owner == nullptr) {
+        mutex.owner = &thread;
+        mutex.signalled = false;
+        mutex.previous_owned = nullptr;
+        mutex.next_owned = thread.first_owned;
+        if (thread.first_owned != nullptr) {
+            thread.first_owned->previous_owned = &mutex;
+        }
+        thread.first_owned = &mutex;
+    }
+    ++mutex.depth;
+    const bool abandoned = mutex.abandoned;
+    mutex.abandoned = false;
+    return abandoned;
+}
+
+void Disown(Mutex& mutex) noexcept {
+    if (mutex.previous_owned != nullptr) {
+        mutex.previous_owned->next_owned = mutex.next_owned;
+    } else {
+        mutex.owner->first_owned = mutex.next_owned;
+    }
+    if (mutex.next_owned != nullptr) {
+        mutex.next_owned->previous_owned = mutex.previous_owned;
+    }
+    mutex.owner = nullptr;
+    mutex.depth = 0;
+    mutex.signalled = true;
+}
+
+void AbandonMutexes(ThreadRecord& thread, DispatcherSection& section) noexcept {
+    while (thread.first_owned != nullptr) {
+        Mutex& mutex = *thread.first_owned;
+        mutex.abandoned = true;
+        Disown(mutex);
+        SatisfyWaiters(mutex, section);
+    }
+}
+
+HANDLE CreateEventW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL manual_reset, BOOL initial_state,
+                    LPCWSTR name) noexcept {
+    auto* event = NewObject<Event>(name);
+    if (event == nullptr) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    event->resets_when_taken = manual_reset == FALSE;
+    event->signalled = initial_state != FALSE;
+    DispatcherSection section;
+    return Publish(*event, section);
+}
+
+BOOL SetEvent(HANDLE handle) noexcept {
+    DispatcherSection section;
+    auto* event = FindObject<Event>(handle);
+    if (event == nullptr) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    event->signalled = true;
+    if (event->first_wait != nullptr) {
+        SatisfyWaiters(*event, section);
+    }
+    return TRUE;
+}
+
+BOOL ResetEvent(HANDLE handle) noexcept {
+    DispatcherSection section;
+    auto* event = FindObject<Event>(handle);
+    if (event == nullptr) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    event->signalled = false;
+    return TRUE;
+}
+
+HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL initial_owner,
+                    LPCWSTR name) noexcept {
+    auto* mutex = NewObject<Mutex>(name);
+    if (mutex == nullptr) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    mutex->signalled = true;
+    DispatcherSection section;
+    if (initial_owner != FALSE && !AnnounceThreadEnd()) {
+        section.Release(*mutex);
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    HANDLE handle = Publish(*mutex, section);
+    // A mutex that existed before keeps its owner: the caller only asked for a new one to be its
+    // own.
+    if (handle != nullptr && initial_owner != FALSE && mutex->handles != 0) {
+        TakeMutex(*mutex, current_record);
+    }
+    return handle;
+}
+
+BOOL ReleaseMutex(HANDLE handle) noexcept {
+    DispatcherSection section;
+    auto* mutex = FindObject<Mutex>(handle);
+    if (mutex == nullptr || mutex->owner != &current_record) {
+        SetLastError(mutex == nullptr ? ERROR_INVALID_HANDLE : ERROR_NOT_OWNER);
+        return FALSE;
+    }
+    if (--mutex->depth == 0) {
+        Disown(*mutex);
+        SatisfyWaiters(*mutex, section);
+    }
+    return TRUE;
+}
+
+}  // namespace ZTKPosix

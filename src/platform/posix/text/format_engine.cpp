@@ -1,0 +1,354 @@
+// The printf engine: one core for narrow and wide formats, for counting and for writing.
+#include "platform/posix/text/format_engine.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#include "platform/posix/text/format_number.h"
+#include "platform/posix/text/format_sink.h"
+#include "platform/posix/text/format_spec.h"
+#include "platform/posix/text/runtime_text.h"
+#include "platform/posix/text/unicode.h"
+
+namespace ZTKPosix::format {
+namespace {
+
+constexpr std::uint64_t kUnbounded = std::numeric_limits<std::uint64_t>::max();
+
+std::size_t BoundedLength(const char* text, std::size_t limit) noexcept {
+    return strnlen(text, limit);
+}
+std::size_t BoundedLength(const wchar_t* text, std::size_t limit) noexcept {
+    return wcsnlen(text, limit);
+}
+
+// Whether a text or character argument is wide: s and c are of the format's own width, S and C of
+// the other, and h, l and w overrule both.
+template <class Char>
+bool IsWideArgument(const Spec& spec) noexcept {
+    switch (spec.size) {
+        case Size::kDefault: {
+            const bool other_width = spec.conversion == 'S' || spec.conversion == 'C';
+            return std::is_same_v<Char, wchar_t> != other_width;
+        }
+        case Size::kL:
+        case Size::kW:
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool IsTextSize(Size size) noexcept {
+    return size == Size::kDefault || size == Size::kH || size == Size::kHH || size == Size::kL ||
+           size == Size::kW;
+}
+
+// One run over a format and its arguments.
+template <class Char>
+class Run {
+  public:
+    Run(Sink<Char>& sink, std::va_list arguments) noexcept : sink_(sink) {
+        va_copy(arguments_, arguments);
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    ~Run() { va_end(arguments_); }
+
+    // False for a malformed format and for a text that grows beyond INT_MAX.
+    bool Write(const Char* format) noexcept {
+        while (true) {
+            const Char* const literal = format;
+            while (*format != 0 && *format != '%') {
+                ++format;
+            }
+            sink_.Append(literal, static_cast<std::size_t>(format - literal));
+            if (*format == 0) {
+                return sink_.length() <= INT_MAX;
+            }
+            if (!WriteConversion(++format) || sink_.length() > INT_MAX) {
+                return false;
+            }
+        }
+    }
+
+  private:
+    bool WriteConversion(const Char*& format) noexcept {
+        Spec spec;
+        SpecReader reader(format, [this]() noexcept { return va_arg(arguments_, int); });
+        if (!reader.Read(spec)) {
+            return false;
+        }
+        format = reader.position();
+        switch (spec.conversion) {
+            case 'd':
+            case 'i':
+                return WriteSigned(spec);
+            case 'o':
+            case 'u':
+            case 'x':
+            case 'X':
+                return WriteUnsigned(spec);
+            case 'c':
+            case 'C':
+                return WriteCharacter(spec);
+            case 's':
+            case 'S':
+                return WriteTextArgument(spec);
+            case 'p':
+                return WritePointer(spec);
+            case 'e':
+            case 'E':
+            case 'f':
+            case 'F':
+            case 'g':
+            case 'G':
+            case 'a':
+            case 'A':
+                return WriteFloat(spec);
+            case '%':
+                sink_.Fill('%', 1);
+                return true;
+            default:
+                // Unknown letters, and %n: a format never writes through its arguments.
+                return false;
+        }
+    }
+
+    // l takes the target's own long, which has 64 bits here and 32 on Windows.
+    bool WriteSigned(const Spec& spec) noexcept {
+        std::int64_t value = 0;
+        switch (spec.size) {
+            case Size::kDefault:
+            case Size::kI32:
+                value = va_arg(arguments_, int);
+                break;
+            case Size::kHH:
+                value = static_cast<signed char>(va_arg(arguments_, int));
+                break;
+            case Size::kH:
+                value = static_cast<short>(va_arg(arguments_, int));
+                break;
+            case Size::kL:
+                value = va_arg(arguments_, long);
+                break;
+            case Size::kLL:
+            case Size::kI64:
+                value = va_arg(arguments_, long long);
+                break;
+            case Size::kJ:
+                value = va_arg(arguments_, std::intmax_t);
+                break;
+            case Size::kZ:
+            case Size::kT:
+            case Size::kI:
+                value = va_arg(arguments_, std::ptrdiff_t);
+                break;
+            case Size::kLongDouble:
+            case Size::kW:
+                return false;
+        }
+        const auto bits = static_cast<std::uint64_t>(value);
+        WriteNumber(spec, IntegerText(spec, value < 0 ? 0 - bits : bits, value < 0).text());
+        return true;
+    }
+
+    bool WriteUnsigned(const Spec& spec) noexcept {
+        std::uint64_t value = 0;
+        switch (spec.size) {
+            case Size::kDefault:
+            case Size::kI32:
+                value = va_arg(arguments_, unsigned);
+                break;
+            case Size::kHH:
+                value = static_cast<unsigned char>(va_arg(arguments_, unsigned));
+                break;
+            case Size::kH:
+                value = static_cast<unsigned short>(va_arg(arguments_, unsigned));
+                break;
+            case Size::kL:
+                value = va_arg(arguments_, unsigned long);
+                break;
+            case Size::kLL:
+            case Size::kI64:
+                value = va_arg(arguments_, unsigned long long);
+                break;
+            case Size::kJ:
+                value = va_arg(arguments_, std::uintmax_t);
+                break;
+            case Size::kZ:
+            case Size::kT:
+            case Size::kI:
+                value = va_arg(arguments_, std::size_t);
+                break;
+            case Size::kLongDouble:
+            case Size::kW:
+                return false;
+        }
+        WriteNumber(spec, IntegerText(spec, value, false).text());
+        return true;
+    }
+
+    // All digits of the address in upper-case hex, without a prefix.
+    bool WritePointer(Spec spec) noexcept {
+        const auto address = reinterpret_cast<std::uintptr_t>(va_arg(arguments_, void*));
+        spec.conversion = 'X';
+        spec.alternate = false;
+        spec.precision = 2 * sizeof address;
+        WriteNumber(spec, IntegerText(spec, address, false).text());
+        return true;
+    }
+
+    bool WriteFloat(const Spec& spec) noexcept {
+        if (spec.size == Size::kLongDouble) {
+            return WriteFloatText(spec, FloatText(spec, va_arg(arguments_, long double)));
+        }
+        return (spec.size == Size::kDefault || spec.size == Size::kL) &&
+               WriteFloatText(spec, FloatText(spec, va_arg(arguments_, double)));
+    }
+
+    bool WriteFloatText(const Spec& spec, const FloatText& number) noexcept {
+        if (number.IsGood()) {
+            WriteNumber(spec, number.text());
+        }
+        return number.IsGood();
+    }
+
+    void WriteNumber(const Spec& spec, const NumberText& number) noexcept {
+        const std::uint64_t padding =
+            Padding(spec, number.prefix_size + number.zeros + number.digits_size);
+        const bool zero_padded = spec.zero && !spec.left && number.may_pad_with_zeros;
+        if (!spec.left && !zero_padded) {
+            sink_.Fill(' ', padding);
+        }
+        sink_.AppendAscii(number.prefix, number.prefix_size);
+        sink_.Fill('0', number.zeros + (zero_padded ? padding : 0));
+        sink_.AppendAscii(number.digits, number.digits_size);
+        if (spec.left) {
+            sink_.Fill(' ', padding);
+        }
+    }
+
+    bool WriteCharacter(const Spec& spec) noexcept {
+        if (!IsTextSize(spec.size)) {
+            return false;
+        }
+        const int argument = va_arg(arguments_, int);
+        if (IsWideArgument<Char>(spec)) {
+            WriteUnit(spec, static_cast<wchar_t>(argument));
+        } else {
+            WriteUnit(spec, static_cast<char>(argument));
+        }
+        return true;
+    }
+
+    template <class Source>
+    void WriteUnit(const Spec& spec, Source unit) noexcept {
+        if constexpr (std::is_same_v<Source, Char>) {
+            WritePadded(spec, 1, [&] { sink_.Append(&unit, 1); });
+        } else {
+            // A unit that is no character of its own becomes the replacement character.
+            const Source* position = &unit;
+            const EncodedCharacter<Char> encoded(TakeCharacter(position, &unit + 1));
+            WritePadded(spec, encoded.size, [&] { sink_.Append(encoded.units, encoded.size); });
+        }
+    }
+
+    bool WriteTextArgument(const Spec& spec) noexcept {
+        if (!IsTextSize(spec.size)) {
+            return false;
+        }
+        if (IsWideArgument<Char>(spec)) {
+            WriteText(spec, va_arg(arguments_, const wchar_t*));
+        } else {
+            WriteText(spec, va_arg(arguments_, const char*));
+        }
+        return true;
+    }
+
+    template <class Source>
+    void WriteText(const Spec& spec, const Source* text) noexcept {
+        const std::uint64_t limit =
+            spec.precision == Spec::kNone ? kUnbounded : static_cast<std::uint64_t>(spec.precision);
+        if (text == nullptr) {
+            constexpr char kNull[] = "(null)";
+            const std::uint64_t size = std::min<std::uint64_t>(sizeof kNull - 1, limit);
+            WritePadded(spec, size, [&] { sink_.AppendAscii(kNull, size); });
+        } else if constexpr (std::is_same_v<Source, Char>) {
+            const std::size_t size = BoundedLength(text, static_cast<std::size_t>(limit));
+            WritePadded(spec, size, [&] { sink_.Append(text, size); });
+        } else {
+            const std::uint64_t size = Transcode(text, limit, [](const Char*, std::size_t) {});
+            WritePadded(spec, size, [&] {
+                Transcode(text, limit, [this](const Char* units, std::size_t count) {
+                    sink_.Append(units, count);
+                });
+            });
+        }
+    }
+
+    // Gives the characters of text to put in the output's width, as long as they fit whole into
+    // limit units, and returns the units given.
+    template <class Source, class Put>
+    static std::uint64_t Transcode(const Source* text, std::uint64_t limit, Put put) noexcept {
+        std::uint64_t size = 0;
+        while (size < limit && *text != 0) {
+            const EncodedCharacter<Char> encoded(TakeCharacter(text, nullptr));
+            if (encoded.size > limit - size) {
+                break;
+            }
+            put(encoded.units, encoded.size);
+            size += encoded.size;
+        }
+        return size;
+    }
+
+    template <class WriteBody>
+    void WritePadded(const Spec& spec, std::uint64_t size, WriteBody write_body) noexcept {
+        const std::uint64_t padding = Padding(spec, size);
+        // The platform pads text with zeros, too, when the flag asks for it.
+        if (!spec.left) {
+            sink_.Fill(spec.zero ? '0' : ' ', padding);
+        }
+        write_body();
+        if (spec.left) {
+            sink_.Fill(' ', padding);
+        }
+    }
+
+    static std::uint64_t Padding(const Spec& spec, std::uint64_t size) noexcept {
+        const auto width = static_cast<std::uint64_t>(spec.width);
+        return width > size ? width - size : 0;
+    }
+
+    Sink<Char>& sink_;
+    std::va_list arguments_;
+};
+
+template <class Char>
+int RunFormat(Char* buffer, std::size_t room, const Char* format, std::va_list arguments) noexcept {
+    if (format == nullptr) {
+        return -1;
+    }
+    Sink<Char> sink(buffer, room);
+    Run<Char> run(sink, arguments);
+    return run.Write(format) ? static_cast<int>(sink.length()) : -1;
+}
+
+}  // namespace
+
+int Format(char* buffer, std::size_t room, const char* format, std::va_list arguments) noexcept {
+    return RunFormat(buffer, room, format, arguments);
+}
+
+int Format(wchar_t* buffer, std::size_t room, const wchar_t* format,
+           std::va_list arguments) noexcept {
+    return RunFormat(buffer, room, format, arguments);
+}
+
+}  // namespace ZTKPosix::format

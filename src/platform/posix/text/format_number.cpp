@@ -1,0 +1,157 @@
+// The digits of numbers for the format engine.
+#include "platform/posix/text/format_number.h"
+
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/memory/allocation.h"
+
+namespace ZTKPosix::format {
+namespace {
+
+// "00" to "99", so that a division yields two digits.
+constexpr auto kPairs = [] {
+    struct Table {
+        char text[200];
+    } table{};
+    for (int i = 0; i < 100; ++i) {
+        table.text[2 * i] = static_cast<char>('0' + i / 10);
+        table.text[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return table;
+}();
+
+// These write backwards from end and return the first digit; 0 has no digits.
+char* WriteDecimal(char* end, std::uint64_t value) noexcept {
+    while (value >= 100) {
+        end -= 2;
+        std::memcpy(end, kPairs.text + 2 * (value % 100), 2);
+        value /= 100;
+    }
+    if (value >= 10) {
+        end -= 2;
+        std::memcpy(end, kPairs.text + 2 * value, 2);
+    } else if (value > 0) {
+        *--end = static_cast<char>('0' + value);
+    }
+    return end;
+}
+
+char* WriteBits(char* end, std::uint64_t value, unsigned bits, const char* digits) noexcept {
+    for (; value != 0; value >>= bits) {
+        *--end = digits[value & ((1u << bits) - 1)];
+    }
+    return end;
+}
+
+const char* SignPrefix(const Spec& spec, bool negative) noexcept {
+    return negative ? "-" : spec.plus ? "+" : spec.space ? " " : "";
+}
+
+}  // namespace
+
+IntegerText::IntegerText(const Spec& spec, std::uint64_t magnitude, bool negative) noexcept {
+    char* const end = digits_ + sizeof digits_;
+    char* first = end;
+    switch (spec.conversion) {
+        case 'o':
+            first = WriteBits(end, magnitude, 3, "01234567");
+            break;
+        case 'x':
+            first = WriteBits(end, magnitude, 4, "0123456789abcdef");
+            text_.prefix = spec.alternate && magnitude != 0 ? "0x" : "";
+            break;
+        case 'X':
+            first = WriteBits(end, magnitude, 4, "0123456789ABCDEF");
+            text_.prefix = spec.alternate && magnitude != 0 ? "0X" : "";
+            break;
+        case 'u':
+            first = WriteDecimal(end, magnitude);
+            break;
+        default:
+            first = WriteDecimal(end, magnitude);
+            text_.prefix = SignPrefix(spec, negative);
+            break;
+    }
+    const auto written = static_cast<std::size_t>(end - first);
+    // Without a precision a number has at least one digit; an octal one with '#' starts with 0.
+    std::size_t least =
+        spec.precision == Spec::kNone ? 1 : static_cast<std::size_t>(spec.precision);
+    if (spec.conversion == 'o' && spec.alternate && least <= written) {
+        least = written + 1;
+    }
+    text_.prefix_size = std::strlen(text_.prefix);
+    text_.zeros = least > written ? least - written : 0;
+    text_.digits = first;
+    text_.digits_size = written;
+    text_.may_pad_with_zeros = spec.precision == Spec::kNone;
+}
+
+// The C library does the conversion itself; width and padding are left to the engine.
+template <class Value>
+void FloatText::Write(const Spec& spec, const char* modifier, Value value) noexcept {
+    char format[16];
+    std::snprintf(format, sizeof format, "%%%s%s%s%s%s%c", spec.plus ? "+" : "",
+                  spec.space ? " " : "", spec.alternate ? "#" : "",
+                  spec.precision == Spec::kNone ? "" : ".*", modifier, spec.conversion);
+    const auto print = [&](char* buffer, std::size_t room) {
+        return spec.precision == Spec::kNone
+                   ? std::snprintf(buffer, room, format, value)
+                   : std::snprintf(buffer, room, format, spec.precision, value);
+    };
+    const int size = print(local_, sizeof local_);
+    if (size < 0) {
+        return;
+    }
+    const std::size_t room = static_cast<std::size_t>(size) + 1;
+    if (room > sizeof local_) {
+        buffer_ = static_cast<char*>(ZTK::allocation::RuntimeAlloc(room));
+        if (buffer_ == nullptr || print(buffer_, room) != size) {
+            return;
+        }
+    }
+    good_ = true;
+    Split(static_cast<std::size_t>(size));
+}
+
+template void FloatText::Write(const Spec&, const char*, double) noexcept;
+template void FloatText::Write(const Spec&, const char*, long double) noexcept;
+
+// Finds the parts of what the C library wrote, and puts a point where a host's locale has something
+// else: the runtime that this engine stands for always works in the "C" locale.
+void FloatText::Split(std::size_t size) noexcept {
+    std::size_t prefix = 0;
+    if (buffer_[0] == '-' || buffer_[0] == '+' || buffer_[0] == ' ') {
+        prefix = 1;
+    }
+    const bool is_number = std::isdigit(static_cast<unsigned char>(buffer_[prefix])) != 0;
+    if (is_number && buffer_[prefix] == '0' && (buffer_[prefix + 1] | 0x20) == 'x') {
+        prefix += 2;
+    }
+
+    std::size_t kept = prefix;
+    for (std::size_t i = prefix; i < size; ++i) {
+        const auto c = static_cast<unsigned char>(buffer_[i]);
+        const bool ascii_word = (c >= '0' && c <= '9') ||
+                                ((c | 0x20) >= 'a' && (c | 0x20) <= 'z') || c == '+' || c == '-';
+        if (ascii_word) {
+            buffer_[kept++] = buffer_[i];
+        } else if (kept == prefix || buffer_[kept - 1] != '.') {
+            buffer_[kept++] = '.';
+        }
+    }
+    text_.prefix = buffer_;
+    text_.prefix_size = prefix;
+    text_.digits = buffer_ + prefix;
+    text_.digits_size = kept - prefix;
+    text_.may_pad_with_zeros = is_number;
+}
+
+FloatText::~FloatText() {
+    if (buffer_ != local_) {
+        ZTK::allocation::RuntimeFree(buffer_);
+    }
+}
+
+}  // namespace ZTKPosix::format

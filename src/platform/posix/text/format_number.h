@@ -1,0 +1,58 @@
+// The digits of numbers for the format engine: always ASCII, whatever the width of the output.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/posix/text/format_spec.h"
+
+namespace ZTKPosix::format {
+
+// A number in its parts: prefix (sign, 0x), zeros that the precision asks for, digits.
+struct NumberText {
+    const char* prefix = "";
+    std::size_t prefix_size = 0;
+    std::size_t zeros = 0;
+    const char* digits = "";
+    std::size_t digits_size = 0;
+    bool may_pad_with_zeros = false;
+};
+
+class IntegerText {
+  public:
+    IntegerText(const Spec& spec, std::uint64_t magnitude, bool negative) noexcept;
+    IntegerText(const IntegerText&) = delete;
+    IntegerText& operator=(const IntegerText&) = delete;
+
+    const NumberText& text() const noexcept { return text_; }
+
+  private:
+    char digits_[24];  // 22 octal digits and the zero that '#' adds
+    NumberText text_;
+};
+
+class FloatText {
+  public:
+    // conversion: one of e E f F g G a A.
+    FloatText(const Spec& spec, double value) noexcept { Write(spec, "", value); }
+    FloatText(const Spec& spec, long double value) noexcept { Write(spec, "L", value); }
+    FloatText(const FloatText&) = delete;
+    FloatText& operator=(const FloatText&) = delete;
+    ~FloatText();
+
+    // False when the number is too long for memory.
+    bool IsGood() const noexcept { return good_; }
+    const NumberText& text() const noexcept { return text_; }
+
+  private:
+    template <class Value>
+    void Write(const Spec& spec, const char* modifier, Value value) noexcept;
+    void Split(std::size_t size) noexcept;
+
+    char local_[128];
+    char* buffer_ = local_;
+    bool good_ = false;
+    NumberText text_;
+};
+
+}  // namespace ZTKPosix::format
