@@ -8,6 +8,12 @@ cxx_files() {
 
 check_format() { (cd "$root" && cxx_files | xargs clang-format --dry-run -Werror); }
 
+# Every include keeps to the table of rooms in docs/design.md.
+check_rooms() {
+    (cd "$root" && find src include/ztk -name '*.h' -o -name '*.cpp' | sort |
+        xargs awk -f scripts/rooms.awk docs/design.md)
+}
+
 # Analyses the library and the examples with the flags of the clang build. The tests are left out: the
 # framework's macros cost minutes and hide what is ours.
 check_tidy() {
