@@ -4,10 +4,10 @@
 #include <limits>
 #include <new>
 
-#include "buffer/letter_case.h"
 #include "buffer/skip_table.h"
 #include "platform/memory/allocation.h"
 #include "strings/runtime_overloads.h"
+#include "text/ascii.h"
 
 namespace ZTK {
 namespace {
@@ -83,19 +83,19 @@ unsigned short CSearchQuery<T>::ToBase(T c) noexcept {
 
 template <class T>
 char* CSearchQuery<T>::MakeLower(const char* s) noexcept {
-    return Mapped<char>(s, buffer::ToLower);
+    return Mapped<char>(s, ascii::ToLower);
 }
 template <class T>
 wchar_t* CSearchQuery<T>::MakeLower(const wchar_t* s) noexcept {
-    return Mapped<wchar_t>(s, buffer::ToLower);
+    return Mapped<wchar_t>(s, ascii::ToLower);
 }
 template <class T>
 char* CSearchQuery<T>::MakeUpper(const char* s) noexcept {
-    return Mapped<char>(s, buffer::ToUpper<char>);
+    return Mapped<char>(s, ascii::ToUpper<char>);
 }
 template <class T>
 wchar_t* CSearchQuery<T>::MakeUpper(const wchar_t* s) noexcept {
-    return Mapped<wchar_t>(s, buffer::ToUpper<wchar_t>);
+    return Mapped<wchar_t>(s, ascii::ToUpper<wchar_t>);
 }
 template <class T>
 std::uint64_t CSearchQuery<T>::StringLength(const char* s) noexcept {

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "buffer/letter_case.h"
+#include "text/ascii.h"
 
 namespace ZTK::buffer {
 
@@ -24,12 +24,12 @@ inline std::uint16_t SkipKey(wchar_t c) noexcept {
 // byte from 0x80 up counts as a negative number made unsigned: such a table has some 65,400
 // entries.
 inline std::uint16_t FoldedReach(char c) noexcept {
-    const auto up = static_cast<signed char>(ToUpper(c));
-    const auto low = static_cast<signed char>(ToLower(c));
+    const auto up = static_cast<signed char>(ascii::ToUpper(c));
+    const auto low = static_cast<signed char>(ascii::ToLower(c));
     return static_cast<std::uint16_t>(std::max(up, low));
 }
 inline std::uint16_t FoldedReach(wchar_t c) noexcept {
-    return static_cast<std::uint16_t>(std::max(ToUpper(c), ToLower(c)));
+    return static_cast<std::uint16_t>(std::max(ascii::ToUpper(c), ascii::ToLower(c)));
 }
 
 // The number of entries of a term's table: 0 if the term has a character whose reach is 0xFFFF,
@@ -56,8 +56,8 @@ void FillSkipTable(std::uint16_t* table, std::uint16_t size, const T* term, std:
         }
     };
     const auto put_cases = [&](T c, auto value) {
-        put(fold ? ToUpper(c) : c, value);
-        put(fold ? ToLower(c) : c, value);
+        put(fold ? ascii::ToUpper(c) : c, value);
+        put(fold ? ascii::ToLower(c) : c, value);
     };
     for (std::size_t i = length; i-- > 0;) {
         const auto distance = static_cast<std::uint16_t>(length - 1 - i);

@@ -12,9 +12,9 @@
 #include <cstdint>
 #include <limits>
 
-#include "buffer/letter_case.h"
 #include "buffer/skip_table.h"
 #include "platform/processor/text_scan.h"
+#include "text/ascii.h"
 
 namespace ZTK::buffer {
 
@@ -29,6 +29,12 @@ struct SearchTerm {
     // characters that count as the same as one of the term.
     bool is_complete;
 };
+
+// Whether two characters count as the same in a search.
+template <bool kIgnoreCase, class T>
+constexpr bool IsSame(T a, T b) noexcept {
+    return a == b || (kIgnoreCase && ascii::ToLower(a) == ascii::ToLower(b));
+}
 
 // REQUIRES for all members: the text has count characters, at least as many as the term.
 template <class T, bool kIgnoreCase>
@@ -78,8 +84,8 @@ class TermFinder {
   private:
     // A letter in both cases if the search ignores case.
     static scan::Wanted<T> Wanted(T c) noexcept {
-        const T low = ToLower(c);
-        const bool both = kIgnoreCase && low >= 'a' && low <= 'z';
+        const T low = ascii::ToLower(c);
+        const bool both = kIgnoreCase && ascii::IsLower(low);
         return both ? scan::Wanted<T>{low, T{0x20}} : scan::Wanted<T>{c, T{0}};
     }
 

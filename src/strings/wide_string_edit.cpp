@@ -1,5 +1,6 @@
 // Replacing, folding and trimming wide strings in place.
 #include "strings/runtime_overloads.h"
+#include "text/ascii.h"
 #include "ztk/memory.h"
 #include "ztk/strings.h"
 #include "ztk/wide_string.h"
@@ -24,8 +25,7 @@ std::uint64_t String::Replace(wchar_t from, wchar_t to) noexcept {
 void String::MakeLower() noexcept {
     const std::uint64_t length = GetLength();
     for (std::uint64_t i = 0; i < length; ++i) {
-        const bool is_upper = buffer_[i] >= L'A' && buffer_[i] <= L'Z';
-        buffer_[i] = static_cast<wchar_t>(buffer_[i] | (is_upper ? 0x20 : 0));
+        buffer_[i] = ascii::ToLower(buffer_[i]);
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include "platform/memory/allocation.h"
 #include "platform/runtime_text.h"
+#include "text/ascii.h"
 
 namespace ZTK::frame {
 namespace {
@@ -12,10 +13,10 @@ namespace {
 using DigitPair = std::array<wchar_t, 2>;
 
 constexpr std::array<DigitPair, 256> kHexDigits = [] {
-    constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
     std::array<DigitPair, 256> pairs{};
     for (unsigned byte = 0; byte < pairs.size(); ++byte) {
-        pairs[byte] = {kDigits[byte >> 4], kDigits[byte & 15]};
+        pairs[byte] = {static_cast<wchar_t>(ascii::kUpperHexDigits[byte >> 4]),
+                       static_cast<wchar_t>(ascii::kUpperHexDigits[byte & 15])};
     }
     return pairs;
 }();

@@ -5,6 +5,7 @@
 
 #include "platform/posix/com/com_apartment.h"
 #include "platform/posix/text/runtime_text.h"
+#include "text/ascii.h"
 
 namespace ZTKPosix {
 
@@ -51,15 +52,11 @@ template <class Number>
 bool TakeHex(const wchar_t*& text, int digits, Number& number) noexcept {
     DWORD value = 0;
     for (; digits > 0; --digits, ++text) {
-        const wchar_t c = *text;
-        const wchar_t folded = static_cast<wchar_t>(c | 0x20);
-        if (c >= L'0' && c <= L'9') {
-            value = value << 4 | static_cast<DWORD>(c - L'0');
-        } else if (folded >= L'a' && folded <= L'f') {
-            value = value << 4 | static_cast<DWORD>(folded - L'a' + 10);
-        } else {
+        const int digit = ZTK::ascii::HexDigitValue(*text);
+        if (digit < 0) {
             return false;
         }
+        value = value << 4 | static_cast<DWORD>(digit);
     }
     number = static_cast<Number>(value);
     return true;

@@ -4,13 +4,14 @@
 
 #include "platform/posix/dom/builder.h"
 #include "platform/posix/dom/text.h"
+#include "text/ascii.h"
 
 namespace ZTKPosix::dom {
 
 namespace {
 
 bool IsBlank(const char* text, std::size_t length) noexcept {
-    return std::all_of(text, text + length, IsSpace<char>);
+    return std::all_of(text, text + length, ZTK::ascii::IsXmlSpace<char>);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "text/ascii.h"
+
 namespace ZTKPosix::dom {
 
 namespace {
@@ -47,9 +49,7 @@ class DateReader {
     }
 
   private:
-    [[nodiscard]] bool AtDigit() const noexcept {
-        return !AtEnd() && *next_ >= L'0' && *next_ <= L'9';
-    }
+    [[nodiscard]] bool AtDigit() const noexcept { return !AtEnd() && ZTK::ascii::IsDigit(*next_); }
 
     const wchar_t* next_;
     const wchar_t* end_;

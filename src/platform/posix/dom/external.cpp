@@ -11,6 +11,7 @@
 
 #include "platform/memory/allocation.h"
 #include "platform/posix/text/runtime_text.h"
+#include "text/ascii.h"
 #include "ztk/platform/posix/msxml.h"
 
 namespace ZTKPosix {
@@ -36,17 +37,12 @@ bool StartsWith(std::string_view text, std::string_view start) noexcept {
     return text.size() >= start.size() && _strnicmp(text.data(), start.data(), start.size()) == 0;
 }
 
-int HexValue(char c) noexcept {
-    const char folded = static_cast<char>(c | 0x20);
-    return c >= '0' && c <= '9' ? c - '0' : folded >= 'a' && folded <= 'f' ? folded - 'a' + 10 : -1;
-}
-
 // Replaces "%XX" in place. False when that would put an end into the path.
 bool Unescape(char* path) noexcept {
     char* target = path;
     for (const char* source = path; *source != '\0'; ++target) {
-        const int high = *source == '%' ? HexValue(source[1]) : -1;
-        const int low = high >= 0 ? HexValue(source[2]) : -1;
+        const int high = *source == '%' ? ZTK::ascii::HexDigitValue(source[1]) : -1;
+        const int low = high >= 0 ? ZTK::ascii::HexDigitValue(source[2]) : -1;
         if (low >= 0) {
             *target = static_cast<char>(high << 4 | low);
             source += 3;

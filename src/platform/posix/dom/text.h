@@ -5,12 +5,6 @@
 
 namespace ZTKPosix::dom {
 
-// XML's white space.
-template <class Char>
-constexpr bool IsSpace(Char c) noexcept {
-    return c == Char{' '} || c == Char{'\n'} || c == Char{'\t'} || c == Char{'\r'};
-}
-
 // Converts length bytes of well-formed UTF-8; target has room for as many units. Returns the end of
 // what was written.
 wchar_t* WidenUtf8(const char* source, std::size_t length, wchar_t* target) noexcept;

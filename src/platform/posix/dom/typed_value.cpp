@@ -7,7 +7,7 @@
 
 #include "platform/posix/com/variant.h"
 #include "platform/posix/dom/date.h"
-#include "platform/posix/dom/text.h"
+#include "text/ascii.h"
 
 namespace ZTKPosix::dom {
 
@@ -56,7 +56,7 @@ class NumberText {
         for (; good_ && length_ < length; ++length_) {
             // Digits, signs, the point and the exponent; no letters that spell infinity.
             const wchar_t c = text[length_];
-            good_ = (c >= L'0' && c <= L'9') || c == L'-' || c == L'+' || c == L'.' || c == L'e' ||
+            good_ = ZTK::ascii::IsDigit(c) || c == L'-' || c == L'+' || c == L'.' || c == L'e' ||
                     c == L'E';
             characters_[length_] = static_cast<char>(c);
         }
@@ -102,7 +102,7 @@ HRESULT MakeFixed(const wchar_t* text, std::size_t length, VARIANT& value) noexc
     for (; text != end; ++text) {
         if (*text == L'.' && !point) {
             point = true;
-        } else if (*text >= L'0' && *text <= L'9' && (point ? fraction < 4 : whole < 14)) {
+        } else if (ZTK::ascii::IsDigit(*text) && (point ? fraction < 4 : whole < 14)) {
             number = number * 10 + (*text - L'0');
             ++(point ? fraction : whole);
         } else {
@@ -141,17 +141,10 @@ HRESULT MakeDate(DataType type, const wchar_t* text, std::size_t length, VARIANT
     return S_OK;
 }
 
-int HexDigit(wchar_t c) noexcept {
-    const auto folded = static_cast<wchar_t>(c | 0x20);
-    return c >= L'0' && c <= L'9'             ? c - L'0'
-           : folded >= L'a' && folded <= L'f' ? folded - L'a' + 10
-                                              : -1;
-}
-
 int Base64Digit(wchar_t c) noexcept {
-    return c >= L'A' && c <= L'Z'   ? c - L'A'
-           : c >= L'a' && c <= L'z' ? c - L'a' + 26
-           : c >= L'0' && c <= L'9' ? c - L'0' + 52
+    return ZTK::ascii::IsUpper(c)   ? c - L'A'
+           : ZTK::ascii::IsLower(c) ? c - L'a' + 26
+           : ZTK::ascii::IsDigit(c) ? c - L'0' + 52
            : c == L'+'              ? 62
            : c == L'/'              ? 63
                                     : -1;
@@ -177,7 +170,7 @@ HRESULT MakeBytes(const wchar_t* text, std::size_t length, unsigned bits, int (*
     unsigned held_bits = 0;
     for (const wchar_t* const end = text + length; text != end; ++text) {
         const int next = digit(*text);
-        if (next < 0 && !IsSpace(*text)) {
+        if (next < 0 && !ZTK::ascii::IsXmlSpace(*text)) {
             VariantClear(&value);
             return DISP_E_TYPEMISMATCH;
         }
@@ -211,10 +204,10 @@ DataType DataTypeByName(const char* name) noexcept {
 
 HRESULT MakeTypedValue(DataType type, const wchar_t* text, std::size_t length,
                        VARIANT& value) noexcept {
-    for (; length != 0 && IsSpace(text[0]); ++text) {
+    for (; length != 0 && ZTK::ascii::IsXmlSpace(text[0]); ++text) {
         --length;
     }
-    while (length != 0 && IsSpace(text[length - 1])) {
+    while (length != 0 && ZTK::ascii::IsXmlSpace(text[length - 1])) {
         --length;
     }
     switch (type) {
@@ -243,7 +236,7 @@ HRESULT MakeTypedValue(DataType type, const wchar_t* text, std::size_t length,
         case DataType::kBoolean:
             return MakeBoolean(text, length, value);
         case DataType::kBinHex:
-            return MakeBytes(text, length, 4, HexDigit, value);
+            return MakeBytes(text, length, 4, ZTK::ascii::HexDigitValue<wchar_t>, value);
         case DataType::kBinBase64:
             return MakeBytes(text, length, 6, Base64Digit, value);
         default:

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/posix/dom/text.h"
 #include "platform/posix/dom/typed_value.h"
+#include "text/ascii.h"
 
 namespace ZTKPosix::dom {
 
@@ -116,8 +116,8 @@ TextRange KeptText(const Node& root) noexcept {
         const wchar_t* first = text;
         const wchar_t* last = text + length;
         if (trimmed) {
-            first = std::find_if_not(first, last, IsSpace<wchar_t>);
-            while (last != first && IsSpace(last[-1])) {
+            first = std::find_if_not(first, last, ZTK::ascii::IsXmlSpace<wchar_t>);
+            while (last != first && ZTK::ascii::IsXmlSpace(last[-1])) {
                 --last;
             }
         }

@@ -1,27 +1,19 @@
 // The decoding of escapes in URLs.
 #include <cstddef>
 
+#include "text/ascii.h"
 #include "ztk/platform.h"
 
 namespace ZTKPosix {
 
 namespace {
 
-// The value of a hexadecimal digit, or -1.
-int HexValue(wchar_t c) noexcept {
-    if (c >= L'0' && c <= L'9') {
-        return c - L'0';
-    }
-    const int letter = c | 0x20;
-    return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
-}
-
 // Takes one character from p, which is not at its end, or the escape for one.
 wchar_t TakeDecoded(const wchar_t*& p) noexcept {
     const wchar_t c = *p++;
     if (c == L'%') {
-        const int high = HexValue(p[0]);
-        const int low = high < 0 ? -1 : HexValue(p[1]);
+        const int high = ZTK::ascii::HexDigitValue(p[0]);
+        const int low = high < 0 ? -1 : ZTK::ascii::HexDigitValue(p[1]);
         if (low >= 0) {
             p += 2;
             return static_cast<wchar_t>(high * 16 + low);

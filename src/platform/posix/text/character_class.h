@@ -2,14 +2,16 @@
 // follow the process's locale, and they are among its wide functions, which are never called.
 #pragma once
 
+#include "text/ascii.h"
+
 namespace ZTKPosix {
 
 constexpr int iswalnum(wchar_t c) noexcept {
-    return (c >= L'0' && c <= L'9') || (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') ? 1 : 0;
+    return ZTK::ascii::IsLetterOrDigit(c) ? 1 : 0;
 }
 
 constexpr int iswspace(wchar_t c) noexcept {
-    return c == L' ' || (c >= L'\t' && c <= L'\r') ? 1 : 0;
+    return ZTK::ascii::IsRuntimeSpace(c) ? 1 : 0;
 }
 
 constexpr int iswprint(wchar_t c) noexcept {

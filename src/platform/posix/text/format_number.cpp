@@ -1,11 +1,11 @@
 // The digits of numbers for the format engine.
 #include "platform/posix/text/format_number.h"
 
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 
 #include "platform/memory/allocation.h"
+#include "text/ascii.h"
 
 namespace ZTKPosix::format {
 namespace {
@@ -56,14 +56,14 @@ IntegerText::IntegerText(const Spec& spec, std::uint64_t magnitude, bool negativ
     char* first = end;
     switch (spec.conversion) {
         case 'o':
-            first = WriteBits(end, magnitude, 3, "01234567");
+            first = WriteBits(end, magnitude, 3, ZTK::ascii::kLowerHexDigits);
             break;
         case 'x':
-            first = WriteBits(end, magnitude, 4, "0123456789abcdef");
+            first = WriteBits(end, magnitude, 4, ZTK::ascii::kLowerHexDigits);
             text_.prefix = spec.alternate && magnitude != 0 ? "0x" : "";
             break;
         case 'X':
-            first = WriteBits(end, magnitude, 4, "0123456789ABCDEF");
+            first = WriteBits(end, magnitude, 4, ZTK::ascii::kUpperHexDigits);
             text_.prefix = spec.alternate && magnitude != 0 ? "0X" : "";
             break;
         case 'u':
@@ -125,18 +125,16 @@ void FloatText::Split(std::size_t size) noexcept {
     if (buffer_[0] == '-' || buffer_[0] == '+' || buffer_[0] == ' ') {
         prefix = 1;
     }
-    const bool is_number = std::isdigit(static_cast<unsigned char>(buffer_[prefix])) != 0;
+    const bool is_number = ZTK::ascii::IsDigit(buffer_[prefix]);
     if (is_number && buffer_[prefix] == '0' && (buffer_[prefix + 1] | 0x20) == 'x') {
         prefix += 2;
     }
 
     std::size_t kept = prefix;
     for (std::size_t i = prefix; i < size; ++i) {
-        const auto c = static_cast<unsigned char>(buffer_[i]);
-        const bool ascii_word = (c >= '0' && c <= '9') ||
-                                ((c | 0x20) >= 'a' && (c | 0x20) <= 'z') || c == '+' || c == '-';
-        if (ascii_word) {
-            buffer_[kept++] = buffer_[i];
+        const char c = buffer_[i];
+        if (ZTK::ascii::IsLetterOrDigit(c) || c == '+' || c == '-') {
+            buffer_[kept++] = c;
         } else if (kept == prefix || buffer_[kept - 1] != '.') {
             buffer_[kept++] = '.';
         }

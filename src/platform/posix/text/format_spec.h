@@ -5,6 +5,8 @@
 #include <climits>
 #include <cstdint>
 
+#include "text/ascii.h"
+
 namespace ZTKPosix::format {
 
 // The size modifier.
@@ -91,7 +93,7 @@ class SpecReader {
 
     bool ReadNumber(int& number) noexcept {
         std::int64_t value = 0;
-        while (Peek() >= '0' && Peek() <= '9') {
+        while (ZTK::ascii::IsDigit(Peek())) {
             value = value * 10 + (Peek() - '0');
             if (value > INT_MAX) {
                 return false;

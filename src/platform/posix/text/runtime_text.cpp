@@ -1,33 +1,26 @@
 // Text functions of the platform's C runtime over 16-bit wide characters, in the "C" locale.
 #include "platform/posix/text/runtime_text.h"
 
-#include <array>
 #include <limits>
 
 #include "platform/posix/text/vector_text.h"
+#include "text/ascii.h"
 
 namespace ZTKPosix {
 namespace {
 
 constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
 
-constexpr auto kFoldedBytes = [] {
-    std::array<unsigned char, 256> table{};
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        table[i] = static_cast<unsigned char>(i >= 'A' && i <= 'Z' ? i + ('a' - 'A') : i);
-    }
-    return table;
-}();
-
 struct AsItIs {
     int operator()(wchar_t c) const noexcept { return static_cast<char16_t>(c); }
 };
 
 struct Folded {
-    int operator()(char c) const noexcept { return kFoldedBytes[static_cast<unsigned char>(c)]; }
+    int operator()(char c) const noexcept {
+        return static_cast<unsigned char>(ZTK::ascii::ToLower(c));
+    }
     int operator()(wchar_t c) const noexcept {
-        const unsigned unit = static_cast<char16_t>(c);
-        return static_cast<int>(unit | (unit - 'A' < 26u ? 0x20u : 0u));
+        return static_cast<char16_t>(ZTK::ascii::ToLower(c));
     }
 };
 

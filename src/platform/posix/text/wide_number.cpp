@@ -6,14 +6,16 @@
 #include <iterator>
 #include <limits>
 
+#include "text/ascii.h"
+
 namespace ZTKPosix {
 
 namespace {
 
 bool IsSpace(wchar_t c) {
-    constexpr wchar_t kOthers[] = {L' ',      L'\x00A0', L'\x1680', L'\x2028',
-                                   L'\x2029', L'\x202F', L'\x205F', L'\x3000'};
-    return (c >= L'\t' && c <= L'\r') || (c >= L'\x2000' && c <= L'\x200A') ||
+    constexpr wchar_t kOthers[] = {L'\x00A0', L'\x1680', L'\x2028', L'\x2029',
+                                   L'\x202F', L'\x205F', L'\x3000'};
+    return ZTK::ascii::IsRuntimeSpace(c) || (c >= L'\x2000' && c <= L'\x200A') ||
            std::find(std::begin(kOthers), std::end(kOthers), c) != std::end(kOthers);
 }
 
@@ -24,7 +26,7 @@ int DigitValue(wchar_t c) {
                                   L'\x0B66', L'\x0C66', L'\x0CE6', L'\x0D66', L'\x0E50', L'\x0ED0',
                                   L'\x0F20', L'\x1040', L'\x17E0', L'\x1810', L'\xFF10'};
     if (c < 0x80) {
-        return c >= L'0' && c <= L'9' ? c - L'0' : -1;
+        return ZTK::ascii::IsDigit(c) ? c - L'0' : -1;
     }
     const auto* const zero = std::find_if(std::begin(kZeros), std::end(kZeros),
                                           [c](wchar_t z) { return c >= z && c - z <= 9; });
