@@ -1,7 +1,9 @@
 // Decoding of Base64 strings into ring strings.
 #include <climits>
+#include <cstdint>
 #include <cstring>
 
+#include "frame/base/tmp_ring.h"
 #include "platform/memory/allocation.h"
 #include "strings/runtime_overloads.h"
 #include "ztk/base64.h"
@@ -52,9 +54,12 @@ const char* Base64DecodeString(const char* s, unsigned int) noexcept {
         return nullptr;
     }
     const DecodedText decoded(s, std::strlen(s));
-    char* text = nullptr;
-    if (decoded.get() != nullptr &&
-        ZTKGetTmpString(text, static_cast<unsigned int>(decoded.size()) + 1) != 0) {
+    if (decoded.get() == nullptr) {
+        return nullptr;
+    }
+    char* const text =
+        frame::RequestTmpString<char>(static_cast<std::uint32_t>(decoded.size()) + 1);
+    if (text != nullptr) {
         std::memcpy(text, decoded.get(), std::strlen(decoded.get()) + 1);
     }
     return text;

@@ -1,10 +1,11 @@
 // Conversion between narrow and wide text.
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
+#include "frame/base/tmp_ring.h"
 #include "platform/code_page.h"
 #include "strings/runtime_overloads.h"
-#include "ztk/memory.h"
 #include "ztk/strings.h"
 
 namespace ZTK {
@@ -17,11 +18,11 @@ int ConvertText(UINT code_page, const wchar_t* text, int count, char* out, int r
     return WideCharToMultiByte(code_page, 0, text, count, out, room, nullptr, nullptr);
 }
 
+// A slot for count characters. Null for 0, which stands for a failed conversion, and for more than
+// the ring has room for.
 template <class Char>
 Char* RequestSlot(int count) noexcept {
-    Char* slot = nullptr;
-    return count > 0 && ZTKGetTmpString(slot, static_cast<unsigned int>(count)) != 0 ? slot
-                                                                                     : nullptr;
+    return frame::RequestTmpString<Char>(static_cast<std::uint32_t>(count));
 }
 
 // Characters that are converted without being measured first.

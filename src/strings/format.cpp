@@ -1,9 +1,10 @@
 // printf into a ring string.
 #include <cstdarg>
+#include <cstdint>
 #include <cstring>
 
+#include "frame/base/tmp_ring.h"
 #include "platform/formatting.h"
-#include "ztk/memory.h"
 #include "ztk/strings.h"
 
 namespace ZTK {
@@ -28,11 +29,8 @@ int Print(wchar_t* buffer, std::size_t count, const wchar_t* format,
 // gets none: callers take null for "nothing to show".
 template <class Char>
 Char* RequestSlot(int length) noexcept {
-    Char* slot = nullptr;
-    if (length <= 0 || ZTKGetTmpString(slot, static_cast<unsigned int>(length) + 1) == 0) {
-        return nullptr;
-    }
-    return slot;
+    return length <= 0 ? nullptr
+                       : frame::RequestTmpString<Char>(static_cast<std::uint32_t>(length) + 1);
 }
 
 // Most texts fit the buffer on the stack and are formatted once. A longer one is measured first.

@@ -3,7 +3,6 @@
 #include "platform/wide_number.h"
 #include "xml/dom_calls.h"
 #include "xml/long_texts.h"
-#include "ztk/memory.h"
 #include "ztk/strings.h"
 #include "ztk/xml.h"
 
@@ -73,11 +72,10 @@ const wchar_t* CXml::GetXMLTextValue(MSXML2::IXMLDOMNodePtr node) {
         return nullptr;
     }
     const UINT count = SysStringLen(text) + 1;
-    if (count > frame::kMaxRingText) {
+    wchar_t* const copy = frame::RequestTmpString<wchar_t>(count);
+    if (copy == nullptr) {
         return xml::KeepLongText(text);
     }
-    wchar_t* copy = nullptr;
-    (void)ZTKGetTmpString(copy, count);  // succeeds for every count up to the limit
     StrCopy(copy, text);
     SysFreeString(text);
     return copy;

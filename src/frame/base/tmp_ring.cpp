@@ -1,6 +1,7 @@
 #include "frame/base/tmp_ring.h"
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cstring>
 #include <new>
@@ -12,9 +13,12 @@
 
 namespace ZTK::frame {
 
-constinit TmpRing<char> narrow_ring;
-constinit TmpRing<wchar_t> wide_ring;
+namespace {
 
+constexpr std::int32_t kRingSlots = 256;
+
+// The next slot index of a ring. Seen from one thread the indexes run 0, 1, ... limit - 1, 0, 1,
+// ...
 std::int32_t NextTmpIndex(std::atomic<std::int32_t>& counter, std::int32_t limit) noexcept {
     for (;;) {
         const std::int32_t drawn = counter.fetch_add(1);
@@ -34,6 +38,25 @@ std::int32_t NextTmpIndex(std::atomic<std::int32_t>& counter, std::int32_t limit
         }
     }
 }
+
+// One ring of slots for texts of Char. Constant-initialized.
+template <typename Char>
+class TmpRing {
+  public:
+    // REQUIRES: 1 <= count <= kMaxRingText.
+    Char* Request(std::uint32_t count) noexcept;
+
+    void Clear() noexcept;
+    void Free() noexcept;
+
+  private:
+    struct Block;
+
+    Block* EnsureTmpSlot(std::atomic<Block*>& slot, std::uint32_t count) noexcept;
+
+    std::atomic<std::int32_t> next_{0};
+    std::atomic<Block*> slots_[kRingSlots] = {};
+};
 
 // The text lies directly behind the capacity. Blocks that a slot has outgrown stay allocated until
 // the library is unloaded, linked through `older`: a thread that was held up between its request
@@ -94,40 +117,63 @@ void TmpRing<Char>::Clear() noexcept {
 }
 
 template <typename Char>
-void TmpRing<Char>::FreeSlot(std::int32_t index) noexcept {
-    Block* block = slots_[index].load(std::memory_order_acquire);
-    while (block != nullptr) {
-        Block* older = block->older;
-        allocation::ProcessFree(block);
-        block = older;
+void TmpRing<Char>::Free() noexcept {
+    for (auto& slot : slots_) {
+        Block* block = slot.load(std::memory_order_acquire);
+        while (block != nullptr) {
+            Block* older = block->older;
+            allocation::ProcessFree(block);
+            block = older;
+        }
     }
 }
 
-template class TmpRing<char>;
-template class TmpRing<wchar_t>;
+template <typename Char>
+constinit TmpRing<Char> ring;
 
+}  // namespace
+
+template <typename Char>
+Char* RequestTmpString(std::uint32_t count) noexcept {
+    return count == 0 || count > kMaxRingText ? nullptr : ring<Char>.Request(count);
+}
+
+template char* RequestTmpString(std::uint32_t) noexcept;
+template wchar_t* RequestTmpString(std::uint32_t) noexcept;
+
+void ClearRings() noexcept {
+    ring<char>.Clear();
+    ring<wchar_t>.Clear();
+}
+
+void FreeRings() noexcept {
+    ring<char>.Free();
+    ring<wchar_t>.Free();
+}
+
+}  // namespace ZTK::frame
+
+namespace ZTK {
 namespace {
 
 template <typename Char>
-unsigned int RequestFrom(TmpRing<Char>& ring, Char*& text, unsigned int count) noexcept {
-    if (count == 0 || count > kMaxRingText) {
+unsigned int GetTmpString(Char*& text, unsigned int count) noexcept {
+    Char* const slot = frame::RequestTmpString<Char>(count);
+    if (slot == nullptr) {
         return 0;
     }
-    text = ring.Request(count);
+    text = slot;
     return 1;
 }
 
 }  // namespace
-}  // namespace ZTK::frame
-
-namespace ZTK {
 
 unsigned int ZTKGetTmpString(char*& text, unsigned int count) noexcept {
-    return frame::RequestFrom(frame::narrow_ring, text, count);
+    return GetTmpString(text, count);
 }
 
 unsigned int ZTKGetTmpString(wchar_t*& text, unsigned int count) noexcept {
-    return frame::RequestFrom(frame::wide_ring, text, count);
+    return GetTmpString(text, count);
 }
 
 }  // namespace ZTK

@@ -18,15 +18,11 @@ void DestroyStaticObjects() noexcept {
 }
 
 void OnProcessAttach() noexcept {
-    narrow_ring.Clear();
-    wide_ring.Clear();
+    ClearRings();
 }
 
 void OnProcessDetach() noexcept {
-    for (std::int32_t index = 0; index < kRingSlots; ++index) {
-        narrow_ring.FreeSlot(index);
-        wide_ring.FreeSlot(index);
-    }
+    FreeRings();
     CloseTraceLog();
 }
 

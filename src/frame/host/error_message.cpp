@@ -20,14 +20,14 @@ DWORD CodeOrLastError(DWORD code) noexcept {
 
 const char* ZTKGetErrorMessageA(DWORD code) noexcept {
     code = CodeOrLastError(code);
-    char* const text = frame::narrow_ring.Request(kRoom);
+    char* const text = frame::RequestTmpString<char>(kRoom);
     (void)FormatMessageA(kFlags, nullptr, code, kUserLanguage, text, kRoom, nullptr);
     return text;
 }
 
 const wchar_t* ZTKGetErrorMessageW(DWORD code) noexcept {
     code = CodeOrLastError(code);
-    wchar_t* const text = frame::wide_ring.Request(kRoom);
+    wchar_t* const text = frame::RequestTmpString<wchar_t>(kRoom);
     (void)FormatMessageW(kFlags, nullptr, code, kUserLanguage, text, kRoom, nullptr);
     return text;
 }

@@ -1,6 +1,9 @@
 #include "frame/host/logging.h"
 
+#include <cstdint>
+
 #include "frame/base/static_object.h"
+#include "frame/base/tmp_ring.h"
 #include "frame/host/hex_line.h"
 #include "frame/host/logging_switches.h"
 #include "frame/host/scratch_text.h"
@@ -8,7 +11,6 @@
 #include "platform/code_page.h"
 #include "sync/lock_guard.h"
 #include "ztk/logging.h"
-#include "ztk/memory.h"
 #include "ztk/sync.h"
 
 namespace ZTK {
@@ -39,8 +41,7 @@ void WriteUtf8(const char* text) noexcept {
         }
         count = MultiByteToWideChar(kUtf8, 0, text, -1, wide.get(), count);
     }
-    wchar_t* slot = nullptr;
-    if (ZTKGetTmpString(slot, static_cast<unsigned int>(count)) != 0) {
+    if (RequestTmpString<wchar_t>(static_cast<std::uint32_t>(count)) != nullptr) {
         WriteTraceLog(wide.get());
     }
 }

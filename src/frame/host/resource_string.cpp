@@ -1,6 +1,6 @@
 // Strings from the string tables of modules.
+#include "frame/base/tmp_ring.h"
 #include "ztk/host.h"
-#include "ztk/memory.h"
 
 namespace ZTK {
 
@@ -14,8 +14,8 @@ const wchar_t* ZTKLoadResourceStringW(HINSTANCE module, unsigned int id) noexcep
         return nullptr;
     }
     const DWORD size = SizeofResource(module, block);
-    wchar_t* text = nullptr;
-    if (ZTKGetTmpString(text, size + 2) == 0) {
+    wchar_t* const text = frame::RequestTmpString<wchar_t>(size + 2);
+    if (text == nullptr) {
         return nullptr;
     }
     const int room = static_cast<int>((size + 2) / 2);

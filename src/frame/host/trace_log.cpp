@@ -4,11 +4,11 @@
 #include <cstdarg>
 #include <cstdint>
 
+#include "frame/base/tmp_ring.h"
 #include "frame/host/scratch_text.h"
 #include "platform/formatting.h"
 #include "platform/text_stream.h"
 #include "ztk/logging.h"
-#include "ztk/memory.h"
 
 namespace ZTK::frame {
 namespace {
@@ -80,8 +80,7 @@ void Trace(const wchar_t* format, std::va_list arguments) noexcept {
     const int length = FormatInto(text, format, arguments);
     // A slot is taken whether or not a trace log is open. A failed format asks for 0 characters,
     // which the ring refuses, as it does a text that is too long.
-    wchar_t* slot = nullptr;
-    if (ZTKGetTmpString(slot, static_cast<unsigned int>(length) + 1) != 0) {
+    if (RequestTmpString<wchar_t>(static_cast<std::uint32_t>(length) + 1) != nullptr) {
         text.get()[length] = L'\0';
         WriteTraceLog(text.get());
     }

@@ -1,8 +1,8 @@
 // Unescaped URLs.
 #include "platform/url_unescape.h"
 
+#include "frame/base/tmp_ring.h"
 #include "ztk/host.h"
-#include "ztk/memory.h"
 
 namespace ZTK {
 
@@ -12,15 +12,17 @@ const wchar_t* ZTKUrlUnescape(const wchar_t* url) noexcept {
     }
     String copy(url);  // the platform's call may write to its input
     DWORD capacity = static_cast<DWORD>(copy.GetLength()) + 1;
-    wchar_t* text = nullptr;
-    if (ZTKGetTmpString(text, capacity) == 0) {
+    wchar_t* text = frame::RequestTmpString<wchar_t>(capacity);
+    if (text == nullptr) {
         return nullptr;
     }
-    // Of all failures only a want of room is acted on. After any other the slot is as the platform
-    // left it, empty at first.
+    // Only a slot that is too small is replaced by a larger one, where the ring has one. After any
+    // other failure the slot is as the platform left it: empty if nothing was written.
     if (UrlUnescapeW(copy, text, &capacity, 0) == E_POINTER && capacity != 0) {
         ++capacity;
-        if (ZTKGetTmpString(text, capacity) != 0) {
+        if (wchar_t* const larger = frame::RequestTmpString<wchar_t>(capacity)) {
+            text = larger;
+            // The slot is the result, whatever the call says.
             (void)UrlUnescapeW(copy, text, &capacity, 0);
         }
     }
