@@ -1,16 +1,11 @@
 // The client socket and its receiver thread.
+#include "net/name_lookup.h"
 #include "platform/socket_calls.h"
 #include "ztk/memory.h"
 #include "ztk/sockets.h"
 #include "ztk/threads.h"
 
 namespace ZTK {
-
-namespace {
-
-constexpr DWORD kTextCapacity = 1025;
-
-}  // namespace
 
 CClientSocket::CClientSocket(int buffer_size) noexcept : CClientSocket(nullptr, buffer_size) {}
 
@@ -43,7 +38,7 @@ bool CClientSocket::Connect(TSOSocketInfo* info) noexcept {
         SetSocketError(WSAGetLastError());
         return false;
     }
-    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, kTextCapacity);
+    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, net::kTextCapacity);
     // Not the member, which Shutdown by another thread takes away: that makes this call fail.
     if (connect(created, address_.lpSockaddr, address_.iSockaddrLength) != 0) {
         SetSocketError(WSAGetLastError());

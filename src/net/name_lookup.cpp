@@ -12,8 +12,6 @@ namespace ZTK {
 
 namespace {
 
-constexpr UINT kSystemCodePage = 0;
-
 static_assert(sizeof(sockaddr_in) == 16 && sizeof(sockaddr_in6) == 28);
 
 // A narrow text of its own for the time of a lookup, which may take seconds: a ring string could be
@@ -23,8 +21,8 @@ class LookupText {
     // Null and empty texts are passed to the system as null.
     explicit LookupText(const wchar_t* text) noexcept {
         if (text != nullptr && text[0] != 0) {
-            valid_ = WideCharToMultiByte(kSystemCodePage, 0, text, -1, text_, sizeof(text_),
-                                         nullptr, nullptr) != 0;
+            valid_ = WideCharToMultiByte(CP_ACP, 0, text, -1, text_, sizeof(text_), nullptr,
+                                         nullptr) != 0;
             given_ = true;
         }
     }
@@ -163,7 +161,7 @@ int net::GetNameInfoW(const sockaddr* address, int address_bytes, TSOHostNameW* 
     if (host != nullptr) {
         // Not through a ring string, which a busy process may hand out again before it is copied.
         constexpr int kRoom = sizeof(host->name) / sizeof(host->name[0]);
-        if (MultiByteToWideChar(kSystemCodePage, 0, host_text, -1, host->name, kRoom) == 0) {
+        if (MultiByteToWideChar(CP_ACP, 0, host_text, -1, host->name, kRoom) == 0) {
             host->name[0] = 0;
         }
     }

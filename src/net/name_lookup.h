@@ -10,6 +10,10 @@ namespace ZTK::net {
 inline constexpr unsigned short kFamilyIPv4 = 2;
 inline constexpr unsigned short kFamilyIPv6 = 23;
 
+// The room for the text of an address, in characters: that of a socket's own, see
+// CSocket::GetIPAddress.
+inline constexpr DWORD kTextCapacity = 1025;
+
 // The reverse lookup of an address: fills the records that are not null. The service name is not
 // asked for and comes out empty. Returns 0, or the system's code with both records unchanged.
 int GetNameInfoW(const sockaddr* address, int address_bytes, TSOHostNameW* host,

@@ -9,7 +9,6 @@ namespace ZTK {
 
 namespace {
 
-constexpr DWORD kTextCapacity = 1025;
 constexpr int kMaximumBacklog = 0x7FFFFFFF;
 
 // The listener thread's results.
@@ -85,7 +84,7 @@ DWORD CServerSocket::ListenProc() {
         return kFailed;
     }
     TSOHostNameW name{};
-    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, kTextCapacity);
+    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, net::kTextCapacity);
     if (net::GetNameInfoW(address_.lpSockaddr, address_.iSockaddrLength, &name, nullptr, 0) == 0) {
         net::CopyText(host_, name.name);
     }
@@ -105,7 +104,7 @@ bool CServerSocket::OpenListeningSocket() {
         listener_.load()->OnError(this, WSAGetLastError());
         return false;
     }
-    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, kTextCapacity);
+    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, net::kTextCapacity);
     if (bind(created, address_.lpSockaddr, address_.iSockaddrLength) != 0) {
         listener_.load()->OnError(this, WSAGetLastError());
         return false;

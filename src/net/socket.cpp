@@ -13,7 +13,6 @@ namespace ZTK {
 namespace {
 
 constexpr int kDefaultBufferSize = 8912;
-constexpr DWORD kTextCapacity = 1025;
 
 int EffectiveBufferSize(int requested) noexcept {
     return requested < 1 ? kDefaultBufferSize : requested;
@@ -48,7 +47,7 @@ CSocket::CSocket(std::uint64_t socket, int buffer_size) noexcept {
     if (net::GetNameInfoW(address_.lpSockaddr, bytes, &host, nullptr, 0) == 0) {
         net::CopyText(host_, host.name);
     }
-    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, kTextCapacity);
+    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, net::kTextCapacity);
 }
 
 CSocket::~CSocket() {

@@ -1,4 +1,5 @@
 // Start and end of Windows Sockets, and the helpers that need no name lookup.
+#include "platform/code_page.h"
 #include "platform/socket_calls.h"
 #include "ztk/sockets.h"
 #include "ztk/strings.h"
@@ -7,7 +8,6 @@ namespace ZTK {
 
 namespace {
 
-constexpr unsigned int kSystemCodePage = 0;
 constexpr WORD kSocketsVersion = 0x0202;  // 2.2
 
 }  // namespace
@@ -52,11 +52,11 @@ int CSocketUtil::GetSockName(std::uint64_t socket, sockaddr* address, int* addre
 
 const wchar_t* CSocketUtil::IP4SockIPToStrIP(sockaddr_in* address) noexcept {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): the text belongs to the calling thread on both targets
-    return address == nullptr ? nullptr : StrConvert(inet_ntoa(address->sin_addr), kSystemCodePage);
+    return address == nullptr ? nullptr : StrConvert(inet_ntoa(address->sin_addr), CP_ACP);
 }
 
 DWORD CSocketUtil::IP4StrIPToSockIP(const wchar_t* text) noexcept {
-    const char* narrow = StrConvert(text, kSystemCodePage);
+    const char* narrow = StrConvert(text, CP_ACP);
     return narrow == nullptr ? INADDR_NONE : inet_addr(narrow);
 }
 

@@ -33,6 +33,7 @@ template <class Target>
 constexpr int kMostFromOne = sizeof(Target) == 1 ? 3 : 1;
 
 // The pages that convert any text, malformed or not, into no more than kMostFromOne elements each.
+// Which page CP_ACP stands for is the platform's affair: all that it can be are such pages.
 bool AlwaysFits(UINT code_page) noexcept {
     return code_page == CP_UTF8 || code_page == CP_ACP;
 }

@@ -21,7 +21,6 @@ constinit LoggingSwitches logging_switches;
 namespace {
 
 constexpr int kTextMode = 1;
-constexpr UINT kUtf8 = 65001;
 
 struct LogState {
     CLock lock;
@@ -33,13 +32,13 @@ constinit StaticObject<LogState> log_state;
 // Takes a ring slot as every conversion does; a text too long for one is not written.
 void WriteUtf8(const char* text) noexcept {
     ScratchText wide;
-    int count = MultiByteToWideChar(kUtf8, 0, text, -1, wide.get(), ScratchText::kShort);
+    int count = MultiByteToWideChar(CP_UTF8, 0, text, -1, wide.get(), ScratchText::kShort);
     if (count == 0) {
-        count = MultiByteToWideChar(kUtf8, 0, text, -1, nullptr, 0);
+        count = MultiByteToWideChar(CP_UTF8, 0, text, -1, nullptr, 0);
         if (!wide.Reserve(count)) {
             return;
         }
-        count = MultiByteToWideChar(kUtf8, 0, text, -1, wide.get(), count);
+        count = MultiByteToWideChar(CP_UTF8, 0, text, -1, wide.get(), count);
     }
     if (RequestTmpString<wchar_t>(static_cast<std::uint32_t>(count)) != nullptr) {
         WriteTraceLog(wide.get());

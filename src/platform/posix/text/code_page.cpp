@@ -13,6 +13,7 @@ namespace {
 
 enum class Outcome { kDone, kUnknownPage, kNoRoom };
 
+// The one place that knows what the system's narrow code page is.
 bool IsUtf8(UINT code_page) noexcept {
     return code_page == CP_ACP || code_page == CP_UTF8;
 }
