@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <cstring>
 
-#include "buffer/buffer_hits.h"
-#include "buffer/buffer_lines.h"
-#include "buffer/buffer_search.h"
-#include "buffer/buffer_storage.h"
+#include "buffer/buffer_hits-inl.h"
+#include "buffer/buffer_lines-inl.h"
+#include "buffer/buffer_search-inl.h"
+#include "buffer/buffer_storage-inl.h"
 #include "buffer/char_tests.h"
-#include "buffer/ptr_array.h"
+#include "buffer/ptr_array-inl.h"
 #include "platform/memory/allocation.h"
 #include "strings/runtime_overloads.h"
 #include "ztk/strings.h"

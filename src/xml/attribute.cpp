@@ -1,7 +1,7 @@
 // Attributes of a tag.
 #include <utility>
 
-#include "buffer/ptr_array.h"
+#include "buffer/ptr_array-inl.h"
 #include "xml/dom_calls.h"
 #include "ztk/xml.h"
 

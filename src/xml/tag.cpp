@@ -1,7 +1,7 @@
 // Tags: their attributes, their children, their value.
 #include <utility>
 
-#include "buffer/ptr_array.h"
+#include "buffer/ptr_array-inl.h"
 #include "xml/dom_calls.h"
 #include "xml/name_table.h"
 #include "ztk/strings.h"

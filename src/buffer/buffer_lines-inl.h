@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "buffer/block_text.h"
-#include "buffer/ptr_array.h"
+#include "buffer/ptr_array-inl.h"
 #include "buffer/stream_reader.h"
 #include "platform/processor/line_copy.h"
 #include "strings/runtime_overloads.h"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "buffer/ptr_array.h"
+#include "buffer/ptr_array-inl.h"
 #include "ztk/buffer.h"
 
 namespace ZTK::buffer {

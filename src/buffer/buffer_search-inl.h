@@ -5,10 +5,10 @@
 #include <limits>
 #include <new>
 
-#include "buffer/buffer_hits.h"
+#include "buffer/buffer_hits-inl.h"
 #include "buffer/char_tests.h"
 #include "buffer/line_counter.h"
-#include "buffer/ptr_array.h"
+#include "buffer/ptr_array-inl.h"
 #include "buffer/term_finder.h"
 #include "platform/memory/allocation.h"
 #include "ztk/buffer.h"
