@@ -16,8 +16,6 @@
 namespace ZTK {
 namespace frame {
 
-constinit LoggingSwitches logging_switches;
-
 namespace {
 
 constexpr int kTextMode = 1;

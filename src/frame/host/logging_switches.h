@@ -9,7 +9,7 @@ struct LoggingSwitches {
     std::atomic<bool> enabled{false};
     std::atomic<bool> text_mode{false};
 };
-extern LoggingSwitches logging_switches;
+inline constinit LoggingSwitches logging_switches;
 
 inline bool LoggingEnabled() noexcept {
     return logging_switches.enabled.load(std::memory_order_relaxed);

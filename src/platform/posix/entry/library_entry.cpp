@@ -5,6 +5,8 @@
 #include "frame/entry/lifecycle.h"
 #include "platform/posix/entry/teardown.h"
 #include "platform/posix/kernel/threads.h"
+#include "platform/posix/process/string_tables.h"
+#include "platform/posix/text/text_stream.h"
 
 namespace ZTKPosix {
 

@@ -9,12 +9,6 @@ namespace ZTKPosix {
 // end without running. Called first, before any memory goes.
 void ReapThreads() noexcept;
 
-// Frees closed text streams, and closes and frees open ones.
-void TearDownTextStreams() noexcept;
-
-// Frees the string tables that hosts did not remove.
-void TearDownStringTables() noexcept;
-
 // Closes the sockets that are still open and frees their table.
 void TearDownSockets() noexcept;
 

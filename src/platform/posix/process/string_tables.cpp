@@ -1,4 +1,5 @@
-// The string tables of modules, in blocks of sixteen strings.
+#include "platform/posix/process/string_tables.h"
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -6,8 +7,8 @@
 #include <new>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/entry/teardown.h"
 #include "platform/posix/text/runtime_text.h"
+#include "ztk/platform.h"
 
 namespace ZTKPosix {
 

@@ -154,7 +154,7 @@ class Run {
                 return false;
         }
         const auto bits = static_cast<std::uint64_t>(value);
-        WriteNumber(spec, IntegerText(spec, value < 0 ? 0 - bits : bits, value < 0).text());
+        WriteNumber(spec, IntegerText(spec, value < 0 ? 0 - bits : bits, value < 0).parts());
         return true;
     }
 
@@ -190,7 +190,7 @@ class Run {
             case Size::kW:
                 return false;
         }
-        WriteNumber(spec, IntegerText(spec, value, false).text());
+        WriteNumber(spec, IntegerText(spec, value, false).parts());
         return true;
     }
 
@@ -200,7 +200,7 @@ class Run {
         spec.conversion = 'X';
         spec.alternate = false;
         spec.precision = 2 * sizeof address;
-        WriteNumber(spec, IntegerText(spec, address, false).text());
+        WriteNumber(spec, IntegerText(spec, address, false).parts());
         return true;
     }
 
@@ -214,12 +214,12 @@ class Run {
 
     bool WriteFloatText(const Spec& spec, const FloatText& number) noexcept {
         if (number.IsGood()) {
-            WriteNumber(spec, number.text());
+            WriteNumber(spec, number.parts());
         }
         return number.IsGood();
     }
 
-    void WriteNumber(const Spec& spec, const NumberText& number) noexcept {
+    void WriteNumber(const Spec& spec, const NumberParts& number) noexcept {
         const std::uint64_t padding =
             Padding(spec, number.prefix_size + number.zeros + number.digits_size);
         const bool zero_padded = spec.zero && !spec.left && number.may_pad_with_zeros;

@@ -60,18 +60,18 @@ IntegerText::IntegerText(const Spec& spec, std::uint64_t magnitude, bool negativ
             break;
         case 'x':
             first = WriteBits(end, magnitude, 4, ZTK::ascii::kLowerHexDigits);
-            text_.prefix = spec.alternate && magnitude != 0 ? "0x" : "";
+            parts_.prefix = spec.alternate && magnitude != 0 ? "0x" : "";
             break;
         case 'X':
             first = WriteBits(end, magnitude, 4, ZTK::ascii::kUpperHexDigits);
-            text_.prefix = spec.alternate && magnitude != 0 ? "0X" : "";
+            parts_.prefix = spec.alternate && magnitude != 0 ? "0X" : "";
             break;
         case 'u':
             first = WriteDecimal(end, magnitude);
             break;
         default:
             first = WriteDecimal(end, magnitude);
-            text_.prefix = SignPrefix(spec, negative);
+            parts_.prefix = SignPrefix(spec, negative);
             break;
     }
     const auto written = static_cast<std::size_t>(end - first);
@@ -81,11 +81,11 @@ IntegerText::IntegerText(const Spec& spec, std::uint64_t magnitude, bool negativ
     if (spec.conversion == 'o' && spec.alternate && least <= written) {
         least = written + 1;
     }
-    text_.prefix_size = std::strlen(text_.prefix);
-    text_.zeros = least > written ? least - written : 0;
-    text_.digits = first;
-    text_.digits_size = written;
-    text_.may_pad_with_zeros = spec.precision == Spec::kNone;
+    parts_.prefix_size = std::strlen(parts_.prefix);
+    parts_.zeros = least > written ? least - written : 0;
+    parts_.digits = first;
+    parts_.digits_size = written;
+    parts_.may_pad_with_zeros = spec.precision == Spec::kNone;
 }
 
 // The C library does the conversion itself; width and padding are left to the engine.
@@ -139,11 +139,11 @@ void FloatText::Split(std::size_t size) noexcept {
             buffer_[kept++] = '.';
         }
     }
-    text_.prefix = buffer_;
-    text_.prefix_size = prefix;
-    text_.digits = buffer_ + prefix;
-    text_.digits_size = kept - prefix;
-    text_.may_pad_with_zeros = is_number;
+    parts_.prefix = buffer_;
+    parts_.prefix_size = prefix;
+    parts_.digits = buffer_ + prefix;
+    parts_.digits_size = kept - prefix;
+    parts_.may_pad_with_zeros = is_number;
 }
 
 FloatText::~FloatText() {

@@ -9,7 +9,7 @@
 namespace ZTKPosix::format {
 
 // A number in its parts: prefix (sign, 0x), zeros that the precision asks for, digits.
-struct NumberText {
+struct NumberParts {
     const char* prefix = "";
     std::size_t prefix_size = 0;
     std::size_t zeros = 0;
@@ -24,11 +24,11 @@ class IntegerText {
     IntegerText(const IntegerText&) = delete;
     IntegerText& operator=(const IntegerText&) = delete;
 
-    const NumberText& text() const noexcept { return text_; }
+    const NumberParts& parts() const noexcept { return parts_; }
 
   private:
     char digits_[24];  // 22 octal digits and the zero that '#' adds
-    NumberText text_;
+    NumberParts parts_;
 };
 
 class FloatText {
@@ -42,7 +42,7 @@ class FloatText {
 
     // False when the number is too long for memory.
     bool IsGood() const noexcept { return good_; }
-    const NumberText& text() const noexcept { return text_; }
+    const NumberParts& parts() const noexcept { return parts_; }
 
   private:
     template <class Value>
@@ -52,7 +52,7 @@ class FloatText {
     char local_[128];
     char* buffer_ = local_;
     bool good_ = false;
-    NumberText text_;
+    NumberParts parts_;
 };
 
 }  // namespace ZTKPosix::format

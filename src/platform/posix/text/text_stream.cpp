@@ -10,7 +10,6 @@
 #include <new>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/entry/teardown.h"
 #include "platform/posix/text/code_page.h"
 #include "platform/posix/text/runtime_text.h"
 

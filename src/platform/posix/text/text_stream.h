@@ -23,6 +23,9 @@ int fflush(TextStream* stream) noexcept;
 // Flushes and closes. The stream's own memory stays with the layer until the library is unloaded.
 int fclose(TextStream* stream) noexcept;
 
+// Closes the streams that are open and frees all. Called when the library is unloaded.
+void TearDownTextStreams() noexcept;
+
 }  // namespace ZTKPosix
 
 namespace ZTK {
