@@ -14,14 +14,23 @@ void Copy(Char* dst, const Char* src) noexcept {
     }
 }
 
+// Whether there is a source and a destination. A destination without a source is emptied.
+template <class Char>
+bool CanCopy(Char* dst, const Char* src) noexcept {
+    if (dst != nullptr && src == nullptr) {
+        dst[0] = 0;
+    }
+    return dst != nullptr && src != nullptr;
+}
+
 // What a bounded copy did.
 struct Copied {
     std::uint64_t count;  // elements before the terminator
     bool cut;             // the source went on
 };
 
-// Copies at most n elements and a terminator. n = 0 wraps when the first element is counted off,
-// and so is no limit.
+// Copies at most n elements and a terminator. n = 0 is no limit: the count is compared when it is
+// at least 1.
 template <class Char>
 Copied CopyBounded(Char* dst, const Char* src, std::uint64_t n) noexcept {
     std::uint64_t count = 0;
@@ -47,16 +56,12 @@ void StrCopy(wchar_t* dst, const wchar_t* src) noexcept {
 }
 
 bool StrSafeCopy(char* dst, const char* src, std::uint64_t n) noexcept {
-    if (dst == nullptr) {
-        return false;
-    }
-    if (src == nullptr) {
-        dst[0] = 0;
+    if (!CanCopy(dst, src)) {
         return false;
     }
     const Copied copied = CopyBounded(dst, src, n);
     if (n == 0 && copied.count <= 1) {
-        // No element was counted off, so the count still stands at 0, which reads as "cut".
+        // Callers rely on it: without a limit, a source of at most one element counts as cut.
         dst[0] = 0;
         return false;
     }
@@ -69,14 +74,10 @@ bool StrSafeCopy(char* dst, const char* src, std::uint64_t n) noexcept {
 }
 
 bool StrSafeCopy(wchar_t* dst, const wchar_t* src, std::uint64_t n) noexcept {
-    if (dst == nullptr) {
+    if (!CanCopy(dst, src)) {
         return false;
     }
-    if (src == nullptr) {
-        dst[0] = 0;
-        return false;
-    }
-    (void)CopyBounded(dst, src, n);  // wide callers are not told of truncation
+    (void)CopyBounded(dst, src, n);  // wide callers are not told whether the text was cut
     return true;
 }
 

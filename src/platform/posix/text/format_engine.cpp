@@ -120,78 +120,68 @@ class Run {
         }
     }
 
-    // l takes the target's own long, which has 64 bits here and 32 on Windows.
     bool WriteSigned(const Spec& spec) noexcept {
-        std::int64_t value = 0;
-        switch (spec.size) {
-            case Size::kDefault:
-            case Size::kI32:
-                value = va_arg(arguments_, int);
-                break;
-            case Size::kHH:
-                value = static_cast<signed char>(va_arg(arguments_, int));
-                break;
-            case Size::kH:
-                value = static_cast<short>(va_arg(arguments_, int));
-                break;
-            case Size::kL:
-                value = va_arg(arguments_, long);
-                break;
-            case Size::kLL:
-            case Size::kI64:
-                value = va_arg(arguments_, long long);
-                break;
-            case Size::kJ:
-                value = va_arg(arguments_, std::intmax_t);
-                break;
-            case Size::kZ:
-            case Size::kT:
-            case Size::kI:
-                value = va_arg(arguments_, std::ptrdiff_t);
-                break;
-            case Size::kLongDouble:
-            case Size::kW:
-                return false;
+        std::uint64_t bits = 0;
+        if (!TakeInteger<int>(spec.size, bits)) {
+            return false;
         }
-        const auto bits = static_cast<std::uint64_t>(value);
-        WriteNumber(spec, IntegerText(spec, value < 0 ? 0 - bits : bits, value < 0).parts());
+        const bool negative = static_cast<std::int64_t>(bits) < 0;
+        WriteNumber(spec, IntegerText(spec, negative ? 0 - bits : bits, negative).parts());
         return true;
     }
 
     bool WriteUnsigned(const Spec& spec) noexcept {
-        std::uint64_t value = 0;
-        switch (spec.size) {
+        std::uint64_t bits = 0;
+        if (!TakeInteger<unsigned>(spec.size, bits)) {
+            return false;
+        }
+        WriteNumber(spec, IntegerText(spec, bits, false).parts());
+        return true;
+    }
+
+    // Takes an integer argument, signed or not as Int is, and extends it to 64 bits. False for a
+    // size that integers do not have. l is the target's own long, which has 64 bits here and 32 on
+    // Windows.
+    template <class Int>
+    bool TakeInteger(Size size, std::uint64_t& bits) noexcept {
+        constexpr bool kIsSigned = std::is_signed_v<Int>;
+        using Char8 = std::conditional_t<kIsSigned, signed char, unsigned char>;
+        using Short = std::conditional_t<kIsSigned, short, unsigned short>;
+        using Long = std::conditional_t<kIsSigned, long, unsigned long>;
+        using LongLong = std::conditional_t<kIsSigned, long long, unsigned long long>;
+        using Widest = std::conditional_t<kIsSigned, std::intmax_t, std::uintmax_t>;
+        using Pointer = std::conditional_t<kIsSigned, std::ptrdiff_t, std::size_t>;
+        switch (size) {
             case Size::kDefault:
             case Size::kI32:
-                value = va_arg(arguments_, unsigned);
-                break;
+                bits = static_cast<std::uint64_t>(va_arg(arguments_, Int));
+                return true;
             case Size::kHH:
-                value = static_cast<unsigned char>(va_arg(arguments_, unsigned));
-                break;
+                bits = static_cast<std::uint64_t>(static_cast<Char8>(va_arg(arguments_, Int)));
+                return true;
             case Size::kH:
-                value = static_cast<unsigned short>(va_arg(arguments_, unsigned));
-                break;
+                bits = static_cast<std::uint64_t>(static_cast<Short>(va_arg(arguments_, Int)));
+                return true;
             case Size::kL:
-                value = va_arg(arguments_, unsigned long);
-                break;
+                bits = static_cast<std::uint64_t>(va_arg(arguments_, Long));
+                return true;
             case Size::kLL:
             case Size::kI64:
-                value = va_arg(arguments_, unsigned long long);
-                break;
+                bits = static_cast<std::uint64_t>(va_arg(arguments_, LongLong));
+                return true;
             case Size::kJ:
-                value = va_arg(arguments_, std::uintmax_t);
-                break;
+                bits = static_cast<std::uint64_t>(va_arg(arguments_, Widest));
+                return true;
             case Size::kZ:
             case Size::kT:
             case Size::kI:
-                value = va_arg(arguments_, std::size_t);
-                break;
+                bits = static_cast<std::uint64_t>(va_arg(arguments_, Pointer));
+                return true;
             case Size::kLongDouble:
             case Size::kW:
-                return false;
+                break;
         }
-        WriteNumber(spec, IntegerText(spec, value, false).parts());
-        return true;
+        return false;
     }
 
     // All digits of the address in upper-case hex, without a prefix.
@@ -292,8 +282,8 @@ class Run {
         }
     }
 
-    // Gives the characters of text to put in the output's width, as long as they fit whole into
-    // limit units, and returns the units given.
+    // Calls put with each character of text in the units of the output, up to the first that would
+    // exceed limit units. Returns the units that put was given.
     template <class Source, class Put>
     static std::uint64_t Transcode(const Source* text, std::uint64_t limit, Put put) noexcept {
         std::uint64_t size = 0;
