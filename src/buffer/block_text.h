@@ -33,8 +33,8 @@ std::size_t DropReturns(T* block, std::size_t count) noexcept {
 }
 
 // How many lines a text of total characters may have that begins with this block of kept ones; 0
-// when the block is all of it. A little above what the block suggests; lines shorter than most are
-// not planned for, as room for them might be many times the text's.
+// when the block is all of it. A little above what the block suggests, but never a line for less
+// than kShortLine characters: room for so many lines could be many times that of the text.
 template <class T>
 int ExpectedLines(const T* block, std::int64_t kept, std::int64_t total) noexcept {
     constexpr std::int64_t kShortLine = 32;

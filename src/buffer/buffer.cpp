@@ -1,5 +1,5 @@
-// The text buffer: life, appending, comparison, character tests. The other members' bodies stand in
-// headers by topic, so that each instantiation is made once and whole, here.
+// The text buffer: construction and destruction, appending, comparison, character tests. The other
+// members' bodies are in headers by topic; both instantiations are made here, whole and only once.
 #include "ztk/buffer.h"
 
 #include <cstdint>
@@ -17,7 +17,7 @@
 
 namespace ZTK {
 
-// --- Life
+// --- Construction and destruction
 
 template <class T>
 CBuffer<T>::CBuffer() noexcept : lines_(100) {}
@@ -73,8 +73,8 @@ void CBuffer<T>::DropHits() noexcept {
 
 // --- Appending and comparing
 
-// Appends n characters, if there is or can be made room for them; else the buffer is empty
-// afterwards.
+// Appends n characters, if there is or can be made room for them; otherwise the buffer is empty
+// afterwards, which is how callers of Add learn of it.
 template <class T>
 bool CBuffer<T>::Append(const T* s, std::int64_t n) noexcept {
     if (s == nullptr || n <= 0) {
@@ -98,7 +98,7 @@ bool CBuffer<T>::Append(const T* s, std::int64_t n) noexcept {
 
 template <class T>
 void CBuffer<T>::Add(T c) noexcept {
-    (void)Append(&c, 1);
+    (void)Append(&c, 1);  // an empty buffer tells of a failure, here and below
 }
 
 template <class T>

@@ -40,7 +40,8 @@ bool CBuffer<T>::CutAll(T cut) noexcept {
     T* const rest = CutAt(cut);
     T* const end = text_ + length_;
     if (rest != end) {
-        (void)AddLine(rest, end);  // there is always room for a terminator behind the text
+        // The last line: there is no next one. The text always has room for a terminator behind it.
+        (void)AddLine(rest, end);
     }
     return lines_.Count() > 0;
 }
@@ -87,12 +88,13 @@ int CBuffer<T>::Load(std::FILE* fp) {
         return 0;
     }
     if (capacity_ != room) {
-        // The stream was longer than the file had told, and the text has moved under its lines.
+        // The stream was longer than the size of its file, and the text has moved: the lines point
+        // to where it was.
         lines_.Rewind();
         start = CutAt(0) - text_;
     }
     if (start != length_) {
-        // Not terminated: an older character may stand behind it.
+        // Not terminated: the character behind it may be left over from an earlier text.
         lines_.Append(text_ + start, false);
     }
     return lines_.Count();
@@ -111,7 +113,7 @@ T* CBuffer<T>::GetNext(std::FILE*& fp, int index) {
         const buffer::LinePart part = buffer::ReadLinePart(fp, block, std::size(block));
         lost = lost || !Append(block, static_cast<std::int64_t>(part.count));
         if (part.end == buffer::LineEnd::kStream) {
-            (void)std::fclose(fp);
+            (void)std::fclose(fp);  // nothing was written to it here
             fp = nullptr;
             return nullptr;
         }

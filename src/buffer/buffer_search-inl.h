@@ -112,7 +112,7 @@ DWORD CBuffer<T>::Search(void* file, DWORD flags, CSearchQuery<T>& query, Search
                          void* context) {
     DWORD high = 0;
     const DWORD size = GetFileSize(file, &high);
-    // Among the sizes refused is the one that stands for a failure.
+    // This refuses INVALID_FILE_SIZE as well, which a failure returns.
     if (high != 0 || size > static_cast<DWORD>(std::numeric_limits<int>::max())) {
         return 0;
     }

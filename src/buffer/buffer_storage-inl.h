@@ -58,6 +58,7 @@ T* CBuffer<T>::Realloc(int bytes) noexcept {
 template <class T>
 void CBuffer<T>::SetLength(int n) noexcept {
     Reset();
+    // A failure shows in the text, here and below.
     (void)EnsureRoom(std::int64_t{n} * static_cast<std::int64_t>(sizeof(T)));
 }
 

@@ -95,7 +95,7 @@ void CPtrArray<V>::Reserve(int count) noexcept {
     }
     // One slot more than there are records is wanted, see Append.
     if (GrowSlots((count / grow_by_ + 1) * grow_by_)) {
-        (void)AddBlock(count);
+        (void)AddBlock(count);  // without it records come in smaller blocks
     }
 }
 

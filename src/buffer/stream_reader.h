@@ -1,5 +1,5 @@
-// Characters from a C stream, many at a time, where the caller of the library cannot tell it from
-// reading them one by one.
+// Characters from a C stream, many at a time. For the caller of the library the stream is
+// afterwards as if they had been read one by one.
 #pragma once
 
 #include <cstddef>
@@ -18,8 +18,8 @@ struct LinePart {
 // The most characters that one read hands out for one from the stream: a surrogate pair.
 inline constexpr std::size_t kMostUnits = 2;
 
-// Reads to the end of a stream. Nobody sees how far a block reads ahead, because the last one ends
-// where the stream does; its flags, position and orientation are then those of single reads.
+// Reads to the end of a stream. That blocks read ahead cannot be observed, because the last one
+// ends where the stream does; its flags, position and orientation are then those of single reads.
 template <class T>
 class StreamReader {
   public:

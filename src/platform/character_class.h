@@ -1,5 +1,6 @@
 // The C runtime's wide character classes, called from namespace ZTK by their platform names:
-// iswalnum, iswspace, iswprint.
+// iswalnum, iswspace, iswprint. Zero or nonzero; none fails. Callers ask about ASCII: for other
+// characters the runtime's answer depends on its locale, the layer's is always zero.
 #pragma once
 
 #if defined(_WIN32)

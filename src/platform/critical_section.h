@@ -1,5 +1,5 @@
 // Critical sections: InitializeCriticalSection, EnterCriticalSection, LeaveCriticalSection,
-// DeleteCriticalSection and CRITICAL_SECTION.
+// DeleteCriticalSection and CRITICAL_SECTION. None fails or touches the last error.
 #pragma once
 
 #include "ztk/platform.h"

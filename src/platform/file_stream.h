@@ -2,8 +2,8 @@
 // file behind an open stream in bytes, or -1), _lock_file and _unlock_file, and _fgetc_nolock,
 // which is fgetc for a caller that holds the stream's lock. FgetwcUnderLock is that for fgetwc.
 //
-// Wide characters are read with fgetwc on both targets: the mode in which the caller opened the
-// stream decides how it decodes, and nobody else can. It hands out wint_t, whose width does not
+// Wide characters are read with fgetwc on both targets: how a stream decodes depends on the mode in
+// which the caller opened it, which only the runtime knows. It returns wint_t, whose width does not
 // depend on that of wchar_t, so it is safe to call where the C library's own wide characters are
 // wider than ours.
 #pragma once

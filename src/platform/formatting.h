@@ -1,6 +1,10 @@
-// The printf family of the C runtime: _vscprintf, _vscwprintf (the length of the formatted text
-// without its terminator, or -1), _vsnprintf and _vsnwprintf (at most count characters; the
-// terminator is stored only if there is room for it; -1 if the text was cut or the format is bad).
+// The printf family of the C runtime.
+//
+// _vscprintf, _vscwprintf: the length of the formatted text without its terminator, or -1 for a bad
+// format. _vsnprintf, _vsnwprintf: write at most count characters, and the terminator only if there
+// is room for it; the length without it, or -1 if the text was cut or the format is bad. The list
+// of arguments is not moved on in the layer, on Windows it may be: callers pass a copy. What a
+// format may hold in the layer is said in its header.
 #pragma once
 
 #include <cstdarg>

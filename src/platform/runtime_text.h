@@ -1,6 +1,7 @@
 // The C runtime's text functions that differ between the targets, called from namespace ZTK by
 // their platform names: wcslen, wcscmp, wcsncmp, wcschr, wmemchr, wmemcmp, _stricmp, _strnicmp,
-// _wcsicmp, _wcsnicmp; and the readability probes IsBadStringPtrA and IsBadStringPtrW.
+// _wcsicmp, _wcsnicmp; and the readability probes IsBadStringPtrA and IsBadStringPtrW. None fails;
+// but for the probes, REQUIRES: texts are not null.
 //
 // Elsewhere than on Windows these are the layer's own: the C library's wide functions assume 32-bit
 // characters and must never be called.

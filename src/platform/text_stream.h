@@ -1,5 +1,5 @@
-// The C runtime's wide text stream, opened with mode "w,ccs=UNICODE": _wfopen, fputws, fflush,
-// fclose on a TextStream.
+// The C runtime's wide text stream, opened with mode "w,ccs=UNICODE" (the layer has no other):
+// _wfopen, fputws, fflush, fclose on a TextStream.
 #pragma once
 
 #include "ztk/platform.h"

@@ -1,4 +1,5 @@
-// UrlUnescapeW of the platform's shell utilities.
+// UrlUnescapeW of the platform's shell utilities. Callers pass flags 0: the layer refuses the
+// others. Failures are told by the result, not by the last error.
 #pragma once
 
 #include "ztk/platform.h"

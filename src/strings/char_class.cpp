@@ -15,7 +15,7 @@ bool IsInClassRange(wchar_t c) {
     return c >= 1 && c <= 127;
 }
 
-// Callers test these only for zero; the runtime's value is passed on as it comes.
+// Callers test these only for zero; the runtime's own value is returned.
 template <class Char>
 unsigned int Alpha(Char c) {
     return IsInClassRange(c) ? static_cast<unsigned int>(std::isalpha(c)) : 0;

@@ -43,11 +43,12 @@ template <class Target, class Source>
 const Target* ConvertInPlace(const Source* text, int count, UINT code_page) noexcept {
     const int room = count * kMostFromOne<Target>;
     Target* const slot = RequestSlot<Target>(room);
-    (void)ConvertText(code_page, text, count, slot, room);
+    (void)ConvertText(code_page, text, count, slot, room);  // cannot fail: see AlwaysFits
     return slot;
 }
 
-// A page that may be unknown is tried on the stack: a failure takes no ring string. Null for one.
+// A page that may be unknown is tried with a buffer on the stack first, because a failure must not
+// take a ring slot. Null for a failure.
 template <class Target, class Source>
 const Target* ConvertByCopy(const Source* text, int count, UINT code_page) noexcept {
     Target buffer[kShort];
@@ -64,7 +65,7 @@ const Target* ConvertLong(const Source* text, int count, UINT code_page) noexcep
     const int needed = ConvertText(code_page, text, count, nullptr, 0);
     Target* const slot = RequestSlot<Target>(needed);
     if (slot != nullptr) {
-        (void)ConvertText(code_page, text, count, slot, needed);
+        (void)ConvertText(code_page, text, count, slot, needed);  // as the measuring pass did
     }
     return slot;
 }
@@ -74,8 +75,8 @@ const Target* Convert(const Source* text, UINT code_page) noexcept {
     if (text == nullptr || *text == 0) {
         return nullptr;
     }
-    // The terminator is converted, too. No page makes so little of a text that one above the range
-    // of int would fit into a ring string.
+    // The terminator is converted, too. A text too long for an int is too long for a ring slot in
+    // every page.
     const std::size_t length = strings::Length(text);
     if (length >= std::numeric_limits<int>::max()) {
         return nullptr;
@@ -84,7 +85,7 @@ const Target* Convert(const Source* text, UINT code_page) noexcept {
     if (AlwaysFits(code_page) && count <= kShort / kMostFromOne<Target>) {
         return ConvertInPlace<Target>(text, count, code_page);
     }
-    // A failure is told by the result alone; the caller's last error stays.
+    // Only the result tells of a failure; the last error stays the caller's.
     const DWORD last_error = GetLastError();
     const Target* result =
         count <= kShort ? ConvertByCopy<Target>(text, count, code_page) : nullptr;

@@ -59,6 +59,7 @@ const Char* Format(const Char* format, std::va_list arguments) noexcept {
     if (fits) {
         std::memcpy(slot, buffer, static_cast<std::size_t>(length) * sizeof(Char));
     } else {
+        // As long as it was counted, but for the terminator, which is stored below.
         (void)Print(slot, static_cast<std::size_t>(length), format, arguments);
     }
     slot[length] = 0;

@@ -6,7 +6,8 @@
 namespace ZTK {
 namespace {
 
-// Unsigned throughout: the value wraps at 32 bits without a sound, and the sign wraps with it.
+// Unsigned arithmetic: a number that 32 bits cannot hold wraps, which callers rely on and which
+// signed arithmetic does not offer.
 template <class Char>
 int ToInt(const Char* s) noexcept {
     if (s == nullptr) {

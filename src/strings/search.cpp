@@ -12,7 +12,7 @@ bool IsBadOrEmpty(const Char* s) noexcept {
 
 template <class Char>
 const Char* Search(const Char* s, const Char* find, std::uint64_t limit) noexcept {
-    // s is looked at before anything else: nothing is found in an empty string, not even nothing.
+    // s is looked at first: in an empty string nothing is found, not even an empty text.
     if (s == nullptr || *s == 0) {
         return nullptr;
     }

@@ -106,9 +106,9 @@ void String::SetSize(std::uint64_t n) noexcept {
     }
     const bool first = buffer_ == nullptr;
     if (Resize(n)) {
-        *buffer_ = 0;  // what grows starts afresh; callers fill it next
+        *buffer_ = 0;  // a string that grows here becomes empty: callers fill it next
     } else if (first) {
-        capacity_ = n;  // unlike a growth that fails, a first block that fails keeps the size asked
+        capacity_ = n;  // kept when the first block fails, unlike when a growth fails
     }
 }
 

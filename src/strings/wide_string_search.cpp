@@ -1,4 +1,4 @@
-// Search in wide strings: pointers that the C-string functions find, told as positions.
+// Search in wide strings: the C-string functions find places, which are returned as positions.
 #include "strings/runtime_overloads.h"
 #include "ztk/strings.h"
 #include "ztk/wide_string.h"
@@ -38,8 +38,8 @@ std::uint64_t String::RFind(wchar_t c, std::uint64_t pos) const noexcept {
                          : PositionOf(StrRevFind(buffer_, buffer_ + (length - pos), c), buffer_);
 }
 
-// The search is limited to a text of the length of s, which can only match at the start. Without a
-// buffer it gives null, and that is where the string "starts": callers get true.
+// The search is limited to as many characters as s has, so that s can only match at the start.
+// Without a buffer the search gives null, which is what the buffer is then: callers get true.
 bool String::Beginswith(const wchar_t* s) const noexcept {
     return StrSearch(buffer_, s, StrLength(s)) == buffer_;
 }
@@ -48,7 +48,7 @@ bool String::Contains(const wchar_t* s) const noexcept {
     return StrSearch(buffer_, s, 0) != nullptr;
 }
 
-// Callers rely on what is counted: not the first character, but the terminator.
+// Callers rely on what is looked at: all but the first character, and the terminator.
 int String::CountOf(wchar_t c) const noexcept {
     if (IsEmpty()) {
         return 0;

@@ -1,4 +1,5 @@
-// Ends the process with a message on standard error, where going on would break a promise.
+// Ends the process with a message on standard error: for a failure that the caller was promised
+// never to see, such as a ring string without memory.
 #pragma once
 
 namespace ZTK::frame {

@@ -104,7 +104,8 @@ template <typename Char>
 Char* TmpRing<Char>::Request(std::uint32_t count) noexcept {
     const std::int32_t index = NextTmpIndex(next_, kRingSlots);
     Char* text = EnsureTmpSlot(slots_[index], count)->Text();
-    // Two requests at least 256 apart may still meet here when one of their threads was held up.
+    // Atomic: a thread that was held up before this line may run into the request that gets the
+    // same slot 256 requests later.
     std::atomic_ref<Char>(*text).store(0, std::memory_order_relaxed);
     return text;
 }

@@ -31,5 +31,5 @@ void ZTKAssert(int condition, wchar_t* expression, wchar_t* file, int line) noex
     }
     wchar_t text[ZTK::frame::kAssertionText];
     ZTK::frame::FormatBounded(text, L"%s\nfile:%s, line:%d", expression, file, line);
-    (void)MessageBoxW(nullptr, text, L"Assertion", 0);
+    (void)MessageBoxW(nullptr, text, L"Assertion", 0);  // has only one button
 }

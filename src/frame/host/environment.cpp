@@ -23,8 +23,9 @@ bool GetEnvironmentVar(const wchar_t* name, String& value) noexcept {
             return false;
         }
     }
-    // A length of 0 is also that of an empty value, so the last error decides, whoever left it.
-    // Callers know that a lookup that failed makes the next one fail, too, if they do not clear it.
+    // A length of 0 is also that of an empty value, so the last error decides, even one that an
+    // earlier call left. Callers know that a lookup that failed makes the next one fail, too, if
+    // they do not clear it.
     if (GetLastError() == ERROR_ENVVAR_NOT_FOUND) {
         return false;
     }

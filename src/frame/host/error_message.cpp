@@ -16,7 +16,7 @@ DWORD CodeOrLastError(DWORD code) noexcept {
 
 }  // namespace
 
-// The formatter's result is not looked at: without a text, the slot is empty.
+// The formatter's result is ignored in both: where it fails, the slot stays empty.
 
 const char* ZTKGetErrorMessageA(DWORD code) noexcept {
     code = CodeOrLastError(code);

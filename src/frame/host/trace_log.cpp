@@ -30,10 +30,10 @@ void WriteTraceLog(const wchar_t* text) noexcept {
     if (stream == nullptr) {
         return;
     }
-    // A full disk must not disturb the agent: results are not looked at, here and below.
+    // A full disk must not disturb the agent: write errors are ignored.
     (void)fputws(text, stream);
     if ((writes_since_flush.fetch_add(1, std::memory_order_relaxed) + 1) % kWritesPerFlush == 0) {
-        (void)fflush(stream);
+        (void)fflush(stream);  // as above
         writes_since_flush.store(0, std::memory_order_relaxed);
     }
 }
@@ -41,7 +41,7 @@ void WriteTraceLog(const wchar_t* text) noexcept {
 void CloseTraceLog() noexcept {
     TextStream* stream = trace_log.exchange(nullptr, std::memory_order_acq_rel);
     if (stream != nullptr) {
-        (void)fclose(stream);
+        (void)fclose(stream);  // what the disk could not take is lost, as with every write
     }
 }
 
@@ -71,6 +71,7 @@ int FormatInto(ScratchText& text, const wchar_t* format, std::va_list arguments)
     if (length < 0 || !text.Reserve(length + 1)) {
         return -1;
     }
+    // As long as it was counted.
     (void)_vsnwprintf(text.get(), static_cast<std::size_t>(length) + 1, format, arguments);
     return length;
 }

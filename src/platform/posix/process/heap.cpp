@@ -1,5 +1,4 @@
-// The process heap, over the C library's: memory of a host that uses either can be told apart by
-// nobody.
+// The process heap: blocks of the C library's heap, each behind a header with its size.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -19,8 +18,7 @@ struct alignas(16) BlockHeader {
 static_assert(sizeof(BlockHeader) == 16 && alignof(std::max_align_t) <= 16,
               "the block behind the header keeps the alignment of the C library's blocks");
 
-// Larger requests are refused here: they would overflow with the header or exceed what any object
-// may have.
+// Larger requests are refused: with the header they would exceed the largest size of an object.
 constexpr std::size_t kMaxBytes = PTRDIFF_MAX - sizeof(BlockHeader);
 
 BlockHeader* HeaderOf(void* block) noexcept {
@@ -30,7 +28,8 @@ BlockHeader* HeaderOf(void* block) noexcept {
 }  // namespace
 
 HANDLE GetProcessHeap() noexcept {
-    // Any value but null does. It is no open handle, so that closing it by mistake fails.
+    // Any value but null would serve. This one is no open handle, so that closing it by mistake
+    // fails.
     static const char heap = 0;
     return const_cast<char*>(&heap);
 }

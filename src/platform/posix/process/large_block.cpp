@@ -14,14 +14,15 @@ void ExpectLargeBlockFilled(void* block, std::size_t bytes) noexcept {
     if (bytes < kLarge) {
         return;
     }
-    // Whole pages inside the block: its neighbours on the heap are none of our business.
+    // Whole pages inside the block: the hint must not concern other blocks of the heap.
     const auto address = reinterpret_cast<std::uintptr_t>(block);
     const std::uintptr_t begin = (address + kPage - 1) & ~(kPage - 1);
     const std::uintptr_t end = (address + bytes) & ~(kPage - 1);
     const int error = errno;
+    // Only a hint: the caller never learns that it was refused, neither by a result nor by errno.
     (void)::madvise(static_cast<unsigned char*>(block) + (begin - address), end - begin,
                     MADV_HUGEPAGE);
-    errno = error;  // a refused hint is no event
+    errno = error;
 }
 
 }  // namespace ZTKPosix

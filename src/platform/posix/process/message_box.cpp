@@ -27,7 +27,7 @@ class Message {
         }
     }
 
-    // Adds text as a line in UTF-8. A line that there is no memory for is left out.
+    // Adds text as a line in UTF-8. Where memory for it is short, the line is left out.
     void AddLine(LPCWSTR text) noexcept {
         const int needed = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
         if (needed == 0 || !Reserve(used_ + static_cast<std::size_t>(needed))) {
@@ -45,7 +45,7 @@ class Message {
             if (written > 0) {
                 done += static_cast<std::size_t>(written);
             } else if (written == 0 || errno != EINTR) {
-                return;  // nobody is there to read it
+                return;  // standard error is closed or full: there is nowhere else to show it
             }
         }
     }
@@ -74,7 +74,7 @@ class Message {
     std::size_t used_ = 0;
 };
 
-// Takes one line from the terminal; the end of input acknowledges, too.
+// Reads one line from the terminal. The end of the input acknowledges, too.
 void WaitForEnter() noexcept {
     if (::isatty(STDIN_FILENO) == 0) {
         return;

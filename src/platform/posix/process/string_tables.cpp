@@ -45,7 +45,7 @@ StringBlock* FindBlock(HINSTANCE module, UINT number) noexcept {
     return block;
 }
 
-// The same, and the last error when it is null.
+// The same; sets the last error for null.
 StringBlock* RequireBlock(HINSTANCE module, UINT number) noexcept {
     StringBlock* const block = FindBlock(module, number);
     if (block == nullptr) {
@@ -85,7 +85,7 @@ StringBlock* NewBlock(HINSTANCE module, UINT number,
     return block;
 }
 
-// Takes the blocks out for which leaves(block) holds and frees them.
+// Removes and frees the blocks for which leaves(block) is true.
 template <class Leaves>
 void RemoveBlocks(Leaves leaves) noexcept {
     const std::lock_guard hold(tables_lock);

@@ -9,8 +9,8 @@ namespace ZTKPosix {
 
 namespace {
 
-// A code, and the error number that means the same or a text of our own for what the system has no
-// number for.
+// A code with the error number of the same meaning, whose text is the system's, or, where the
+// system has no such number, with a text of our own.
 struct Message {
     DWORD code;
     int number;
@@ -20,7 +20,7 @@ struct Message {
     constexpr Message(DWORD of, const char* own) : code(of), number(0), text(own) {}
 };
 
-// The codes of sockets whose error numbers the socket calls translate are not repeated here.
+// Socket codes that ErrnoFromSocketError knows are not repeated here.
 constexpr Message kMessages[] = {
     {ERROR_SUCCESS, 0},
     {ERROR_FILE_NOT_FOUND, ENOENT},

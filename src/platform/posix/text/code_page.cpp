@@ -41,7 +41,8 @@ Outcome ConvertUnicode(const Source* text, std::size_t count, Sink& sink) noexce
             text = behind_small;
             continue;
         }
-        // Here stands another character, or the sink is full; Put tells which.
+        // Either the next character is not of those two kinds, or the sink is full, which Put
+        // finds.
         do {
             if (!sink.Put(TakeCharacter(text, end))) {
                 return Outcome::kNoRoom;

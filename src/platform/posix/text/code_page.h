@@ -8,15 +8,26 @@ namespace ZTKPosix {
 inline constexpr UINT CP_ACP = 0;  // the system's narrow code page, UTF-8 here
 inline constexpr UINT CP_UTF8 = 65001;
 
-// Converts source_length characters of source (-1: up to and with the terminator). With
-// destination_length 0 only measures. Returns the characters written or needed, or 0 with last
-// error ERROR_INVALID_PARAMETER (an unknown code page, null source, source_length 0 or below -1) or
-// ERROR_INSUFFICIENT_BUFFER. flags must be 0: malformed input and lone surrogates become U+FFFD (in
-// a code page without it, '?'). A destination that is too small holds what fitted.
+// Converts source_length characters of source (-1: up to and with the terminator, which is then
+// converted, too). With destination_length 0 only measures. Malformed input and lone surrogates
+// become U+FFFD, in a page without it '?'.
+//
+// Pages: CP_ACP, CP_UTF8 and by their platform number those that the system's iconv has, such as
+// 1252, 932, 28591 (ISO 8859-1) or 54936. The pages of UTF-16 and UTF-32 (1200, 1201, 12000, 12001)
+// do not convert here.
+//
+// Returns the characters written or needed and leaves the last error as it was; or 0 with last
+// error
+// - ERROR_INVALID_PARAMETER: an unknown page or one that cannot be opened, flags other than 0,
+//   source null, source_length 0 or below -1, destination_length below 0 or above 0 without a
+//   destination, a result of more than INT_MAX characters;
+// - ERROR_INSUFFICIENT_BUFFER: destination_length is too small. The destination then holds a
+//   beginning of the result, without a terminator.
 int MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR source, int source_length,
                         LPWSTR destination, int destination_length) noexcept;
 
-// default_char and used_default must be null.
+// The same in the other direction. default_char and used_default must be null, as flags must be 0:
+// ERROR_INVALID_PARAMETER.
 int WideCharToMultiByte(UINT code_page, DWORD flags, LPCWSTR source, int source_length,
                         LPSTR destination, int destination_length, LPCSTR default_char,
                         BOOL* used_default) noexcept;

@@ -20,7 +20,7 @@ class MeasuringSink {
         size_ += run;
         return run;
     }
-    // Measured one by one.
+    // Takes none: these characters are measured one by one, by Put.
     template <class Source>
     const Source* TakeSmall(const Source* text, const Source*) noexcept {
         return text;
@@ -50,8 +50,8 @@ class BufferSink {
         size_ += run;
         return run;
     }
-    // Takes characters below U+0800, which in most alphabets mix with ASCII in short runs. Stops
-    // at another one, where the room may not do, and at a run of ASCII.
+    // Takes characters below U+0800, which in most alphabets mix with ASCII in short runs. Stops at
+    // any other character, where the room might not suffice, and behind a longer run of ASCII.
     template <class Source>
     const Source* TakeSmall(const Source* text, const Source* end) noexcept {
         Char* target = buffer_ + size_;

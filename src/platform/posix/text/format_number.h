@@ -40,7 +40,7 @@ class FloatText {
     FloatText& operator=(const FloatText&) = delete;
     ~FloatText();
 
-    // False when the number is too long for memory.
+    // False when there was no memory for the number.
     bool IsGood() const noexcept { return good_; }
     const NumberParts& parts() const noexcept { return parts_; }
 

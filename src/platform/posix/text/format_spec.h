@@ -52,7 +52,8 @@ class SpecReader {
     const Char* position() const noexcept { return position_; }
 
   private:
-    // The next character, or 0 for the terminator and for what no conversion is made of.
+    // The next character, or 0 for the terminator and for a character outside ASCII, which no
+    // conversion has.
     char Peek() const noexcept {
         const auto unit = static_cast<unsigned>(*position_);
         return unit < 0x80 ? static_cast<char>(unit) : '\0';

@@ -1,10 +1,32 @@
-// The printf family of the platform's C runtime. See platform/formatting.h for the results.
+// The printf family of the platform's C runtime. See platform/formatting.h for the results. The
+// last error stays as it was.
 //
-// Flags - + space # 0, width and precision (also as *), sizes hh h l ll j z t L I I32 I64 w,
-// conversions d i u o x X c C s S p e E f F g G a A %%. Anything else, %n included, is a bad
-// format. l is this target's own 64-bit long. Text of the other width goes through UTF-8; a null
-// text prints "(null)"; a precision bounds the reading of a text. Numbers are written as in the "C"
-// locale.
+// A conversion is '%', any flags, a width, a precision, a size and a letter; all but the letter may
+// be missing.
+//
+// Flags: - + blank # 0. A 0 pads texts and characters, too; it pads no integer with a precision and
+// no infinity or NaN. Width: digits or '*', whose negative argument means '-' and its absolute
+// value. Precision: '.' and digits, none for 0, or '.*', whose negative argument means no
+// precision.
+//
+// Letters, and the sizes that each takes:
+//
+//     d i u o x X        hh h l ll j z t I I32 I64. l is this target's own long, of 64 bits.
+//     e E f F g G a A    l, without an effect, and L.
+//     c s                h hh: narrow; l w: wide; without a size of the format's own width.
+//     C S                The same, but without a size of the other width.
+//     p                  Any, without an effect. 16 digits in upper-case hexadecimal, no prefix.
+//     %                  Any. Writes '%' and heeds neither flags nor width.
+//
+// Text of the other width is converted between UTF-8 and UTF-16; what is malformed, half a
+// character given to c included, becomes U+FFFD. A null text prints "(null)". The precision of a
+// text counts characters of the output: a text of the output's own width need not be terminated
+// behind them; of another, characters that do not fit whole are left out. Numbers are written as in
+// the "C" locale.
+//
+// A bad format, for which all four return -1: a null one, another letter or size, %n, a format that
+// ends inside a conversion, a width or precision above INT_MAX. They return -1 as well for a text
+// of more than INT_MAX characters, and where memory is too short for a floating-point number.
 #pragma once
 
 #include <cstdarg>

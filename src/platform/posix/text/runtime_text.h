@@ -1,4 +1,6 @@
-// Text functions of the platform's C runtime over 16-bit wide characters, in the "C" locale.
+// Text functions of the platform's C runtime over 16-bit wide characters, in the "C" locale. They
+// mean what the C library's functions of these names mean for its own wide characters. None fails
+// or touches the last error. But for IsBadStringPtr..., REQUIRES: texts are not null.
 #pragma once
 
 #include <cstddef>
@@ -19,13 +21,14 @@ int wmemcmp(const wchar_t* a, const wchar_t* b, std::size_t n) noexcept;
 int wcscmp(const wchar_t* a, const wchar_t* b) noexcept;
 int wcsncmp(const wchar_t* a, const wchar_t* b, std::size_t n) noexcept;
 
-// Comparison that folds 'A'-'Z' onto 'a'-'z'.
+// Comparison that takes 'A' to 'Z' for 'a' to 'z'. Bytes and units count as unsigned.
 int _stricmp(const char* a, const char* b) noexcept;
 int _strnicmp(const char* a, const char* b, std::size_t n) noexcept;
 int _wcsicmp(const wchar_t* a, const wchar_t* b) noexcept;
 int _wcsnicmp(const wchar_t* a, const wchar_t* b, std::size_t n) noexcept;
 
-// Nonzero for a null pointer and for one into the unmapped first page; limit 0 is never bad.
+// Nonzero for a null pointer and for one into the unmapped first page. Any other address is taken
+// for readable, without a look at it. With limit 0 no pointer is bad.
 BOOL IsBadStringPtrA(LPCSTR s, UINT_PTR limit) noexcept;
 BOOL IsBadStringPtrW(LPCWSTR s, UINT_PTR limit) noexcept;
 

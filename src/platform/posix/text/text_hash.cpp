@@ -10,14 +10,15 @@ namespace ZTKPosix {
 
 namespace {
 
-// Two words of chance, drawn once. An odd word is never 0, so 0 means "not drawn yet".
+// Two random numbers, drawn once for the process. They are made odd and so are never 0, which
+// stands for "not drawn yet".
 constinit std::atomic<std::uint64_t> keys[2]{};
 
 std::uint64_t Draw(std::atomic<std::uint64_t>& key) noexcept {
     std::uint64_t drawn = 0;
     if (getrandom(&drawn, sizeof drawn, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof drawn)) {
-        // The system has no randomness yet, early after its start. What an outsider cannot see will
-        // do.
+        // Early after the system's start it may have no randomness to give. The time in nanoseconds
+        // and the address of a stack are not random, but a sender of documents does not see them.
         timespec now{};
         clock_gettime(CLOCK_MONOTONIC, &now);
         drawn = static_cast<std::uint64_t>(now.tv_nsec) * 0x9E3779B97F4A7C15u ^
@@ -25,7 +26,7 @@ std::uint64_t Draw(std::atomic<std::uint64_t>& key) noexcept {
     }
     std::uint64_t expected = 0;
     drawn |= 1;
-    // Another thread may have been faster; all must use one key.
+    // Another thread may have drawn in the meantime: then its number is the key for all.
     return key.compare_exchange_strong(expected, drawn, std::memory_order_relaxed) ? drawn
                                                                                    : expected;
 }
@@ -35,7 +36,8 @@ std::uint64_t Key(int index) noexcept {
     return key != 0 ? key : Draw(keys[index]);
 }
 
-// Both halves of the product, folded.
+// The exclusive or of the upper and the lower half of the product, which depends on every bit of
+// both factors. Without a type of 128 bits two smaller products serve the same end.
 std::uint64_t Mix(std::uint64_t a, std::uint64_t b) noexcept {
 #if defined(__SIZEOF_INT128__)
     __extension__ using Wide = unsigned __int128;

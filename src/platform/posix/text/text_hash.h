@@ -6,7 +6,8 @@
 
 namespace ZTKPosix {
 
-// The same for the life of the process, different in another.
+// The same for the same text as long as the process lives, different in another process. Never
+// fails: where the system has no randomness yet, a weaker source serves.
 [[nodiscard]] std::uint64_t HashText(const wchar_t* text, std::size_t length) noexcept;
 
 }  // namespace ZTKPosix

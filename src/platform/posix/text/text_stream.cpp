@@ -30,7 +30,7 @@ class TextStream {
         file_ = file;
         used_ = 0;
         Put(0xFEFF);
-        (void)Flush();  // a full disk shows, if at all, in later writes
+        (void)Flush();  // a disk that is full shows in the writes that follow
         return true;
     }
 
@@ -64,7 +64,7 @@ class TextStream {
         }
         const bool good = Flush();
         // Not repeated on EINTR: the descriptor is gone in any case.
-        (void)::close(file_);
+        (void)::close(file_);  // Flush has told of write errors
         file_ = kClosed;
         return good ? 0 : -1;
     }
@@ -130,7 +130,7 @@ TextStream* StartStream(int file) noexcept {
     auto* const stream = new (block) TextStream;
     stream->next = pool;
     pool = stream;
-    (void)stream->Start(file);
+    (void)stream->Start(file);  // a new stream is not in use
     return stream;
 }
 
@@ -158,7 +158,7 @@ TextStream* _wfopen(const wchar_t* path, const wchar_t* mode) noexcept {
     }
     TextStream* const stream = StartStream(file);
     if (stream == nullptr) {
-        (void)::close(file);
+        (void)::close(file);  // nothing was written to it
     }
     return stream;
 }
@@ -180,7 +180,7 @@ void TearDownTextStreams() noexcept {
     while (pool != nullptr) {
         TextStream* const stream = pool;
         pool = stream->next;
-        (void)stream->Close();
+        (void)stream->Close();  // there is no caller left to tell of a write error
         stream->~TextStream();
         ZTK::allocation::RuntimeFree(stream);
     }

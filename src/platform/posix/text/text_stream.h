@@ -8,19 +8,24 @@ namespace ZTKPosix {
 
 class TextStream;
 
-// Creates or truncates the file. mode must be "w,ccs=UNICODE". Null when the file cannot be opened.
+// Creates or truncates the file. mode must be "w,ccs=UNICODE". Null for another mode, for a path
+// that is null or longer than the system takes, when the file cannot be opened and when memory is
+// short. A failure to open leaves its reason in errno, as the platform's runtime does; a path that
+// is too long leaves ERROR_INSUFFICIENT_BUFFER as last error, which otherwise stays as it was, here
+// and below.
 TextStream* _wfopen(const wchar_t* path, const wchar_t* mode) noexcept;
 
-// Writes text as one whole, also beside other threads. A stream that was closed swallows it: a
-// thread that still writes while the process ends does no harm. Returns 0 or above, or -1 after a
-// write error.
+// Writes text as one whole, also when other threads write at the same time. A stream that was
+// closed drops it and reports success: a thread that still writes while the process ends does no
+// harm. Returns 0, or -1 after a write error. REQUIRES: text is not null.
 int fputws(const wchar_t* text, TextStream* stream) noexcept;
 
 // Hands what is buffered to the system. 0, or -1 after a write error; what could not be written is
-// dropped.
+// dropped. 0 for a closed stream.
 int fflush(TextStream* stream) noexcept;
 
-// Flushes and closes. The stream's own memory stays with the layer until the library is unloaded.
+// Flushes and closes. Returns what fflush would. The stream's own memory stays with the layer until
+// the library is unloaded, and may serve the next _wfopen.
 int fclose(TextStream* stream) noexcept;
 
 // Closes the streams that are open and frees all. Called when the library is unloaded.

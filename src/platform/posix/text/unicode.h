@@ -35,7 +35,7 @@ inline char32_t TakeCharacter(const char*& p, const char* end) noexcept {
         }
         return (lead & 0x1Fu) << 6 | (static_cast<unsigned char>(*p++) & 0x3Fu);
     }
-    // The second byte has the narrower range that shuts out overlong forms, surrogates and values
+    // The second byte has the narrower range that excludes overlong forms, surrogates and values
     // above U+10FFFF.
     unsigned char low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     unsigned char high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
@@ -119,11 +119,11 @@ struct EncodedCharacter {
     std::size_t size;
 };
 
-inline constexpr int kAsciiBlock = 16;  // so many in a row are better copied as a block
+inline constexpr int kAsciiBlock = 16;  // from so many in a row on, CopyAsciiRun is faster
 
 // Converts the characters below U+0800 at the start of [text, end) into target, which has room for
 // room units, moves target behind them and returns where they end. Stops early where a character
-// might not fit, and behind a row of ASCII that makes a block.
+// might not fit, and behind kAsciiBlock ASCII characters in a row.
 inline const wchar_t* CopySmallCharacters(const wchar_t* text, const wchar_t* end, char*& target,
                                           std::size_t room) noexcept {
     if (static_cast<std::size_t>(end - text) > room / 2) {

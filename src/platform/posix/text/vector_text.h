@@ -1,5 +1,6 @@
 // Work on text many elements at a time: runs of ASCII in UTF-8 and UTF-16, and the search for a
-// 16-bit unit. The one place of the layer that looks at the instruction set.
+// 16-bit unit. Looks at the instruction set, as the only file of this folder; text_scan.h in
+// platform/processor is its like for the code of both targets.
 #pragma once
 
 #include <algorithm>

@@ -42,7 +42,7 @@ std::int32_t Parse(const wchar_t* text) {
     if (negative || *text == L'+') {
         ++text;
     }
-    // Far from the ends of 64 bits: it stops at the first digit that leaves 32.
+    // Cannot overflow: the loop ends at the first digit that takes the value out of 32 bits.
     std::int64_t value = 0;
     for (int digit = 0; (digit = DigitValue(*text)) >= 0; ++text) {
         value = value * 10 + (negative ? -digit : digit);

@@ -8,7 +8,7 @@ namespace ZTKPosix {
 // The decimal number at the start of text: white space, an optional sign, digits up to the first
 // other character. 0 without digits; the nearest value where 32 bits cannot hold the number. White
 // space and digits are those of every script that the platform's runtime knows, whatever the
-// locale. REQUIRES: text is not null.
+// locale. The last error stays as it was. REQUIRES: text is not null.
 int _wtoi(const wchar_t* text) noexcept;
 LONG _wtol(const wchar_t* text) noexcept;
 
