@@ -3,7 +3,7 @@
 
 #include "buffer/ptr_array-inl.h"
 #include "xml/dom_calls.h"
-#include "xml/name_table.h"
+#include "xml/name_index-inl.h"
 #include "ztk/strings.h"
 #include "ztk/xml.h"
 

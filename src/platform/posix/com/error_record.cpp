@@ -1,6 +1,6 @@
 // Error records: what the layer's objects tell about a failed call.
-#include "platform/posix/com/com_apartment.h"
 #include "platform/posix/com/com_object.h"
+#include "platform/posix/com/oleauto_error_info.h"
 
 namespace ZTKPosix {
 

@@ -1,9 +1,9 @@
 // The DOM's document object.
 #include <atomic>
 
-#include "platform/posix/com/com_apartment.h"
 #include "platform/posix/com/com_object.h"
-#include "platform/posix/com/com_registry.h"
+#include "platform/posix/com/oleauto_error_info.h"
+#include "platform/posix/dom/document.h"
 #include "platform/posix/dom/node.h"
 #include "platform/posix/dom/parser.h"
 #include "platform/posix/text/runtime_text.h"

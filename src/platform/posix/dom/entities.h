@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "platform/posix/dom/names.h"
+#include "platform/posix/dom/name_pool.h"
 
 namespace ZTKPosix::dom {
 

@@ -1,7 +1,7 @@
 #include "platform/posix/dom/node.h"
 
-#include "platform/posix/com/com_apartment.h"
 #include "platform/posix/com/com_object.h"
+#include "platform/posix/com/oleauto_error_info.h"
 #include "platform/posix/dom/value.h"
 
 namespace ZTKPosix::dom {

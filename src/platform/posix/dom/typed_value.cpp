@@ -5,7 +5,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "platform/posix/com/variant.h"
+#include "platform/posix/com/oleauto_variant.h"
 #include "platform/posix/dom/date.h"
 #include "text/ascii.h"
 

@@ -1,5 +1,5 @@
 // COM's state of each thread: how often and in which model it is initialised, and its error record.
-#include "platform/posix/com/com_apartment.h"
+#include "platform/posix/com/oleauto_error_info.h"
 
 #include <pthread.h>
 

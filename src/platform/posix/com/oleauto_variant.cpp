@@ -1,5 +1,5 @@
 // What variants own: strings, references, byte arrays.
-#include "platform/posix/com/variant.h"
+#include "platform/posix/com/oleauto_variant.h"
 
 #include <cstring>
 

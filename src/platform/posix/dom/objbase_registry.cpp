@@ -1,9 +1,9 @@
 // The classes of this layer and how they are found and made.
-#include "platform/posix/com/com_registry.h"
+#include "platform/posix/dom/document.h"
 
 #include <atomic>
 
-#include "platform/posix/com/com_apartment.h"
+#include "platform/posix/com/oleauto_error_info.h"
 #include "platform/posix/text/runtime_text.h"
 #include "text/ascii.h"
 

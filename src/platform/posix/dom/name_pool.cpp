@@ -1,4 +1,4 @@
-#include "platform/posix/dom/names.h"
+#include "platform/posix/dom/name_pool.h"
 
 #include <cstring>
 

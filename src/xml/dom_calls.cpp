@@ -1,7 +1,7 @@
 // The text value of a node: as it is read, as a number, and as CXml hands it out.
+#include "xml/dom_calls.h"
 #include "frame/base/tmp_ring.h"
 #include "platform/wide_number.h"
-#include "xml/dom_calls.h"
 #include "xml/long_texts.h"
 #include "ztk/strings.h"
 #include "ztk/xml.h"
