@@ -1,4 +1,5 @@
-// What the layer's COM objects share: storage, the reference count, the census of live objects.
+// What the layer's COM objects share: storage, identity, the reference count, the census of live
+// objects.
 #pragma once
 
 #include <atomic>
@@ -21,16 +22,40 @@ class LiveObject {
     [[nodiscard]] static SIZE_T Count() noexcept { return count_.load(std::memory_order_relaxed); }
 
   private:
-    static constinit std::atomic<SIZE_T> count_;
+    inline static constinit std::atomic<SIZE_T> count_{0};
 };
 
-// Implements AddRef and Release over Interfaces for Derived, which is made by MakeComObject and
-// then has one reference. References may come and go on any thread; the last one to go destroys.
-template <class Derived, class... Interfaces>
-class ComObject : public Interfaces... {
+// Implements IUnknown over the interfaces Main and Others for Derived, which is final, is made by
+// MakeComObject and then has one reference. References may come and go on any thread; the last one
+// to go destroys.
+//
+// Main is the object's identity: it is handed out for IUnknown and for every interface that
+// Derived::Answers tells. Each of Others is handed out for its own id.
+template <class Derived, class Main, class... Others>
+class ComObject : public Main, public Others... {
   public:
     ComObject(const ComObject&) = delete;
     ComObject& operator=(const ComObject&) = delete;
+
+    HRESULT QueryInterface(REFIID iid, void** object) override {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        *object = nullptr;
+        auto* const self = static_cast<Derived*>(this);
+        if (iid == IID_IUnknown || self->Answers(iid)) {
+            *object = static_cast<Main*>(self);
+        } else {
+            ((iid == InterfaceIdOf<Others>::value ? * object = static_cast<Others*>(self)
+                                                  : nullptr),
+             ...);
+        }
+        if (*object == nullptr) {
+            return E_NOINTERFACE;
+        }
+        self->AddRef();
+        return S_OK;
+    }
 
     ULONG AddRef() override { return references_.fetch_add(1, std::memory_order_relaxed) + 1; }
 
@@ -58,14 +83,6 @@ Object* MakeComObject(Arguments&&... arguments) noexcept {
     void* storage = ZTK::allocation::RuntimeAlloc(sizeof(Object));
     return storage != nullptr ? ::new (storage) Object(std::forward<Arguments>(arguments)...)
                               : nullptr;
-}
-
-// Hands out one more reference on an interface of object.
-template <class Interface>
-HRESULT HandOut(Interface* object, void** target) noexcept {
-    object->AddRef();
-    *target = object;
-    return S_OK;
 }
 
 }  // namespace ZTKPosix

@@ -93,20 +93,4 @@ const char* _com_error::ErrorMessage() const noexcept {
     return message_;
 }
 
-void _com_issue_error(HRESULT result) {
-    throw _com_error(result);
-}
-
-void _com_issue_errorex(HRESULT result, IUnknown* object, REFIID iid) {
-    IErrorInfo* info = nullptr;
-    ISupportErrorInfo* support = nullptr;
-    if (object != nullptr && SUCCEEDED(object->QueryInterface(&support))) {
-        if (support->InterfaceSupportsErrorInfo(iid) == S_OK) {
-            (void)GetErrorInfo(0, &info);
-        }
-        support->Release();
-    }
-    throw _com_error(result, info);
-}
-
 }  // namespace ZTKPosix

@@ -1,6 +1,8 @@
 // Error records: what the layer's objects tell about a failed call.
+#include "platform/posix/com/error_record.h"
+
 #include "platform/posix/com/com_object.h"
-#include "platform/posix/com/oleauto_error_info.h"
+#include "ztk/platform/posix/oleauto.h"
 
 namespace ZTKPosix {
 
@@ -11,16 +13,7 @@ class ErrorRecord final : public ComObject<ErrorRecord, IErrorInfo> {
     // REQUIRES: description lives as long as the library.
     explicit ErrorRecord(const wchar_t* description) noexcept : description_(description) {}
 
-    HRESULT QueryInterface(REFIID iid, void** object) override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        *object = nullptr;
-        if (iid != IID_IUnknown && iid != IID_IErrorInfo) {
-            return E_NOINTERFACE;
-        }
-        return HandOut<IErrorInfo>(this, object);
-    }
+    [[nodiscard]] bool Answers(REFIID iid) const noexcept { return iid == IID_IErrorInfo; }
 
     HRESULT GetGUID(GUID* id) override {
         if (id == nullptr) {

@@ -1,27 +1,17 @@
-// COM's state of each thread: how often and in which model it is initialised, and its error record.
+// The error record of each thread.
 #include "platform/posix/com/oleauto_error_info.h"
 
 #include <pthread.h>
 
-#include <atomic>
-
-#include "platform/posix/com/com_object.h"
+#include "ztk/platform/posix/oleauto.h"
 
 namespace ZTKPosix {
 
-constinit std::atomic<SIZE_T> LiveObject::count_{0};
-
 namespace {
 
-// Trivially destructible on purpose: destructors of the host's thread-local objects may still use
+// Owned. A plain pointer on purpose: destructors of the host's thread-local objects may still use
 // COM.
-struct ThreadState {
-    ULONG initializations;
-    bool multithreaded;  // meaningful while initializations is not 0
-    IErrorInfo* error;   // owned
-};
-
-constinit thread_local ThreadState state{};
+constinit thread_local IErrorInfo* record = nullptr;
 
 // Gives a thread's error record back at its end.
 extern "C" void ZtkPosixDropErrorRecord(void* /*value*/) {
@@ -38,41 +28,12 @@ bool NoticeThreadEnd() noexcept {
     if (!end_key_made) {
         end_key_made = pthread_key_create(&end_key, ZtkPosixDropErrorRecord) == 0;
     }
-    const bool noticed = end_key_made && pthread_setspecific(end_key, &state) == 0;
+    const bool noticed = end_key_made && pthread_setspecific(end_key, &record) == 0;
     pthread_mutex_unlock(&end_key_lock);
     return noticed;
 }
 
 }  // namespace
-
-bool IsComInitialized() noexcept {
-    return state.initializations != 0;
-}
-
-HRESULT CoInitialize(LPVOID reserved) noexcept {
-    return CoInitializeEx(reserved, COINIT_APARTMENTTHREADED);
-}
-
-HRESULT CoInitializeEx(LPVOID reserved, DWORD flags) noexcept {
-    constexpr DWORD kKnownFlags =
-        COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE | COINIT_SPEED_OVER_MEMORY;
-    if (reserved != nullptr || (flags & ~kKnownFlags) != 0) {
-        return E_INVALIDARG;
-    }
-    const bool multithreaded = (flags & COINIT_APARTMENTTHREADED) == 0;
-    if (state.initializations == 0) {
-        state.multithreaded = multithreaded;
-    } else if (state.multithreaded != multithreaded) {
-        return RPC_E_CHANGED_MODE;
-    }
-    return state.initializations++ == 0 ? S_OK : S_FALSE;
-}
-
-void CoUninitialize() noexcept {
-    if (state.initializations != 0) {
-        --state.initializations;
-    }
-}
 
 HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info) noexcept {
     if (reserved != 0) {
@@ -85,8 +46,8 @@ HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info) noexcept {
     if (info != nullptr) {
         info->AddRef();
     }
-    IErrorInfo* previous = state.error;
-    state.error = info;
+    IErrorInfo* previous = record;
+    record = info;
     if (previous != nullptr) {
         previous->Release();
     }
@@ -97,8 +58,8 @@ HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) noexcept {
     if (reserved != 0 || info == nullptr) {
         return E_INVALIDARG;
     }
-    *info = state.error;
-    state.error = nullptr;
+    *info = record;
+    record = nullptr;
     return *info != nullptr ? S_OK : S_FALSE;
 }
 
@@ -110,10 +71,6 @@ void TearDownCom() noexcept {
         end_key_made = false;
     }
     pthread_mutex_unlock(&end_key_lock);
-}
-
-SIZE_T LiveComObjects() noexcept {
-    return LiveObject::Count();
 }
 
 }  // namespace ZTKPosix

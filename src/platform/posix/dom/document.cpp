@@ -1,14 +1,12 @@
-// The DOM's document object.
-#include <atomic>
-
-#include "platform/posix/com/com_object.h"
-#include "platform/posix/com/oleauto_error_info.h"
 #include "platform/posix/dom/document.h"
+
+#include "platform/posix/com/error_record.h"
+#include "platform/posix/dom/dom_object.h"
 #include "platform/posix/dom/node.h"
 #include "platform/posix/dom/parser.h"
 #include "platform/posix/text/runtime_text.h"
 
-namespace ZTKPosix {
+namespace ZTKPosix::dom {
 
 namespace {
 
@@ -32,28 +30,14 @@ bool ReadFlag(const VARIANT& value, bool& flag) noexcept {
     }
 }
 
-class DocumentObject final : public ComObject<DocumentObject, IXMLDOMDocument2, ISupportErrorInfo> {
+class DocumentObject final : public DomObject<DocumentObject, IXMLDOMDocument2> {
   public:
-    explicit DocumentObject(DomVersion version) noexcept
-        : options_{version == DomVersion::k6, version == DomVersion::k4} {}
+    explicit DocumentObject(DocumentVersion version) noexcept
+        : options_{version == DocumentVersion::k6, version == DocumentVersion::k4} {}
     ~DocumentObject() { ReplaceTree(nullptr); }
 
-    HRESULT QueryInterface(REFIID iid, void** object) override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        *object = nullptr;
-        if (iid == IID_IUnknown || Answers(iid)) {
-            return HandOut<IXMLDOMDocument2>(this, object);
-        }
-        if (iid == IID_ISupportErrorInfo) {
-            return HandOut<ISupportErrorInfo>(this, object);
-        }
-        return E_NOINTERFACE;
-    }
-
-    HRESULT InterfaceSupportsErrorInfo(REFIID iid) override {
-        return Answers(iid) ? S_OK : S_FALSE;
+    [[nodiscard]] static bool Answers(REFIID iid) noexcept {
+        return iid == IID_IXMLDOMNode || iid == IID_IXMLDOMDocument || iid == IID_IXMLDOMDocument2;
     }
 
     HRESULT get_nodeName(BSTR* name) override {
@@ -74,17 +58,17 @@ class DocumentObject final : public ComObject<DocumentObject, IXMLDOMDocument2, 
     }
 
     HRESULT get_firstChild(IXMLDOMNode** firstChild) override {
-        return tree_ != nullptr ? dom::HandOutNode(*tree_, tree_->document.first_child, firstChild)
-                                : None(firstChild);
+        return tree_ != nullptr ? HandOutNode(*tree_, tree_->document.first_child, firstChild)
+                                : HandOutNone(firstChild);
     }
-    HRESULT get_nextSibling(IXMLDOMNode** nextSibling) override { return None(nextSibling); }
+    HRESULT get_nextSibling(IXMLDOMNode** nextSibling) override { return HandOutNone(nextSibling); }
     HRESULT get_attributes(IXMLDOMNamedNodeMap** attributeMap) override {
-        return None(attributeMap);
+        return HandOutNone(attributeMap);
     }
 
     HRESULT get_documentElement(IXMLDOMElement** DOMElement) override {
-        return tree_ != nullptr ? dom::HandOutElement(*tree_, tree_->DocumentElement(), DOMElement)
-                                : None(DOMElement);
+        return tree_ != nullptr ? HandOutElement(*tree_, tree_->DocumentElement(), DOMElement)
+                                : HandOutNone(DOMElement);
     }
 
     HRESULT loadXML(BSTR bstrXML, VARIANT_BOOL* isSuccessful) override {
@@ -94,14 +78,14 @@ class DocumentObject final : public ComObject<DocumentObject, IXMLDOMDocument2, 
         // What was loaded before goes first: its memory may be what the new text needs.
         ReplaceTree(nullptr);
         const UINT length = SysStringLen(bstrXML);
-        dom::Tree* const tree = dom::Tree::Make(length);
+        Tree* const tree = Tree::Make(length);
         if (tree == nullptr) {
             return E_OUTOFMEMORY;
         }
-        const dom::LoadResult result = dom::LoadTree(*tree, bstrXML, length, options_);
-        if (result != dom::LoadResult::kLoaded) {
+        const LoadResult result = LoadTree(*tree, bstrXML, length, options_);
+        if (result != LoadResult::kLoaded) {
             tree->Release();
-            return result == dom::LoadResult::kNoMemory ? E_OUTOFMEMORY : S_FALSE;
+            return result == LoadResult::kNoMemory ? E_OUTOFMEMORY : S_FALSE;
         }
         ReplaceTree(tree);
         if (isSuccessful != nullptr) {
@@ -124,19 +108,6 @@ class DocumentObject final : public ComObject<DocumentObject, IXMLDOMDocument2, 
     }
 
   private:
-    [[nodiscard]] static bool Answers(REFIID iid) noexcept {
-        return iid == IID_IXMLDOMNode || iid == IID_IXMLDOMDocument || iid == IID_IXMLDOMDocument2;
-    }
-
-    template <class Interface>
-    static HRESULT None(Interface** target) noexcept {
-        if (target == nullptr) {
-            return E_INVALIDARG;
-        }
-        *target = nullptr;
-        return S_FALSE;
-    }
-
     bool* FlagByName(BSTR name) noexcept {
         if (name != nullptr && wcscmp(name, L"ProhibitDTD") == 0) {
             return &options_.prohibit_dtd;
@@ -147,23 +118,22 @@ class DocumentObject final : public ComObject<DocumentObject, IXMLDOMDocument2, 
         return nullptr;
     }
 
-    void ReplaceTree(dom::Tree* tree) noexcept {
+    void ReplaceTree(Tree* tree) noexcept {
         if (tree_ != nullptr) {
             tree_->Release();
         }
         tree_ = tree;
     }
 
-    LiveObject alive_;
-    dom::LoadOptions options_;
-    dom::Tree* tree_ = nullptr;  // a reference of the document's own; null when it is empty
+    LoadOptions options_;
+    Tree* tree_ = nullptr;  // a reference of the document's own; null when it is empty
 };
 
 }  // namespace
 
-IUnknown* MakeDomDocument(DomVersion version) noexcept {
+IUnknown* MakeDocument(DocumentVersion version) noexcept {
     auto* const document = MakeComObject<DocumentObject>(version);
     return document != nullptr ? static_cast<IXMLDOMDocument2*>(document) : nullptr;
 }
 
-}  // namespace ZTKPosix
+}  // namespace ZTKPosix::dom

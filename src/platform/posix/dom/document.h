@@ -1,13 +1,14 @@
-// What the class registry knows of the DOM's classes.
+// The DOM's documents.
 #pragma once
 
 #include "ztk/platform/posix/objbase.h"
 
-namespace ZTKPosix {
+namespace ZTKPosix::dom {
 
-enum class DomVersion { k4, k6 };
+enum class DocumentVersion { k4, k6 };
 
-// Makes an empty document of that version with one reference. Null when memory is short.
-IUnknown* MakeDomDocument(DomVersion version) noexcept;
+// Makes an empty document of that version with one reference, which is the caller's. Null when
+// memory is short.
+[[nodiscard]] IUnknown* MakeDocument(DocumentVersion version) noexcept;
 
-}  // namespace ZTKPosix
+}  // namespace ZTKPosix::dom

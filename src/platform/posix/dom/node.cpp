@@ -1,7 +1,7 @@
 #include "platform/posix/dom/node.h"
 
-#include "platform/posix/com/com_object.h"
-#include "platform/posix/com/oleauto_error_info.h"
+#include "platform/posix/com/error_record.h"
+#include "platform/posix/dom/dom_object.h"
 #include "platform/posix/dom/value.h"
 
 namespace ZTKPosix::dom {
@@ -49,41 +49,6 @@ class TreeReference {
     Tree& tree_;
 };
 
-// Hands out a new object; it comes with its first reference.
-template <class Object, class Interface>
-HRESULT HandOutNew(Object* object, Interface** target) noexcept {
-    *target = object;
-    return object != nullptr ? S_OK : E_OUTOFMEMORY;
-}
-
-// What the objects here have in common: they answer for one interface besides IUnknown, and tell
-// about failures.
-template <class Derived, class Interface>
-class DomObject : public ComObject<Derived, Interface, ISupportErrorInfo> {
-  public:
-    HRESULT QueryInterface(REFIID iid, void** object) override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        *object = nullptr;
-        auto* const self = static_cast<Derived*>(this);
-        if (iid == IID_IUnknown || self->Answers(iid)) {
-            return HandOut<Interface>(self, object);
-        }
-        if (iid == IID_ISupportErrorInfo) {
-            return HandOut<ISupportErrorInfo>(self, object);
-        }
-        return E_NOINTERFACE;
-    }
-
-    HRESULT InterfaceSupportsErrorInfo(REFIID iid) override {
-        return static_cast<Derived*>(this)->Answers(iid) ? S_OK : S_FALSE;
-    }
-
-  private:
-    LiveObject alive_;
-};
-
 class AttributeObject final : public DomObject<AttributeObject, IXMLDOMNode> {
   public:
     AttributeObject(Tree& tree, const Attribute& attribute) noexcept
@@ -102,22 +67,13 @@ class AttributeObject final : public DomObject<AttributeObject, IXMLDOMNode> {
         VariantInit(typedValue);
         return AttributeValue(attribute_, *typedValue);
     }
-    HRESULT get_firstChild(IXMLDOMNode** firstChild) override { return None(firstChild); }
-    HRESULT get_nextSibling(IXMLDOMNode** nextSibling) override { return None(nextSibling); }
+    HRESULT get_firstChild(IXMLDOMNode** firstChild) override { return HandOutNone(firstChild); }
+    HRESULT get_nextSibling(IXMLDOMNode** nextSibling) override { return HandOutNone(nextSibling); }
     HRESULT get_attributes(IXMLDOMNamedNodeMap** attributeMap) override {
-        return None(attributeMap);
+        return HandOutNone(attributeMap);
     }
 
   private:
-    template <class Interface>
-    static HRESULT None(Interface** target) noexcept {
-        if (target == nullptr) {
-            return E_INVALIDARG;
-        }
-        *target = nullptr;
-        return S_FALSE;
-    }
-
     TreeReference tree_;
     const Attribute& attribute_;
 };

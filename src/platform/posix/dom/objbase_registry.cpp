@@ -1,9 +1,10 @@
-// The classes of this layer and how they are found and made.
-#include "platform/posix/dom/document.h"
-
+// The classes of this layer, how they are found and made, and how many of their objects are alive.
+// They are the DOM's documents, which is why this stands here and not beside the rest of COM.
 #include <atomic>
 
-#include "platform/posix/com/oleauto_error_info.h"
+#include "platform/posix/com/com_object.h"
+#include "platform/posix/com/objbase_apartment.h"
+#include "platform/posix/dom/document.h"
 #include "platform/posix/text/runtime_text.h"
 #include "text/ascii.h"
 
@@ -14,18 +15,18 @@ namespace {
 struct Class {
     const wchar_t* prog_id;
     CLSID id;
-    DomVersion version;
+    dom::DocumentVersion version;
     std::atomic<bool> available;
 };
 
 constinit Class classes[] = {
     {L"Msxml2.DOMDocument.6.0",
      {0x88D96A05, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}},
-     DomVersion::k6,
+     dom::DocumentVersion::k6,
      true},
     {L"Msxml2.DOMDocument.4.0",
      {0x88D969C0, 0xF192, 0x11D4, {0xA6, 0x5F, 0x00, 0x40, 0x96, 0x32, 0x51, 0xE5}},
-     DomVersion::k4,
+     dom::DocumentVersion::k4,
      true},
 };
 
@@ -131,7 +132,7 @@ HRESULT CoCreateInstance(REFCLSID id, LPUNKNOWN outer, DWORD context, REFIID iid
     if (outer != nullptr) {
         return CLASS_E_NOAGGREGATION;
     }
-    IUnknown* const made = MakeDomDocument(found->version);
+    IUnknown* const made = dom::MakeDocument(found->version);
     if (made == nullptr) {
         return E_OUTOFMEMORY;
     }
@@ -142,6 +143,10 @@ HRESULT CoCreateInstance(REFCLSID id, LPUNKNOWN outer, DWORD context, REFIID iid
 
 HRESULT OleRun(LPUNKNOWN object) noexcept {
     return object != nullptr ? S_OK : E_INVALIDARG;
+}
+
+SIZE_T LiveComObjects() noexcept {
+    return LiveObject::Count();
 }
 
 }  // namespace ZTKPosix
