@@ -13,7 +13,7 @@ namespace ZTKPosix::dom {
 class EntityDepths {
   public:
     // The names of entities are kept beside the tree's own.
-    explicit EntityDepths(NameTable& names) noexcept : names_(names) {}
+    explicit EntityDepths(NamePool& names) noexcept : names_(names) {}
 
     // A declaration, for an entity outside the document with null text. Returns false when memory
     // is short, or with refused set when the entities may nest too deep.
@@ -27,7 +27,7 @@ class EntityDepths {
     [[nodiscard]] bool Measure(const char* text, std::size_t length, bool is_parameter,
                                unsigned& depth) noexcept;
 
-    NameTable& names_;
+    NamePool& names_;
     unsigned deepest_ = 0;  // over references to entities declared before
     unsigned forward_ = 0;  // entities that refer to others which were not declared before
     bool refused_ = false;

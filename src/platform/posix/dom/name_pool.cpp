@@ -7,13 +7,13 @@
 
 namespace ZTKPosix::dom {
 
-NameTable::~NameTable() {
+NamePool::~NamePool() {
     ZTK::allocation::RuntimeFree(slots_);
 }
 
 // The slot of that name, or the free one where it belongs. REQUIRES: capacity_ is not 0.
-std::size_t NameTable::SlotOf(std::uint64_t hash, const wchar_t* text,
-                              std::size_t length) const noexcept {
+std::size_t NamePool::SlotOf(std::uint64_t hash, const wchar_t* text,
+                             std::size_t length) const noexcept {
     std::size_t slot = hash & (capacity_ - 1);
     for (; slots_[slot] != nullptr; slot = (slot + 1) & (capacity_ - 1)) {
         const Name& name = *slots_[slot];
@@ -25,7 +25,7 @@ std::size_t NameTable::SlotOf(std::uint64_t hash, const wchar_t* text,
     return slot;
 }
 
-bool NameTable::Grow() noexcept {
+bool NamePool::Grow() noexcept {
     const std::size_t capacity = capacity_ != 0 ? capacity_ * 2 : 32;
     auto** const slots =
         static_cast<Name**>(ZTK::allocation::RuntimeAlloc(capacity * sizeof(Name*)));
@@ -48,7 +48,7 @@ bool NameTable::Grow() noexcept {
     return true;
 }
 
-Name* NameTable::Intern(const wchar_t* text, std::size_t length) noexcept {
+Name* NamePool::Intern(const wchar_t* text, std::size_t length) noexcept {
     if (count_ * 2 >= capacity_ && !Grow()) {
         return nullptr;
     }
@@ -69,7 +69,7 @@ Name* NameTable::Intern(const wchar_t* text, std::size_t length) noexcept {
     return name;
 }
 
-const Name* NameTable::Find(const wchar_t* text, std::size_t length) const noexcept {
+const Name* NamePool::Find(const wchar_t* text, std::size_t length) const noexcept {
     return capacity_ != 0 ? slots_[SlotOf(HashText(text, length), text, length)] : nullptr;
 }
 

@@ -21,13 +21,13 @@ struct Name {
     }
 };
 
-class NameTable {
+class NamePool {
   public:
     // REQUIRES: the arena outlives the table.
-    explicit NameTable(Arena& arena) noexcept : arena_(arena) {}
-    NameTable(const NameTable&) = delete;
-    NameTable& operator=(const NameTable&) = delete;
-    ~NameTable();
+    explicit NamePool(Arena& arena) noexcept : arena_(arena) {}
+    NamePool(const NamePool&) = delete;
+    NamePool& operator=(const NamePool&) = delete;
+    ~NamePool();
 
     // Null when memory is short.
     [[nodiscard]] Name* Intern(const wchar_t* text, std::size_t length) noexcept;

@@ -128,7 +128,7 @@ class Tree {
     [[nodiscard]] const Node* DocumentElement() const noexcept;
 
     Arena arena;
-    NameTable names{arena};
+    NamePool names{arena};
     Node document{};
 
   private:

@@ -44,9 +44,9 @@ constexpr TypeName kTypeNames[] = {
 
 // All of a value's text in ASCII, without a sign '+'; long enough for any number that one of the
 // types can hold.
-class NumberText {
+class NumberLiteral {
   public:
-    NumberText(const wchar_t* text, std::size_t length) noexcept {
+    NumberLiteral(const wchar_t* text, std::size_t length) noexcept {
         if (length != 0 && *text == L'+') {
             ++text;
             --length;
@@ -77,7 +77,7 @@ class NumberText {
 };
 
 template <class Number, class Field>
-HRESULT MakeNumber(const NumberText& text, VARTYPE type, Field VARIANT::*field,
+HRESULT MakeNumber(const NumberLiteral& text, VARTYPE type, Field VARIANT::*field,
                    VARIANT& value) noexcept {
     Number number{};
     if (!text.Read(number)) {
