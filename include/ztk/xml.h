@@ -37,6 +37,29 @@ namespace ZTK {
 class CXMLAttribute;
 class CXMLTag;
 
+namespace xml {
+
+// The text that a tag or an attribute handed out last. Hosts meet it only as a member of these.
+class LastValue {
+  public:
+    LastValue() noexcept = default;
+
+    // A copy of its owner has handed out nothing yet, and an owner that is assigned to keeps what
+    // it handed out.
+    LastValue(const LastValue&) noexcept {}
+    LastValue& operator=(const LastValue&) noexcept { return *this; }
+    ~LastValue() { SysFreeString(text_); }
+
+    // The text value of node in place of the text kept before; null for a null node and when the
+    // value is no text. Raises, and then keeps what it had.
+    const wchar_t* Read(MSXML2::IXMLDOMNode* node);
+
+  private:
+    BSTR text_ = nullptr;  // owned
+};
+
+}  // namespace xml
+
 // A name that can be ordered: exactly, by 16-bit code unit, an empty name first.
 //
 // Tokens live on the library's heap however they are made: a host deletes those that it owns with a
@@ -112,7 +135,7 @@ class ZTK_API CXMLAttribute : public CXMLToken {
   private:
     CXMLTag* parent_ = nullptr;
     MSXML2::IXMLDOMNodePtr node_;
-    BSTR value_ = nullptr;  // owned: what GetValue returned last; not shared by copies
+    xml::LastValue value_;
 };
 
 // A node of the document: in most cases an element, but children of every kind are tags.
@@ -197,7 +220,7 @@ class ZTK_API CXMLTag : public CXMLToken {
     int ordered_ = 0;           // so many of the first slots of attributes_ are in order
     bool repeats_ = false;      // two of these have the same name
     bool owns_parent_ = false;  // made by a path walk, as was its parent, which nobody else knows
-    BSTR value_ = nullptr;      // owned: what GetValue returned last; not shared by copies
+    xml::LastValue value_;
 };
 
 // An XML document. Read only; loads from a text in memory.

@@ -19,22 +19,12 @@ CXMLAttribute::CXMLAttribute(CXMLTag* parent, MSXML2::IXMLDOMNodePtr node, const
     }
 }
 
-CXMLAttribute::CXMLAttribute(const CXMLAttribute& other)
-    : CXMLToken(other), parent_(other.parent_), node_(other.node_) {}
-
-CXMLAttribute& CXMLAttribute::operator=(const CXMLAttribute& other) {
-    CXMLToken::operator=(other);
-    parent_ = other.parent_;
-    node_ = other.node_;
-    return *this;
-}
-
-CXMLAttribute::~CXMLAttribute() {
-    SysFreeString(value_);
-}
+CXMLAttribute::CXMLAttribute(const CXMLAttribute& other) = default;
+CXMLAttribute& CXMLAttribute::operator=(const CXMLAttribute& other) = default;
+CXMLAttribute::~CXMLAttribute() = default;
 
 const wchar_t* CXMLAttribute::GetValue() {
-    return xml::KeepText(node_, &value_);
+    return value_.Read(node_);
 }
 
 int CXMLAttribute::ToInt() {

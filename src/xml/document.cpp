@@ -1,6 +1,8 @@
-// Documents: creation, loading, the root.
-#include "platform/memory/allocation.h"
+// Documents: creation, loading, the root, and the text value that is handed out without an owner.
+#include "frame/base/tmp_ring.h"
 #include "xml/dom_calls.h"
+#include "xml/heap_operators-inl.h"
+#include "xml/long_texts.h"
 #include "ztk/strings.h"
 #include "ztk/xml.h"
 
@@ -97,20 +99,23 @@ CXMLTag* CXml::GetRoot() {
     return root_;
 }
 
-void* CXml::operator new(std::size_t bytes) noexcept {
-    return allocation::RuntimeAlloc(bytes);
+// By value: the interface fixes it.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+const wchar_t* CXml::GetXMLTextValue(MSXML2::IXMLDOMNodePtr node) {
+    const BSTR text = xml::ReadText(node);
+    if (text == nullptr) {
+        return nullptr;
+    }
+    const UINT count = SysStringLen(text) + 1;
+    wchar_t* const copy = frame::RequestTmpString<wchar_t>(count);
+    if (copy == nullptr) {
+        return xml::KeepLongText(text);
+    }
+    StrCopy(copy, text);
+    SysFreeString(text);
+    return copy;
 }
 
-void* CXml::operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
-    return allocation::RuntimeAlloc(bytes);
-}
-
-void CXml::operator delete(void* block) noexcept {
-    allocation::RuntimeFree(block);
-}
-
-void CXml::operator delete(void* block, const std::nothrow_t&) noexcept {
-    allocation::RuntimeFree(block);
-}
+ZTK_XML_DEFINE_HEAP_OPERATORS(CXml);
 
 }  // namespace ZTK

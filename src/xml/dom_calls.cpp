@@ -1,10 +1,6 @@
-// The text value of a node: as it is read, as a number, and as CXml hands it out.
 #include "xml/dom_calls.h"
-#include "frame/base/tmp_ring.h"
+
 #include "platform/wide_number.h"
-#include "xml/long_texts.h"
-#include "ztk/strings.h"
-#include "ztk/xml.h"
 
 namespace ZTK::xml {
 
@@ -20,16 +16,6 @@ BSTR ReadText(MSXML2::IXMLDOMNode* node) {
     }
     VariantClear(&value);
     return nullptr;
-}
-
-const wchar_t* KeepText(MSXML2::IXMLDOMNode* node, BSTR* kept) {
-    if (node == nullptr) {
-        return nullptr;
-    }
-    const BSTR text = ReadText(node);
-    SysFreeString(*kept);
-    *kept = text;
-    return text;
 }
 
 namespace {
@@ -61,24 +47,3 @@ LONG ReadLong(MSXML2::IXMLDOMNode* node) {
 }
 
 }  // namespace ZTK::xml
-
-namespace ZTK {
-
-// By value: the interface fixes it.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
-const wchar_t* CXml::GetXMLTextValue(MSXML2::IXMLDOMNodePtr node) {
-    const BSTR text = xml::ReadText(node);
-    if (text == nullptr) {
-        return nullptr;
-    }
-    const UINT count = SysStringLen(text) + 1;
-    wchar_t* const copy = frame::RequestTmpString<wchar_t>(count);
-    if (copy == nullptr) {
-        return xml::KeepLongText(text);
-    }
-    StrCopy(copy, text);
-    SysFreeString(text);
-    return copy;
-}
-
-}  // namespace ZTK

@@ -58,9 +58,6 @@ inline MSXML2::IXMLDOMNodePtr NextSibling(MSXML2::IXMLDOMNode* node) {
 // value is no text. Raises, E_POINTER for a null node.
 BSTR ReadText(MSXML2::IXMLDOMNode* node);
 
-// The same, kept in *kept in place of the text that was kept there before; null for a null node.
-const wchar_t* KeepText(MSXML2::IXMLDOMNode* node, BSTR* kept);
-
 // The numbers at the start of that text; 0 for a null node and when the value is no text.
 int ReadInt(MSXML2::IXMLDOMNode* node);
 LONG ReadLong(MSXML2::IXMLDOMNode* node);

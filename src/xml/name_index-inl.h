@@ -1,5 +1,5 @@
-// The tables in which a tag keeps its attributes by name: sorted when a lookup needs it, searched
-// by halving.
+// An index by name over the table in which a tag keeps its attributes: the table is sorted when a
+// lookup needs it and searched by halving.
 #pragma once
 
 #include "ztk/strings.h"
@@ -7,15 +7,15 @@
 
 namespace ZTK::xml {
 
-// A view of such a table's records and of what is known about their order.
+// A view of the records of such a table and of what is known about their order.
 template <class Object>
-class NameTable {
+class NameIndex {
   public:
     using Item = TArrayItem<Object*>;
 
     // ordered: how many of the first records are in order; repeats: whether two of these have one
     // name. Both are updated.
-    NameTable(CPtrArray<Object*>* array, int* ordered, bool* repeats)
+    NameIndex(CPtrArray<Object*>* array, int* ordered, bool* repeats)
         : array_(array), slots_(array->Slots()), ordered_(ordered), repeats_(repeats) {}
 
     // The object of that name in the lowest slot, or null. Sorts the records if need be.
@@ -90,7 +90,7 @@ class NameTable {
 // A tag reads one attribute at a time, and looks it up first: the usual table is in order but for
 // its last record. Partitioning would compare it all over again for each attribute.
 template <class Object>
-void NameTable<Object>::SortAll(int count) {
+void NameIndex<Object>::SortAll(int count) {
     if (*repeats_ || *ordered_ != count - 1 || !InsertLast(count)) {
         Sort(0, count - 1);
         for (int slot = 1; slot < count && !*repeats_; ++slot) {
@@ -102,7 +102,7 @@ void NameTable<Object>::SortAll(int count) {
 
 // False, with nothing moved, when the last record has the name of another one.
 template <class Object>
-bool NameTable<Object>::InsertLast(int count) {
+bool NameIndex<Object>::InsertLast(int count) {
     const int last = count - 1;
     const int place = LowerBound(0, last, NameOf(last));
     if (place < last && Compare(NameOf(place), NameOf(last)) == 0) {
@@ -117,7 +117,7 @@ bool NameTable<Object>::InsertLast(int count) {
 // finds. The short cuts give what the partitions would give, without comparing all records again
 // for each one that lies behind or before all others.
 template <class Object>
-void NameTable<Object>::Sort(int first, int last) {
+void NameIndex<Object>::Sort(int first, int last) {
     while (first < last) {
         PeelEnds(&first, &last);
         if (SortByInsertion(first, last)) {
@@ -139,7 +139,7 @@ void NameTable<Object>::Sort(int first, int last) {
 
 // Whether the slots of [first, end) are in order; with strict, without two of one name.
 template <class Object>
-bool NameTable<Object>::IsOrdered(int first, int end, bool strict) const {
+bool NameIndex<Object>::IsOrdered(int first, int end, bool strict) const {
     for (int slot = first + 1; slot < end; ++slot) {
         const int order = Compare(NameOf(slot - 1), NameOf(slot));
         if (order > 0 || (strict && order == 0)) {
@@ -153,7 +153,7 @@ bool NameTable<Object>::IsOrdered(int first, int end, bool strict) const {
 // where it is, and one around a lowest name exchanges it with the first record. Leaves these out of
 // the range as long as the last record is such a one.
 template <class Object>
-void NameTable<Object>::PeelEnds(int* first, int* last) {
+void NameIndex<Object>::PeelEnds(int* first, int* last) {
     if (!IsOrdered(*first, *last, false)) {
         return;
     }
@@ -169,7 +169,7 @@ void NameTable<Object>::PeelEnds(int* first, int* last) {
 // Sorts slots that are in order but for the last one, where all names differ: then any way of
 // sorting gives the same. False, with nothing moved, otherwise.
 template <class Object>
-bool NameTable<Object>::SortByInsertion(int first, int last) {
+bool NameIndex<Object>::SortByInsertion(int first, int last) {
     if (!IsOrdered(first, last, true)) {
         return false;
     }
@@ -185,7 +185,7 @@ bool NameTable<Object>::SortByInsertion(int first, int last) {
 // higher ones to [*right_begin, last]. Records named like v are collected at both ends on the way,
 // up to slot p and from slot q, and moved to the middle afterwards.
 template <class Object>
-void NameTable<Object>::Partition(int first, int last, int* left_end, int* right_begin) {
+void NameIndex<Object>::Partition(int first, int last, int* left_end, int* right_begin) {
     const wchar_t* v = NameOf(last);
     int i = first - 1;
     int j = last;

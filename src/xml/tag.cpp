@@ -27,34 +27,12 @@ CXMLTag::CXMLTag(CXMLTag* parent, MSXML2::IXMLDOMNodePtr node, const wchar_t* na
       attributes_(kGrowTable),
       tags_(kGrowTable) {}
 
-CXMLTag::CXMLTag(const CXMLTag& other)
-    : CXMLToken(other),
-      parent_(other.parent_),
-      node_(other.node_),
-      cursor_(other.cursor_),
-      attributes_(other.attributes_),
-      tags_(other.tags_),
-      ordered_(other.ordered_),
-      repeats_(other.repeats_),
-      owns_parent_(other.owns_parent_) {}
-
-CXMLTag& CXMLTag::operator=(const CXMLTag& other) {
-    CXMLToken::operator=(other);
-    parent_ = other.parent_;
-    node_ = other.node_;
-    cursor_ = other.cursor_;
-    attributes_ = other.attributes_;
-    tags_ = other.tags_;
-    ordered_ = other.ordered_;
-    repeats_ = other.repeats_;
-    owns_parent_ = other.owns_parent_;
-    return *this;
-}
+CXMLTag::CXMLTag(const CXMLTag& other) = default;
+CXMLTag& CXMLTag::operator=(const CXMLTag& other) = default;
 
 CXMLTag::~CXMLTag() {
     attributes_.Empty();
     tags_.Empty();
-    SysFreeString(value_);
     if (owns_parent_) {
         delete parent_;  // recursion only as deep as the path that a host wrote down
     }
@@ -63,11 +41,11 @@ CXMLTag::~CXMLTag() {
 CXMLTag* CXMLTag::FindTag(const wchar_t* name) {
     int ordered = 0;
     bool repeats = false;
-    return xml::NameTable<CXMLTag>(&tags_, &ordered, &repeats).Find(name);
+    return xml::NameIndex<CXMLTag>(&tags_, &ordered, &repeats).Find(name);
 }
 
 CXMLAttribute* CXMLTag::FindAttribute(const wchar_t* name) {
-    return xml::NameTable<CXMLAttribute>(&attributes_, &ordered_, &repeats_).Find(name);
+    return xml::NameIndex<CXMLAttribute>(&attributes_, &ordered_, &repeats_).Find(name);
 }
 
 CXMLAttribute* CXMLTag::GetAttribute(const wchar_t* name) {
@@ -131,7 +109,7 @@ CXMLTag* CXMLTag::NextTag() {
 }
 
 const wchar_t* CXMLTag::GetValue() {
-    return xml::KeepText(node_, &value_);
+    return value_.Read(node_);
 }
 
 int CXMLTag::ToInt() {

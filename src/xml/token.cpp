@@ -1,5 +1,5 @@
 // Names that can be ordered.
-#include "platform/memory/allocation.h"
+#include "xml/heap_operators-inl.h"
 #include "ztk/xml.h"
 
 namespace ZTK {
@@ -46,20 +46,6 @@ bool CXMLToken::operator>=(const CXMLToken& other) const {
     return Compare(other) >= 0;
 }
 
-void* CXMLToken::operator new(std::size_t bytes) noexcept {
-    return allocation::RuntimeAlloc(bytes);
-}
-
-void* CXMLToken::operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
-    return allocation::RuntimeAlloc(bytes);
-}
-
-void CXMLToken::operator delete(void* block) noexcept {
-    allocation::RuntimeFree(block);
-}
-
-void CXMLToken::operator delete(void* block, const std::nothrow_t&) noexcept {
-    allocation::RuntimeFree(block);
-}
+ZTK_XML_DEFINE_HEAP_OPERATORS(CXMLToken);
 
 }  // namespace ZTK
