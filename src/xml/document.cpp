@@ -52,7 +52,7 @@ void CXml::CreateDocument() {
         is_version6_ = true;
         return;
     }
-    // Without either class the document stays null, and a load says so.
+    // Without either class the document stays null, and loading raises E_POINTER.
     (void)document_.CreateInstance(L"Msxml2.DOMDocument.4.0", nullptr, kAnyServer);
 }
 

@@ -28,7 +28,7 @@ class NameIndex {
             array_->SetSorted(true);
             SortAll(count);
         }
-        // Tokens have no empty texts but none at all.
+        // A token made from an empty name has no text, just like one made from null.
         const wchar_t* text = name != nullptr && *name != 0 ? name : nullptr;
         const int slot = LowerBound(0, count, text);
         const bool found = slot < count && Compare(NameOf(slot), text) == 0;
@@ -88,7 +88,7 @@ class NameIndex {
 };
 
 // A tag reads one attribute at a time, and looks it up first: the usual table is in order but for
-// its last record. Partitioning would compare it all over again for each attribute.
+// its last record. Partitioning would compare the whole table again for each attribute.
 template <class Object>
 void NameIndex<Object>::SortAll(int count) {
     if (*repeats_ || *ordered_ != count - 1 || !InsertLast(count)) {
@@ -112,10 +112,10 @@ bool NameIndex<Object>::InsertLast(int count) {
     return true;
 }
 
-// Sorts the slots from first to last, both included. Records of one name end up in the order in
-// which these partitions leave them, each around its last record: it decides which of them a lookup
-// finds. The short cuts give what the partitions would give, without comparing all records again
-// for each one that lies behind or before all others.
+// Sorts the slots from first to last, both included. Of several records with one name a lookup
+// finds the first, so their order counts too: it is the one in which partitions leave them, each
+// made around the last record of its range. The short cuts give the same order without comparing
+// all records again for one that belongs behind or before all others.
 template <class Object>
 void NameIndex<Object>::Sort(int first, int last) {
     while (first < last) {
@@ -149,9 +149,10 @@ bool NameIndex<Object>::IsOrdered(int first, int end, bool strict) const {
     return true;
 }
 
-// In slots that are in order but for the last one: a partition around a highest name leaves it
-// where it is, and one around a lowest name exchanges it with the first record. Leaves these out of
-// the range as long as the last record is such a one.
+// In slots that are in order but for the last one, a partition has little to do when the last
+// record's name is above all others (it stays where it is) or below all others (it changes places
+// with the first record). Does that, and narrows the range to the slots that are left, for as long
+// as the last of them is such a record.
 template <class Object>
 void NameIndex<Object>::PeelEnds(int* first, int* last) {
     if (!IsOrdered(*first, *last, false)) {
@@ -212,7 +213,7 @@ void NameIndex<Object>::Partition(int first, int last, int* left_end, int* right
     Swap(i, last);
     j = i - 1;
     ++i;
-    // Slot p itself stays: it may be part of the lower names, where it belongs as well.
+    // The record in slot p stays: it is sorted with the lower names, as the highest of them.
     for (int slot = first; slot < p; ++slot, --j) {
         Swap(slot, j);
     }

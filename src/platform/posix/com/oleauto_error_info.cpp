@@ -9,8 +9,8 @@ namespace ZTKPosix {
 
 namespace {
 
-// Owned. A plain pointer on purpose: destructors of the host's thread-local objects may still use
-// COM.
+// A reference of the thread's own, or null. A plain pointer on purpose: destructors of the host's
+// thread-local objects may still use COM.
 constinit thread_local IErrorInfo* record = nullptr;
 
 // Gives a thread's error record back at its end.
@@ -18,7 +18,7 @@ extern "C" void ZtkPosixDropErrorRecord(void* /*value*/) {
     SetErrorInfo(0, nullptr);
 }
 
-// The lock guards the two below it. The key is made when the first record is left.
+// The lock guards the key and the flag. The key is made when the first record is set.
 constinit pthread_mutex_t end_key_lock = PTHREAD_MUTEX_INITIALIZER;
 constinit pthread_key_t end_key{};
 constinit bool end_key_made = false;
@@ -39,7 +39,7 @@ HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info) noexcept {
     if (reserved != 0) {
         return E_INVALIDARG;
     }
-    // A record on a thread whose end goes unnoticed would never be given back.
+    // On a thread whose end goes unnoticed the record would never be given back.
     if (info != nullptr && !NoticeThreadEnd()) {
         info = nullptr;
     }

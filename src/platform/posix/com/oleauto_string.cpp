@@ -13,8 +13,8 @@ namespace {
 
 constinit std::atomic<SIZE_T> live_strings{0};
 
-// Stands before the text. The length is directly before it, where programs look that know how a
-// counted string lies in memory.
+// Stands before the text. Programs that know how a counted string lies in memory read its length
+// from the four bytes directly before the text.
 struct StringHeader {
     DWORD padding;
     DWORD bytes;

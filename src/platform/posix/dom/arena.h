@@ -1,4 +1,4 @@
-// Storage that is taken piece by piece and given back as a whole.
+// Memory that is taken piece by piece and given back as a whole.
 #pragma once
 
 #include <cstddef>
@@ -6,8 +6,8 @@
 
 namespace ZTKPosix::dom {
 
-// Everything handed out is aligned for pointers and lives until the arena goes. Nothing is
-// destroyed: for trivially destructible things only.
+// Everything handed out is aligned for pointers and lives until the arena is destroyed. No
+// destructors run: it is for trivially destructible types only. Used by one thread at a time.
 class Arena {
   public:
     // The first block is made when something is first asked for, first_block_bytes large.
@@ -16,10 +16,10 @@ class Arena {
     Arena& operator=(const Arena&) = delete;
     ~Arena();
 
-    // From now on all blocks together may have that many bytes.
+    // From now on all blocks together may have that many bytes at most.
     void SetLimit(std::size_t bytes) noexcept { limit_ = bytes; }
 
-    // Null when memory is short or the limit is reached; LimitReached tells.
+    // Null when memory is short or the limit is reached; LimitReached tells which.
     [[nodiscard]] void* Allocate(std::size_t bytes) noexcept {
         const std::size_t rounded = Round(bytes);
         if (rounded > static_cast<std::size_t>(end_ - top_) && !AddBlock(rounded)) {
@@ -30,7 +30,7 @@ class Arena {
         return start;
     }
 
-    // Cuts the last allocation short: it ends at end.
+    // Cuts the last allocation short: it ends at end, rounded up.
     void ShrinkLast(const void* end) noexcept {
         const auto address = reinterpret_cast<std::uintptr_t>(end);
         top_ -= reinterpret_cast<std::uintptr_t>(top_) - (address + kAlign - 1) / kAlign * kAlign;

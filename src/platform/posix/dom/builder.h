@@ -8,7 +8,7 @@
 namespace ZTKPosix::dom {
 
 // Stands between the address, the local name and the prefix of a name that has more than one of
-// them, in that order. No address can hold it, as no document can.
+// them, in that order. No document can contain this character, and so no address does.
 inline constexpr char kNameSeparator = '\f';
 
 // An operation returns false when the tree cannot take more: memory is short or its limit is
@@ -36,7 +36,7 @@ class TreeBuilder {
     [[nodiscard]] bool DocumentType(const char* name) noexcept;
 
   private:
-    // Characters that a name is put together in.
+    // Room for length characters, in which a name is put together. Null when memory is short.
     [[nodiscard]] wchar_t* NameBuffer(std::size_t length) noexcept;
     [[nodiscard]] const Name* InternQualified(const char* prefix, std::size_t prefix_length,
                                               const char* local, std::size_t local_length) noexcept;
@@ -63,15 +63,16 @@ class TreeBuilder {
     Node* current_;               // the open element, or the document
     Node* last_child_ = nullptr;  // of current_
 
-    // The text node that is being written, not yet in the tree, and where its last piece stands.
-    // Nothing else is taken from the arena meanwhile.
+    // The text node that is being written, which is not yet in the tree, and the place of its last
+    // piece. Nothing else is taken from the arena until the text ends.
     Node* text_ = nullptr;
     TextPiece* piece_ = nullptr;
     wchar_t* piece_top_ = nullptr;
     wchar_t* piece_end_ = nullptr;
     bool text_is_blank_ = true;
 
-    // White space at the start of a text, of which there is no node yet: mostly there will be none.
+    // White space at the start of a text that has no node yet. Most often nothing else follows, and
+    // no node is made.
     char blank_[256];
     std::size_t blank_length_ = 0;
 

@@ -1,4 +1,5 @@
-// How a builder writes text: white space that comes to nothing, and pieces that grow.
+// How the builder writes text: white space that becomes no node, and pieces that grow with the
+// text.
 #include <algorithm>
 #include <cstring>
 
@@ -18,7 +19,7 @@ bool IsBlank(const char* text, std::size_t length) noexcept {
 
 bool TreeBuilder::Characters(const char* text, std::size_t length) noexcept {
     if (text_ == nullptr) {
-        // Not yet anything but white space, which is kept aside as long as it may come to nothing.
+        // Only white space so far. It is kept aside: unless other text follows, it becomes no node.
         if (!current_->keeps_space && length <= sizeof blank_ - blank_length_ &&
             IsBlank(text, length)) {
             std::memcpy(blank_ + blank_length_, text, length);
@@ -92,7 +93,7 @@ void TreeBuilder::FlushText() noexcept {
     blank_length_ = 0;
     if (text_ != nullptr) {
         EndPiece();
-        // White space between tags is no node, but for a CDATA section, which somebody has written.
+        // White space between tags becomes no node. A CDATA section does: its author asked for it.
         dropped = text_is_blank_ && !text_->keeps_space && text_->kind != NodeKind::kCdata;
         if (!dropped) {
             Append(*text_);
@@ -104,7 +105,7 @@ void TreeBuilder::FlushText() noexcept {
     }
 }
 
-// It still parts the texts around it; see NodeValue.
+// The white space still separates the texts around it; see IXMLDOMNode::get_nodeTypedValue.
 void TreeBuilder::NoteDroppedSpace() noexcept {
     if (last_child_ != nullptr) {
         last_child_->dropped_behind = true;

@@ -9,16 +9,17 @@ namespace ZTKPosix::dom {
 
 namespace {
 
-// Far more than documents need, and little stack.
+// Far more levels than documents need, and few enough for any thread's stack.
 constexpr unsigned kDeepest = 256;
 
-// A longer name is none of an entity that anybody refers to; it is not worth being looked up.
+// In characters. Longer names do not occur in practice: a reference to one is not looked up but
+// counted as one to an entity that was not declared before, which keeps the bound an upper one.
 constexpr std::size_t kLongestName = 255;
 
 }  // namespace
 
-// General and parameter entities have names of their own kinds; the mark before it keeps them apart
-// from each other and from elements.
+// A general entity, a parameter entity and an element may have the same name; the mark in front of
+// an entity's name keeps them apart in the pool.
 Name* EntityDepths::NameOf(char mark, const char* name, std::size_t length) noexcept {
     wchar_t buffer[kLongestName + 1];
     buffer[0] = static_cast<wchar_t>(mark);
@@ -69,8 +70,9 @@ bool EntityDepths::Declare(const char* name, bool is_parameter, const char* text
     }
     declared->entity_depth = std::max(declared->entity_depth, depth);
     deepest_ = std::max(deepest_, depth);
-    // A path through the entities takes at most deepest_ steps before it comes to one that looks
-    // ahead, and comes to each of these once.
+    // A chain of entities within entities has at most deepest_ links before it comes to one that
+    // refers to an entity not declared before it, and it comes to each of these at most once,
+    // because no entity may contain itself.
     refused_ = deepest_ > kDeepest / (forward_ + 1);
     return !refused_;
 }

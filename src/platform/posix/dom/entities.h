@@ -12,11 +12,12 @@ namespace ZTKPosix::dom {
 // document that exceeds it is refused before anything is expanded.
 class EntityDepths {
   public:
-    // The names of entities are kept beside the tree's own.
+    // names: the tree's own, among which the names of entities are kept. REQUIRES: it outlives this
+    // object.
     explicit EntityDepths(NamePool& names) noexcept : names_(names) {}
 
-    // A declaration, for an entity outside the document with null text. Returns false when memory
-    // is short, or with refused set when the entities may nest too deep.
+    // Takes a declaration in; text is null for an entity outside the document. False when memory is
+    // short, and when the entities may nest too deep: then Refused() is true.
     [[nodiscard]] bool Declare(const char* name, bool is_parameter, const char* text,
                                std::size_t length) noexcept;
 
@@ -28,8 +29,8 @@ class EntityDepths {
                                unsigned& depth) noexcept;
 
     NamePool& names_;
-    unsigned deepest_ = 0;  // over references to entities declared before
-    unsigned forward_ = 0;  // entities that refer to others which were not declared before
+    unsigned deepest_ = 0;  // the nesting that references to entities declared before add up to
+    unsigned forward_ = 0;  // entities that refer to others which were not declared before them
     bool refused_ = false;
 };
 

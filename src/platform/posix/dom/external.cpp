@@ -37,7 +37,7 @@ bool StartsWith(std::string_view text, std::string_view start) noexcept {
     return text.size() >= start.size() && _strnicmp(text.data(), start.data(), start.size()) == 0;
 }
 
-// Replaces "%XX" in place. False when that would put an end into the path.
+// Replaces "%XX" in place. False when that would put a terminator into the path.
 bool Unescape(char* path) noexcept {
     char* target = path;
     for (const char* source = path; *source != '\0'; ++target) {
@@ -69,7 +69,7 @@ char* Join(std::string_view directory, std::string_view name) noexcept {
     return joined;
 }
 
-// The absolute path in a file: address, still escaped; empty when the address has a foreign host.
+// The absolute path in a file: address, still escaped; empty when the address names another host.
 std::string_view PathOfAddress(std::string_view address) noexcept {
     address.remove_prefix(kScheme.size());
     if (address.substr(0, 2) == "//") {

@@ -1,4 +1,4 @@
-// External definitions: which file an address means, and its bytes.
+// External definitions: whether they are allowed, which file an address means, and its bytes.
 #pragma once
 
 #include <cstddef>
@@ -8,12 +8,13 @@ namespace ZTKPosix::dom {
 // The process's permission, see SetExternalsAllowed.
 [[nodiscard]] bool ExternalsAllowed() noexcept;
 
-// The path that address names as it stands in the file base (null: in the document): an absolute
-// path, a file: address without a foreign host, or, in a file, a path relative to it. A new string
-// for RuntimeFree; null when it names no local file or memory is short.
+// The path that address names. It may be an absolute path, a file: address of this host or, when it
+// stands in a file, whose path is base, a path relative to that file; base is null for an address
+// that stands in the document itself. A new string, which the caller gives back with RuntimeFree;
+// null when address names no local file and when memory is short.
 [[nodiscard]] char* ResolveLocalFile(const char* address, const char* base) noexcept;
 
-// An open regular file.
+// A regular file, open for reading until this object goes. Symbolic links are followed.
 class LocalFile {
   public:
     explicit LocalFile(const char* path) noexcept;
@@ -21,10 +22,14 @@ class LocalFile {
     LocalFile& operator=(const LocalFile&) = delete;
     ~LocalFile();
 
+    // False when path leads to nothing, to what may not be read, or to no regular file.
     [[nodiscard]] bool IsOpen() const noexcept { return descriptor_ >= 0; }
+
+    // In bytes, at the time of opening. REQUIRES: IsOpen.
     [[nodiscard]] std::size_t Size() const noexcept { return size_; }
 
-    // Reads into buffer up to its end or the file's; false when reading fails.
+    // Reads on from where the last call ended, until capacity bytes are there or the file ends;
+    // length says how many were read. False when reading fails. REQUIRES: IsOpen.
     [[nodiscard]] bool Read(char* buffer, std::size_t capacity, std::size_t& length) noexcept;
 
   private:

@@ -21,6 +21,7 @@ struct Name {
     }
 };
 
+// Used by one thread at a time; Find alone may run on several.
 class NamePool {
   public:
     // REQUIRES: the arena outlives the table.
@@ -29,7 +30,8 @@ class NamePool {
     NamePool& operator=(const NamePool&) = delete;
     ~NamePool();
 
-    // Null when memory is short.
+    // The name of that text, which is copied if it is new. Null when memory is short or the arena's
+    // limit is reached; the pool is as it was then. It lives as long as the arena.
     [[nodiscard]] Name* Intern(const wchar_t* text, std::size_t length) noexcept;
 
     // Null when the tree has no such name.

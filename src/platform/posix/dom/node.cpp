@@ -93,7 +93,7 @@ class AttributeMapObject final : public DomObject<AttributeMapObject, IXMLDOMNam
         if (name == nullptr) {
             return E_INVALIDARG;
         }
-        // A name is one object in all of the tree, so what is compared below is only its address.
+        // Each name exists once in a tree, so it is enough to compare addresses.
         const Name* const wanted = tree_->names.Find(name, SysStringLen(name));
         const Attribute* const end = element_.attributes + element_.attribute_count;
         for (const Attribute* found = element_.attributes; wanted != nullptr && found != end;

@@ -6,8 +6,9 @@
 
 namespace ZTKPosix::dom {
 
-// Hands out a new reference on a node as the interface asked for: S_OK, S_FALSE with null for a
-// null node, E_OUTOFMEMORY with null. REQUIRES: the node belongs to the tree.
+// Make a new object for a node, whose only reference is the caller's and which keeps the tree:
+// S_OK; S_FALSE with null for a null node; E_OUTOFMEMORY with null; E_INVALIDARG for a null target.
+// REQUIRES: the node belongs to the tree.
 [[nodiscard]] HRESULT HandOutNode(Tree& tree, const Node* node,
                                   MSXML2::IXMLDOMNode** target) noexcept;
 [[nodiscard]] HRESULT HandOutElement(Tree& tree, const Node* element,

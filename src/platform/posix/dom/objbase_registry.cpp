@@ -48,7 +48,7 @@ const Class* FindAvailable(REFCLSID id) noexcept {
     return nullptr;
 }
 
-// Takes digits hexadecimal digits; false when text holds less of them.
+// Reads a number of exactly that many hexadecimal digits; false when text has fewer.
 template <class Number>
 bool TakeHex(const wchar_t*& text, int digits, Number& number) noexcept {
     DWORD value = 0;

@@ -19,9 +19,10 @@ namespace {
 
 static_assert(sizeof(XML_Char) == 1, "the parser on the machine speaks UTF-8");
 
-// A tree may take that much, so that defaults and entities cannot blow up a small text without end.
-// Nodes of the densest texts there are take about half of it.
-constexpr std::size_t kTreeBytesPerByte = 64;
+// The most memory that a tree may take, in bytes: so many for each character of the text, and so
+// many in addition. Defaults and entities cannot make a small text grow without end. Even the text
+// that makes the most nodes for its size takes about half of it.
+constexpr std::size_t kTreeBytesPerCharacter = 64;
 constexpr std::size_t kTreeBytes = std::size_t{64} << 20;
 
 // The parser compares each declared default with the others of its element.
@@ -158,8 +159,8 @@ static int OnExternal(XML_Parser parser, const char* context, const char* base,
 }  // extern "C"
 
 // Set when the parser was refused memory. Its error code does not always say so: short of memory
-// within a declaration it may call the text wrong. The parser's requests bring nothing that tells
-// which load they are for, but a load does not leave its thread.
+// within a declaration it may report a fault of the text instead. A request does not tell which
+// load it is for, but a load stays on its thread.
 constinit thread_local bool parser_lacked_memory = false;
 
 void* NoteRefusal(void* block) noexcept {
@@ -207,7 +208,8 @@ void SetHandlers(XML_Parser parser, Load& load) noexcept {
     XML_SetParamEntityParsing(parser, XML_PARAM_ENTITY_PARSING_ALWAYS);
 }
 
-// Reads a file into the parser in one piece. False when it cannot be had or is not well-formed.
+// Reads a file into the parser in one piece. False when it cannot be read, is too large or is not
+// well-formed.
 bool ParseFile(Load& load, XML_Parser parser, const char* path) noexcept {
     LocalFile file(path);
     if (!file.IsOpen() || file.Size() > kFileBytes ||
@@ -315,7 +317,7 @@ LoadResult LoadTree(Tree& tree, const wchar_t* text, std::size_t length,
     if (parser.Get() == nullptr) {
         return LoadResult::kNoMemory;
     }
-    tree.arena.SetLimit(length * kTreeBytesPerByte + kTreeBytes);
+    tree.arena.SetLimit(length * kTreeBytesPerCharacter + kTreeBytes);
     Load load(tree, options);
     load.parser = parser.Get();
     SetHandlers(parser.Get(), load);

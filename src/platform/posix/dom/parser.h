@@ -14,11 +14,12 @@ struct LoadOptions {
 
 enum class LoadResult {
     kLoaded,
-    kRefused,  // not well-formed, or not accepted
+    kRefused,  // not well-formed, or not accepted; see IXMLDOMDocument::loadXML
     kNoMemory,
 };
 
-// Fills an empty tree from length characters. What the tree holds after a failure is of no use.
+// Fills a tree from length characters. After a failure the tree is only fit to be released.
+// REQUIRES: the tree is empty.
 [[nodiscard]] LoadResult LoadTree(Tree& tree, const wchar_t* text, std::size_t length,
                                   const LoadOptions& options) noexcept;
 

@@ -14,7 +14,7 @@ wchar_t* WidenUtf8(const char* source, std::size_t length, wchar_t* target) noex
             CopyAsciiRun(source, static_cast<std::size_t>(end - source), target);
         source += run;
         target += run;
-        // Text that is not ASCII seldom returns to it for long.
+        // Characters outside ASCII come in runs with little ASCII between them.
         while (source != end && static_cast<unsigned char>(*source) >= 0x80) {
             const EncodedCharacter<wchar_t> encoded(TakeCharacter(source, end));
             target[0] = encoded.units[0];

@@ -9,9 +9,9 @@ namespace ZTKPosix::dom {
 // what was written.
 wchar_t* WidenUtf8(const char* source, std::size_t length, wchar_t* target) noexcept;
 
-// Converts UTF-16; target has room for three bytes a unit. Moves source behind what was converted,
-// which is all up to end, but for a first half of a character there, which needs its second.
-// Returns the end of what was written, or null when a half stands alone.
+// Converts UTF-16; target has room for three bytes a unit. Moves source behind what was converted:
+// to end, or before the first half of a surrogate pair there, whose second half is still to come.
+// Returns the end of what was written, or null when half of a pair stands alone.
 char* NarrowUtf16(const wchar_t*& source, const wchar_t* end, char* target) noexcept;
 
 }  // namespace ZTKPosix::dom

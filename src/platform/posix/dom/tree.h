@@ -53,7 +53,8 @@ struct Text {
     }
 };
 
-// Text as it came: a long one is not copied together, which would take its size once more.
+// A part of a text, as it came from the parser. A long text stays in pieces, because joining them
+// would take its size in memory once more.
 struct TextPiece {
     TextPiece* next;
     std::uint32_t length;
@@ -81,8 +82,8 @@ struct Node {
     DataType type;
     bool keeps_space : 1;  // elements: xml:space="preserve" is in force; text: it stands under such
                            // a one
-    // White space that became no node stood directly behind this one; or, in an element, before all
-    // else.
+    // White space that became no node stood directly behind this node; or, in an element, before
+    // its first child.
     bool dropped_behind : 1;
     bool dropped_first : 1;
 
@@ -111,7 +112,8 @@ struct Element : NamedNode {
     const Attribute* attributes;  // attribute_count of them
 };
 
-// A loaded document. It lives as long as anyone refers to it, and does not change after its load.
+// A loaded document. It lives until every reference on it has been given back. Once it is loaded it
+// does not change, and any thread may read it.
 class Tree {
   public:
     // An empty one with one reference, for a text of that many characters. Null when memory is

@@ -42,8 +42,8 @@ constexpr TypeName kTypeNames[] = {
     {"bin.base64", DataType::kBinBase64},
 };
 
-// All of a value's text in ASCII, without a sign '+'; long enough for any number that one of the
-// types can hold.
+// The text that a number is read from, in ASCII and without a leading '+'. There is room for any
+// number that one of the types can hold.
 class NumberLiteral {
   public:
     NumberLiteral(const wchar_t* text, std::size_t length) noexcept {
@@ -150,8 +150,9 @@ int Base64Digit(wchar_t c) noexcept {
                                     : -1;
 }
 
-// Digits of bits each, most significant first, white space between them ignored. The text ends in
-// padding where '=' is allowed. Whole bytes only: bits left over must be fewer than a digit has.
+// Decodes digits of that many bits each (4: hexadecimal, 6: Base64), the most significant first;
+// white space between them does not count. Base64 may end in up to two '='. Digits must make up
+// whole bytes: what is left over at the end has fewer bits than a digit.
 HRESULT MakeBytes(const wchar_t* text, std::size_t length, unsigned bits, int (*digit)(wchar_t),
                   VARIANT& value) noexcept {
     if (bits == 6) {

@@ -8,11 +8,12 @@
 
 namespace ZTKPosix::dom {
 
-// kString for a name that declares no other type.
+// The type of that name; kString for a name that stands for no other type.
 [[nodiscard]] DataType DataTypeByName(const char* name) noexcept;
 
-// Makes the value that text spells, its outer white space left out. S_OK, DISP_E_TYPEMISMATCH for a
-// text that is no such value, E_OUTOFMEMORY. REQUIRES: type is not kString; value is empty.
+// Makes the value that text spells, leaving out the white space around it. S_OK with a value for
+// the caller to clear; DISP_E_TYPEMISMATCH for a text that is no such value and E_OUTOFMEMORY, with
+// value empty. REQUIRES: type is not kString; value is empty.
 [[nodiscard]] HRESULT MakeTypedValue(DataType type, const wchar_t* text, std::size_t length,
                                      VARIANT& value) noexcept;
 

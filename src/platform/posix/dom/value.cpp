@@ -16,9 +16,9 @@ struct TextRange {
     std::size_t end;
 };
 
-// Where a blank belongs between two texts of an element: white space that became no node stood
-// between them. Not where an element holds that white space and the second text, but not the first
-// one: there it only led the element.
+// Decides where a blank belongs between two neighbouring texts below an element: where white space
+// that became no node stood between them. White space in an element that contains the second text
+// but not the first does not count: it only indents what that element contains.
 class Gaps {
   public:
     void Enter() noexcept { ++depth_; }
@@ -52,7 +52,8 @@ class Gaps {
     bool has_text_ = false;
 };
 
-// Calls visit(text, length, trimmed) for each piece of a node's own text.
+// Calls visit(text, length, trimmed) for each piece of a node's own text. trimmed: white space at
+// the ends of the whole value is left out where it stands in this piece.
 template <class Visit>
 void VisitPieces(const Node& node, bool trimmed, Visit visit) noexcept {
     for (const TextPiece* piece = node.text; piece != nullptr; piece = piece->next) {
@@ -107,7 +108,8 @@ void ForEachPiece(const Node& root, Visit visit) noexcept {
     }
 }
 
-// What is left of the text when the white space around it goes, as far as it may.
+// The part of the text that is left without the white space around it; that in CDATA sections and
+// under xml:space="preserve" stays.
 TextRange KeptText(const Node& root) noexcept {
     TextRange kept{0, 0};
     std::size_t position = 0;
