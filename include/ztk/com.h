@@ -12,8 +12,8 @@ namespace ZTK {
 
 // Initialises COM on the thread that makes it and undoes that when it is destroyed. A thread that
 // is initialised already is initialised once more, and the destructor takes back that one. When the
-// initialisation fails (RPC_E_CHANGED_MODE: the thread runs in the other concurrency model),
-// nothing is reported and the destructor undoes nothing.
+// initialisation fails (RPC_E_CHANGED_MODE: the thread runs in the other concurrency model;
+// E_INVALIDARG: unknown flags), nothing is reported and the destructor undoes nothing.
 //
 // Copying copies what the initialisation gave and initialises nothing, while every destructor
 // undoes: of a binder and its copies only one may be destroyed.
@@ -25,7 +25,7 @@ class ZTK_API CCOMBinder {
     CCOMBinder() noexcept;
 
     // flags are the COINIT values of CoInitializeEx (COINIT_MULTITHREADED,
-    // COINIT_APARTMENTTHREADED, ...).
+    // COINIT_APARTMENTTHREADED, ...), passed on as they are.
     explicit CCOMBinder(DWORD flags) noexcept;
 
     CCOMBinder(const CCOMBinder& other) noexcept = default;

@@ -11,10 +11,11 @@
 //
 // A text that does not parse and a name that is not found are results: false and null. A failed
 // call of the DOM or of COM, and a copy of a text for which there is no memory, throw _com_error
-// (see ztk/platform/com.h), here "raise"; the object stays as it was, unless its description says
-// otherwise. Codes that the library itself chooses are E_POINTER, where a document or node is
-// missing, and E_OUTOFMEMORY. Where there is no memory for a tag, the result is null as if it were
-// not found.
+// (see ztk/platform/com.h), here "raise". A call that raises leaves its object as it was, except
+// for CXml::LoadXML, CXMLTag::FirstTag and CXMLTag::NextTag; these say what they leave. Codes that
+// the library itself chooses are E_POINTER, where a document or node is missing, and E_OUTOFMEMORY.
+// Where there is no memory for the object of a tag or an attribute, the result is null as if there
+// were none of that name, or no further child.
 //
 // Names and values are UTF-16. Kinds of nodes: elements and attributes carry their qualified name,
 // prefix included; a text is named "#text", a CDATA section "#cdata-section", a comment "#comment",
@@ -167,12 +168,20 @@ class ZTK_API CXMLTag : public CXMLToken {
     // that the walk made on its way.
     ~CXMLTag();
 
-    // The children in document order, whatever their kind, under the DOM's names. FirstTag starts
-    // over and returns the first child, NextTag the one after the child returned last; null at the
-    // end, and then until FirstTag is called. FirstTag returns null without a node; NextTag goes on
+    // The children in document order, whatever their kind, under the DOM's names. The tag keeps a
+    // place among them. FirstTag starts over at the first child, NextTag moves on to the next; each
+    // returns a tag for the child at the new place. Null at the end, and then from NextTag until
+    // FirstTag is called. Without a node FirstTag returns null and leaves no place; NextTag goes on
     // after Release.
     //
     //     for (std::unique_ptr<CXMLTag> child(tag->FirstTag()); child; child.reset(tag->NextTag()))
+    //
+    // Where they raise, the place depends on what failed. When the DOM does not give the child,
+    // FirstTag leaves no place, so that NextTag returns null, and NextTag leaves the place where it
+    // was: calling it again tries the same child again. When the child's name cannot be read or
+    // copied, the place is at that child all the same, as it is when null is returned because there
+    // was no memory for the tag: NextTag goes on behind it, and only starting over comes back to
+    // it.
     [[nodiscard]] CXMLTag* FirstTag();
     [[nodiscard]] CXMLTag* NextTag();
 
@@ -181,20 +190,23 @@ class ZTK_API CXMLTag : public CXMLToken {
     [[nodiscard]] CXMLTag* GetTag(const wchar_t* name);
 
     // The attribute of exactly that name, or null. It belongs to this tag. Raises E_POINTER without
-    // a node, unless the attribute was read before.
+    // a node, unless the attribute was read before. A null name without such an attribute raises
+    // what the DOM answers to it, E_INVALIDARG.
     [[nodiscard]] CXMLAttribute* GetAttribute(const wchar_t* name);
 
     // The node's text: for an element that of all text below it, without the white space around it;
     // elements that white space parts have one blank between their texts. Null without a node, and
     // when the value is no text: an element that declares a type (dt:dt) has a number, a date, ...
     //
-    // The text belongs to this object: it stays valid until the next GetValue of this object, or
-    // until it is destroyed; no other call touches it.
+    // The text belongs to this object: it stays valid until GetValue reads the value again, or
+    // until the object is destroyed. A GetValue that raises or finds no node leaves it alone, as do
+    // all other calls.
     [[nodiscard]] const wchar_t* GetValue();
 
     // The decimal number at the start of the value: optional white space, an optional sign, digits
     // up to the first other character. 0 without digits, without a node, and when the value is no
-    // text. Numbers out of range give the nearest one that fits. Both have 32 bits.
+    // text. Numbers out of range give the nearest one that fits. Both have 32 bits. They raise
+    // where GetValue does, and leave its text alone.
     [[nodiscard]] int ToInt();
     [[nodiscard]] LONG ToLong();
 
@@ -238,9 +250,12 @@ class ZTK_API CXMLTag : public CXMLToken {
 // fail as a text that does not parse.
 class ZTK_API CXml {
   public:
+    // Raises when a property of the new document cannot be set: E_OUTOFMEMORY, or what the DOM
+    // answers. There is no object then; one initialisation of COM remains on the thread even so.
     CXml();
 
-    // The same, and loads xml unless it is null; GetRoot tells whether that went well.
+    // The same, and loads xml unless it is null; GetRoot tells whether that went well. Raises what
+    // LoadXML raises, too.
     explicit CXml(const wchar_t* xml);
 
     // Member-wise: the copy shares the document and the root. Only one of the two may be loaded,
@@ -251,26 +266,30 @@ class ZTK_API CXml {
 
     virtual ~CXml();
 
-    // Drops what was loaded before, parses xml and makes the root tag. False for a text that is not
-    // well-formed or is refused; there is no root then. A null xml gives false and leaves the root
-    // as it was. A byte-order mark and an encoding declaration in the text do not matter.
+    // Drops what was loaded before, parses xml and makes the root tag. True when xml was parsed:
+    // then GetRoot is the root's tag, or null when there was no memory for the tag. False for a
+    // text that is not well-formed or is refused; there is no root then. A null xml gives false and
+    // leaves the root as it was. A byte-order mark and an encoding declaration in the text do not
+    // matter.
     //
-    // Raises; there is no root then. Pointers to the root and to its attributes are invalid after
-    // any load.
+    // Raises: E_OUTOFMEMORY, E_POINTER without a document, or what the DOM answers; there is no
+    // root then. Pointers to the root and to its attributes are invalid after any load of a text,
+    // whether it succeeds, fails or raises.
     bool LoadXML(const wchar_t* xml);
 
-    // Frees the root tag and its attributes.
+    // Frees the root tag and its attributes. The DOM's document stays as it is until the next load.
     void Reset();
 
     // The tag of the root element, owned by the document: valid until the next load, Reset, or the
-    // end of the document. Null when nothing is loaded.
+    // end of the document. Null when nothing is loaded; see LoadXML.
     [[nodiscard]] CXMLTag* GetRoot();
 
     // The text value of a node, or null when its value is no text. Raises E_POINTER for a null
     // node.
     //
-    // A ring string (see ZTKGetTmpString). A text too long for the ring, 512000 characters and
-    // more, is kept until eight further such texts were asked for, over all threads.
+    // A ring string (see ZTKGetTmpString): it belongs to nobody, and 256 requests later its place
+    // is used again. A text too long for the ring, 512000 characters and more, is kept until eight
+    // further such texts were asked for, over all threads.
     // CXMLTag::GetValue and CXMLAttribute::GetValue keep theirs longer and copy nothing.
     [[nodiscard]] static const wchar_t* GetXMLTextValue(MSXML2::IXMLDOMNodePtr node);
 
@@ -282,7 +301,7 @@ class ZTK_API CXml {
     // root_name is null, or any tag of the path is missing.
     //
     // The root belongs to the document. Any other result is the caller's to delete, and the tags
-    // that the walk makes on its way go with it.
+    // that the walk makes on its way go with it. When the walk fails or raises, they are deleted.
     [[gnu::sentinel]] CXMLTag* FindTagV(const wchar_t* root_name, ...);
 
     // The attribute at the end of a path: the root's name, names of tags, the attribute's name,

@@ -43,6 +43,8 @@ CXml::~CXml() {
 
 void CXml::CreateDocument() {
     // Never balanced: what outlives this document, tags and their nodes, needs COM on this thread.
+    // The result does not matter: a thread in the other model has COM, too, and on a thread without
+    // COM no class is made below.
     (void)CoInitialize(nullptr);
     // Only S_OK counts: a class that answers with another success is left alone like one that
     // fails.

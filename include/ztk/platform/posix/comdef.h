@@ -32,12 +32,13 @@ class ZTK_API _com_error {
     // The error record with a reference for the caller, or null.
     [[nodiscard]] IErrorInfo* ErrorInfo() const noexcept;
 
-    // Texts of the error record; empty without one.
+    // Texts of the error record; empty without one and when the record does not give the text.
+    // Throw E_OUTOFMEMORY.
     [[nodiscard]] _bstr_t Description() const;
     [[nodiscard]] _bstr_t Source() const;
 
-    // What the result says in general, in plain English; never null. Narrow, as on the platform in
-    // a program that does not ask for wide texts. Valid as long as this object.
+    // What the result says in general, in plain English, or its number; never null. Narrow, as on
+    // the platform in a program that does not ask for wide texts. Valid as long as this object.
     [[nodiscard]] const char* ErrorMessage() const noexcept;
 
   private:

@@ -16,10 +16,14 @@ struct ZTK_API _com_IIID {
 
 // A counted reference on an interface, or none.
 //
+// Ownership: it adds a reference of its own to an interface that it is made from or assigned,
+// unless that is taken over (add_ref false, Attach), and releases it when it goes or is changed.
+//
 // Made from or assigned another interface it asks the object for its own: an object that does not
-// have it gives none, any other failure throws _com_error. Use of a missing object throws
-// _com_error with E_POINTER. Taking the address releases the reference first, for a call to store a
-// new one. Thread-safety: none; an object is used by one thread at a time.
+// have it gives none, any other failure throws _com_error; what was assigned to stays as it was
+// then. Use of a missing object throws _com_error with E_POINTER. Taking the address releases the
+// reference first, for a call to store a new one. Thread-safety: none; an object is used by one
+// thread at a time.
 template <class Traits>
 class ZTK_API _com_ptr_t {
   public:
@@ -113,7 +117,10 @@ class ZTK_API _com_ptr_t {
     }
 
     // Drops the reference held and makes an object of that class, which a ProgID or a text "{...}"
-    // may name. The result says how it went; on failure there is no object.
+    // may name. S_OK, or the failure of CoCreateInstance, CLSIDFromProgID, CLSIDFromString or
+    // QueryInterface, E_INVALIDARG for a null name; then there is no object. A context with
+    // CLSCTX_LOCAL_SERVER or CLSCTX_REMOTE_SERVER makes the object run before it is asked for its
+    // interface.
     HRESULT CreateInstance(REFCLSID id, IUnknown* outer = nullptr,
                            DWORD context = CLSCTX_ALL) noexcept {
         DropReference();
@@ -148,6 +155,8 @@ class ZTK_API _com_ptr_t {
         return FAILED(result) ? result : CreateInstance(id, outer, context);
     }
 
+    // Asks the object for another interface, with a reference for the caller. E_POINTER without an
+    // object, with *other as it was.
     template <class OtherInterface>
     HRESULT QueryInterface(REFIID iid, OtherInterface** other) const noexcept {
         if (object_ == nullptr) {
@@ -194,8 +203,9 @@ class ZTK_API _com_ptr_t {
     Interface* object_ = nullptr;
 };
 
-// By object, not by interface, as everywhere in COM; for interfaces of one object of this layer
-// both come to the same.
+// Whether both hold the same interface of the same object, or none. COM compares objects by their
+// IUnknown; objects of this layer give the same pointer for an interface each time, so both
+// comparisons have the same result.
 template <class Traits>
 [[nodiscard]] bool operator==(const _com_ptr_t<Traits>& a, const _com_ptr_t<Traits>& b) noexcept {
     return a.GetInterfacePtr() == b.GetInterfacePtr();

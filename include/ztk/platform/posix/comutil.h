@@ -7,13 +7,15 @@
 
 namespace ZTKPosix {
 
-// Throw _com_error, the second with the calling thread's error record if object says that it leaves
-// records for that interface. REQUIRES: result is a failure.
+// Throw _com_error, the second with the calling thread's error record if object (which may be null)
+// says that it leaves records for that interface; the thread has that record no longer then.
+// REQUIRES: result is a failure.
 [[noreturn]] ZTK_API void _com_issue_error(HRESULT result);
 [[noreturn]] ZTK_API void _com_issue_errorex(HRESULT result, IUnknown* object, REFIID iid);
 
 namespace _com_util {
 
+// Throws _com_error for a failure.
 inline void CheckError(HRESULT result) {
     if (FAILED(result)) {
         _com_issue_error(result);
@@ -25,14 +27,16 @@ inline void CheckError(HRESULT result) {
 // A shared BSTR: copies refer to one string, which goes with the last of them.
 //
 // Errors: whatever needs memory and gets none throws _com_error with E_OUTOFMEMORY and leaves the
-// object as it was. Narrow texts are in the system's code page. Thread-safety: different objects
-// may be used from different threads, also when they share a string.
+// object as it was. Narrow texts are in the system's code page, UTF-8. Thread-safety: different
+// objects may be used from different threads, also when they share a string.
 class ZTK_API _bstr_t {
   public:
     _bstr_t() noexcept = default;
+    // A copy of text; no string for null.
     explicit(false) _bstr_t(const wchar_t* text);
     explicit(false) _bstr_t(const char* text);
-    // Copies text, or takes it over when copy is false.
+    // Copies text, or takes it over when copy is false: then it is given back also when this
+    // throws.
     _bstr_t(BSTR text, bool copy);
     _bstr_t(const _bstr_t& other) noexcept;
     _bstr_t(_bstr_t&& other) noexcept;
@@ -45,7 +49,9 @@ class ZTK_API _bstr_t {
     _bstr_t& operator+=(const _bstr_t& other);
     [[nodiscard]] _bstr_t operator+(const _bstr_t& other) const;
 
-    // The text, null for none. Valid until this object and the last copy of it go or change.
+    // The text, null for none. Valid until this object and the last copy of it go or change. A
+    // change of the text through the pointer changes all copies. The narrow text is made at the
+    // first call and does not follow such changes.
     explicit(false) operator const wchar_t*() const noexcept;
     explicit(false) operator wchar_t*() const noexcept;
     explicit(false) operator const char*() const;
@@ -58,12 +64,14 @@ class ZTK_API _bstr_t {
     // Characters without the terminator.
     [[nodiscard]] unsigned int length() const noexcept;
 
-    // A new string for the caller, or with copy false this object's own; null for none.
+    // A new string for the caller, or with copy false this object's own, which stays its own; null
+    // for none.
     [[nodiscard]] BSTR copy(bool copy = true) const;
 
-    // Drops this object's share and takes text over.
+    // Drops this object's share and takes text over. text is given back also when this throws.
     void Attach(BSTR text);
-    // Hands the string over to the caller. REQUIRES: no copy shares it (throws E_POINTER).
+    // Hands the string over to the caller. Throws E_POINTER when a copy shares it, and for an
+    // object that was given none.
     [[nodiscard]] BSTR Detach();
     // Drops this object's share; where a call may store a string that this object then owns.
     [[nodiscard]] BSTR* GetAddress();
@@ -78,6 +86,8 @@ class ZTK_API _bstr_t {
 
 // A VARIANT that gives back what it owns. Values convert to the type they have only: the
 // conversions to C++ types throw _com_error with DISP_E_TYPEMISMATCH for a variant of another type.
+// Made from a text or a variant, or assigned a variant, it has a copy of its own. When there is no
+// memory for that it throws E_OUTOFMEMORY, and an object that was assigned to is empty.
 // Thread-safety: none; an object is used by one thread at a time.
 class ZTK_API _variant_t : public VARIANT {
   public:
@@ -85,7 +95,8 @@ class ZTK_API _variant_t : public VARIANT {
     explicit(false) _variant_t(const VARIANT& source);
     _variant_t(const _variant_t& source) : _variant_t(static_cast<const VARIANT&>(source)) {}
     _variant_t(_variant_t&& source) noexcept;
-    explicit(false) _variant_t(short value, VARTYPE type = VT_I2);  // VT_I2 or VT_BOOL
+    // type: VT_I2, or VT_BOOL, where any value but 0 is true. Throws E_INVALIDARG for another one.
+    explicit(false) _variant_t(short value, VARTYPE type = VT_I2);
     explicit(false) _variant_t(LONG value) noexcept;
     explicit(false) _variant_t(double value) noexcept;
     explicit(false) _variant_t(bool value) noexcept;
@@ -102,10 +113,13 @@ class ZTK_API _variant_t : public VARIANT {
     explicit(false) operator bool() const;
     explicit(false) operator _bstr_t() const;
 
+    // Gives back what it owns and is empty then.
     void Clear() { _com_util::CheckError(VariantClear(this)); }
     // Clears and takes the other's value over, which becomes empty.
     void Attach(VARIANT& source);
+    // Hands the value over to the caller, who clears it; this object is empty then.
     [[nodiscard]] VARIANT Detach() noexcept;
+    // Clears; where a call may store a value that this object then owns.
     [[nodiscard]] VARIANT* GetAddress() noexcept;
 };
 

@@ -5,13 +5,22 @@
 // resolves no externals, version 4.0 accepts the one and does the other; see
 // IXMLDOMDocument2::setProperty.
 //
+// Interfaces: a document has IXMLDOMNode, IXMLDOMDocument and IXMLDOMDocument2, an element
+// IXMLDOMNode and IXMLDOMElement, any other node IXMLDOMNode, an attribute map IXMLDOMNamedNodeMap.
+// All have IUnknown and ISupportErrorInfo, which names these interfaces. Asking twice for one node
+// gives two objects.
+//
 // Ownership and lifetime: a node reference keeps the whole tree that it belongs to; it stays usable
-// after its document is gone or has loaded another text. Strings and variants handed out belong to
-// the caller. Thread-safety: a document is used by one thread at a time. The nodes of a loaded
-// document do not change and may be read from several threads. Errors: every call returns a failure
-// and leaves its output null or empty when memory is short (E_OUTOFMEMORY) and when the output
-// pointer is null (E_INVALIDARG). What does not exist (a further sibling, an attribute) is S_FALSE
-// with a null output.
+// after its document is gone or has loaded another text. Objects handed out come with a reference,
+// strings and variants as such belong to the caller. What an output held before is overwritten, not
+// given back. Thread-safety: a document is used by one thread at a time. The nodes of a loaded
+// document do not change and may be read from several threads.
+//
+// Errors: a call that succeeds returns S_OK. What does not exist (a further sibling, an attribute)
+// is S_FALSE with a null output. Every call returns E_INVALIDARG when its output pointer is null,
+// and E_OUTOFMEMORY, with its output null or empty, when memory is short. No call changes the
+// thread's last error. DISP_E_TYPEMISMATCH and the failures of setProperty leave an error record on
+// the thread (see GetErrorInfo), other failures leave the record as it is.
 #pragma once
 
 #include "ztk/platform/posix/comip.h"
@@ -33,29 +42,32 @@ struct ZTK_API IXMLDOMNode : IUnknown {
     // processing instructions, and for elements: there it is the text of all text and CDATA below
     // the element, less the white space around it that stands neither in a CDATA section nor under
     // xml:space="preserve". Where white space that became no node stood between two texts, one
-    // blank does, so that indented elements read "1 2"; but not where it leads the element of the
-    // second text, which the first is not in.
+    // blank stands in the value, so that indented elements read "1 2"; but not where that white
+    // space is the start of an element that contains the second text and not the first.
     //
     // An element with an attribute dt of the namespace urn:schemas-microsoft-com:datatypes has a
     // value of the type which that names: i1 i2 i4 i8 int ui1 ui2 ui4 ui8 r4 r8 float fixed.14.4
     // boolean, date dateTime dateTime.tz time time.tz (VT_DATE), bin.hex bin.base64 (VT_ARRAY |
     // VT_UI1). Any other name makes a string. A text that is no such value fails the call:
-    // DISP_E_TYPEMISMATCH.
+    // DISP_E_TYPEMISMATCH with VT_EMPTY.
     //
     // S_FALSE with VT_NULL for documents and document types.
     virtual HRESULT get_nodeTypedValue(VARIANT* typedValue) = 0;
 
-    // The children in document order. Attributes and document types show none here.
+    // The children of documents and elements in document order: the first, and the one behind this
+    // node. Other nodes have no children, attributes and documents no siblings.
     virtual HRESULT get_firstChild(IXMLDOMNode** firstChild) = 0;
     virtual HRESULT get_nextSibling(IXMLDOMNode** nextSibling) = 0;
 
-    // An element's attributes, namespace declarations and defaults included; null for other nodes.
+    // An element's attributes, namespace declarations and defaults included; S_FALSE with null for
+    // other nodes.
     virtual HRESULT get_attributes(IXMLDOMNamedNodeMap** attributeMap) = 0;
 
   protected:
     ~IXMLDOMNode() = default;
 };
 
+// An element: what it adds to a node is that it is one.
 struct ZTK_API IXMLDOMElement : IXMLDOMNode {
   protected:
     ~IXMLDOMElement() = default;
@@ -63,19 +75,24 @@ struct ZTK_API IXMLDOMElement : IXMLDOMNode {
 
 // The attributes of one element.
 struct ZTK_API IXMLDOMNamedNodeMap : IUnknown {
-    // By exact qualified name. E_INVALIDARG for a null name.
+    // The attribute of exactly that qualified name, in the same case. S_FALSE with null when there
+    // is none; E_INVALIDARG, with null, for a null name.
     virtual HRESULT getNamedItem(BSTR name, IXMLDOMNode** namedItem) = 0;
 
   protected:
     ~IXMLDOMNamedNodeMap() = default;
 };
 
+// A document, empty until a text is loaded.
 struct ZTK_API IXMLDOMDocument : IXMLDOMNode {
+    // The root element; S_FALSE with null when the document is empty.
     virtual HRESULT get_documentElement(IXMLDOMElement** DOMElement) = 0;
 
     // Parses text and replaces what the document held. S_OK with VARIANT_TRUE, or S_FALSE with
     // VARIANT_FALSE and an empty document when the text is not well-formed, namespaces included, or
-    // is refused. E_OUTOFMEMORY leaves the document empty as well. isSuccessful may be null.
+    // is refused. E_OUTOFMEMORY, with VARIANT_FALSE, leaves the document empty as well.
+    // isSuccessful may be null. A null bstrXML is an empty text, which is not well-formed. Nodes of
+    // what was loaded before stay usable.
     //
     // A byte-order mark is skipped, and the encoding that the text declares does not matter. White
     // space between tags makes no text nodes, except under xml:space="preserve". Declared entities
@@ -84,19 +101,22 @@ struct ZTK_API IXMLDOMDocument : IXMLDOMNode {
     //
     // Refused are: version numbers other than 1.0; a document type definition when "ProhibitDTD" is
     // set; an external definition that cannot be resolved (see SetExternalsAllowed); entities that
-    // expand to more than a hundred times a text of some size, or that may nest deeper than 256
-    // levels; more than 65536 declared attributes; a tree of more than 64 bytes of memory per
-    // character of text and 64 MiB.
+    // expand a text to more than a hundred times its size, once that is 8 MiB or more (these two
+    // numbers are expat's), or that may nest deeper than 256 levels; more than 65536 declared
+    // attributes; a tree that takes more memory than 64 MiB and 64 bytes for each character of
+    // text.
     virtual HRESULT loadXML(BSTR bstrXML, VARIANT_BOOL* isSuccessful) = 0;
 
   protected:
     ~IXMLDOMDocument() = default;
 };
 
+// A document with properties.
 struct ZTK_API IXMLDOMDocument2 : IXMLDOMDocument {
     // Sets a property for the loads to come: "ProhibitDTD" or "ResolveExternals", to a VT_BOOL,
-    // VT_I2 or VT_I4, where 0 is false. S_OK; E_INVALIDARG for a value of another type; E_FAIL for
-    // another name.
+    // VT_I2 or VT_I4, where 0 is false. The value stays the caller's. S_OK; E_FAIL for a null or
+    // another name, in which case counts; E_INVALIDARG for a value of another type. The properties
+    // are as they were after a failure.
     virtual HRESULT setProperty(BSTR name, VARIANT value) = 0;
 
   protected:
@@ -150,9 +170,9 @@ _COM_SMARTPTR_TYPEDEF(IXMLDOMDocument2, IID_IXMLDOMDocument2);
 // Whether documents may take definitions (an external subset, external entities) from files. They
 // may at first, where a document's "ResolveExternals" is set. Only local regular files are read,
 // named by an absolute path or a file: address, or relative to the file that names them; nothing is
-// ever fetched over a network. One file may have 16 MiB, all files of one load 64 MiB; files may
-// name files 16 levels deep. A definition that cannot be had makes the load fail as a text that
-// does not parse.
+// ever fetched over a network. One file may have 16 MiB, all files of one load 64 MiB; one load may
+// read 1000 files, and files may name files 16 levels deep. A definition that cannot be had makes
+// the load fail as a text that does not parse.
 //
 // A host that reads documents from a peer which it does not trust calls this with false: then every
 // document that needs an external definition is refused, whatever its properties say. For the whole

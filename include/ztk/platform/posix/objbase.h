@@ -1,5 +1,7 @@
 // COM: results, ids, IUnknown, the initialisation of a thread, and the creation of objects by
 // class.
+//
+// Calls report by their HRESULT only and leave the thread's last error alone.
 #pragma once
 
 #include <type_traits>
@@ -49,7 +51,8 @@ using InterfaceOf = std::remove_cv_t<std::remove_pointer_t<std::remove_reference
 // Thread-safety: AddRef and Release of this layer's objects may be called from any thread.
 struct ZTK_API IUnknown {
     // S_OK and a new reference in *object, or E_NOINTERFACE with *object null; E_POINTER when
-    // object is null.
+    // object is null. An object of this layer gives the same pointer for an interface each time;
+    // two references are to one object when they give the same IUnknown.
     virtual HRESULT QueryInterface(REFIID iid, void** object) = 0;
 
     // Both return the references left, which is for diagnostics only.
@@ -74,7 +77,8 @@ struct InterfaceIdOf<IUnknown> {
     static constexpr const IID& value = IID_IUnknown;
 };
 
-// Concurrency models for CoInitializeEx. The remaining flags are accepted and have no effect.
+// Concurrency models for CoInitializeEx: one of the first two. The others may be added and have no
+// effect.
 enum COINIT : DWORD {
     COINIT_MULTITHREADED = 0x0,
     COINIT_APARTMENTTHREADED = 0x2,
@@ -82,7 +86,8 @@ enum COINIT : DWORD {
     COINIT_SPEED_OVER_MEMORY = 0x8,
 };
 
-// Where an object may run. All classes of this layer run in the process.
+// Where an object may run. All classes of this layer run in the process: CLSCTX_INPROC_SERVER must
+// be among the values, the others have no effect.
 enum CLSCTX : DWORD {
     CLSCTX_INPROC_SERVER = 0x1,
     CLSCTX_INPROC_HANDLER = 0x2,
@@ -93,8 +98,10 @@ enum CLSCTX : DWORD {
 
 // Initialises COM on the calling thread, CoInitialize apartment-threaded. S_OK the first time,
 // S_FALSE when the thread is initialised already; both are balanced by one CoUninitialize.
-// RPC_E_CHANGED_MODE when the thread is initialised in the other model; that is not balanced.
-// E_INVALIDARG for a reserved pointer that is not null and for unknown flags.
+// RPC_E_CHANGED_MODE when the thread is initialised in the other model, E_INVALIDARG for a reserved
+// pointer that is not null and for flags other than those of COINIT; these are not balanced.
+//
+// The model is only remembered: no proxies stand between threads in either of them.
 ZTK_API HRESULT CoInitialize(LPVOID reserved) noexcept;
 ZTK_API HRESULT CoInitializeEx(LPVOID reserved, DWORD flags) noexcept;
 
@@ -102,19 +109,25 @@ ZTK_API HRESULT CoInitializeEx(LPVOID reserved, DWORD flags) noexcept;
 // still referenced stay usable.
 ZTK_API void CoUninitialize() noexcept;
 
-// The class that a ProgID names (letter case does not count), or that a text "{...}" spells. S_OK,
-// or CO_E_CLASSSTRING with a zero id; E_INVALIDARG for a null argument.
+// The class that a ProgID names; the case of ASCII letters does not count. S_OK; CO_E_CLASSSTRING
+// with a zero id when no class of the layer has that name or SetClassAvailable has taken it away;
+// E_INVALIDARG for a null argument.
 ZTK_API HRESULT CLSIDFromProgID(LPCOLESTR prog_id, CLSID* id) noexcept;
+
+// The id that a text "{...}" spells, whether there is such a class or not; any other text is taken
+// for a ProgID. S_OK; CO_E_CLASSSTRING with a zero id; E_INVALIDARG for a null argument.
 ZTK_API HRESULT CLSIDFromString(LPCOLESTR text, CLSID* id) noexcept;
 
-// Makes an object and hands out the interface asked for. Failures leave *object null:
-// CO_E_NOTINITIALIZED when the calling thread has not initialised COM, REGDB_E_CLASSNOTREG for an
-// unknown class or a context without CLSCTX_INPROC_SERVER, CLASS_E_NOAGGREGATION when outer is not
-// null, E_NOINTERFACE, E_OUTOFMEMORY, E_POINTER when object is null.
+// Makes an object and hands out the interface asked for, with a reference that is the caller's:
+// S_OK. Failures leave *object null: CO_E_NOTINITIALIZED when the calling thread has not
+// initialised COM, REGDB_E_CLASSNOTREG for a class that is unknown or taken away and for a context
+// without CLSCTX_INPROC_SERVER, CLASS_E_NOAGGREGATION when outer is not null, E_OUTOFMEMORY,
+// E_NOINTERFACE. E_POINTER when object is null.
 ZTK_API HRESULT CoCreateInstance(REFCLSID id, LPUNKNOWN outer, DWORD context, REFIID iid,
                                  LPVOID* object) noexcept;
 
-// Objects of this layer run from the start: S_OK, or E_INVALIDARG for a null object.
+// Does nothing, because objects of this layer run from the start: S_OK, or E_INVALIDARG for a null
+// object.
 ZTK_API HRESULT OleRun(LPUNKNOWN object) noexcept;
 
 // Takes a class out of the registry, or puts it back, for the whole process: what a host meets on a

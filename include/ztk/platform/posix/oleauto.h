@@ -1,4 +1,7 @@
 // Automation: counted strings, variants and error records.
+//
+// Calls report by their result only and leave the thread's last error alone. They may be made from
+// any thread; one variant is used by one thread at a time.
 #pragma once
 
 #include "ztk/platform/posix/objbase.h"
@@ -6,20 +9,22 @@
 namespace ZTKPosix {
 
 // A counted 16-bit string, terminated in addition; it may hold NUL characters. A null BSTR counts
-// as an empty one. Owned by whoever received it and given back with SysFreeString.
+// as an empty one. Owned by whoever received it and given back with SysFreeString. Its length in
+// bytes stands in the four bytes in front of the text; one string has at most 0x7FFFFFF0 bytes.
 using BSTR = OLECHAR*;
 
-// A copy of text up to its terminator. Null for a null text and when memory is short.
+// A copy of text up to its terminator. Null for a null text, when memory is short and when text is
+// too long.
 [[nodiscard]] ZTK_API BSTR SysAllocString(const OLECHAR* text) noexcept;
 
 // A string of length characters, copied from text; with a null text the characters are for the
-// caller to fill in. Null when memory is short.
+// caller to fill in. Null when memory is short or length too large.
 [[nodiscard]] ZTK_API BSTR SysAllocStringLen(const OLECHAR* text, UINT length) noexcept;
 
 // The same counted in bytes. An odd count is kept; the terminator follows it.
 [[nodiscard]] ZTK_API BSTR SysAllocStringByteLen(LPCSTR bytes, UINT count) noexcept;
 
-// Ignores null.
+// Gives a string back. Ignores null. REQUIRES: text comes from one of the calls above.
 ZTK_API void SysFreeString(BSTR text) noexcept;
 
 // Characters or bytes without the terminator; 0 for null.
@@ -41,7 +46,7 @@ struct CY {
     long long int64;
 };
 
-// The kinds of values that this layer makes or takes.
+// The kinds of values that this layer makes or takes. VT_ARRAY goes together with VT_UI1 only.
 enum VARENUM : VARTYPE {
     VT_EMPTY = 0,
     VT_NULL = 1,
@@ -71,7 +76,8 @@ struct SAFEARRAYBOUND {
     LONG lLbound;
 };
 
-// An array of one dimension; binary values come as arrays of bytes.
+// An array of one dimension; binary values come as arrays of bytes: rgsabound[0].cElements of them
+// at pvData. It is one block with its bytes and goes with the variant that holds it.
 struct SAFEARRAY {
     WORD cDims;
     WORD fFeatures;
@@ -112,19 +118,25 @@ using VARIANT = tagVARIANT;
 using VARIANTARG = VARIANT;
 using LPVARIANT = VARIANT*;
 
-// Makes the variant empty whatever it held before: for memory that holds no variant yet.
+// Makes the variant empty whatever it held before: for memory that holds no variant yet. Ignores
+// null.
 ZTK_API void VariantInit(VARIANT* variant) noexcept;
 
-// Gives back what the variant owns (a string, a reference, an array) and makes it empty. S_OK, or
-// E_INVALIDARG for null.
+// Gives back what the variant owns (VT_BSTR: the string; VT_UNKNOWN: the reference; VT_ARRAY |
+// VT_UI1: the array; any other type: nothing) and makes it empty. S_OK, or E_INVALIDARG for null.
 ZTK_API HRESULT VariantClear(VARIANT* variant) noexcept;
 
-// Clears target and makes it a copy of source with a string, reference or array of its own. S_OK,
-// E_OUTOFMEMORY with target empty, or E_INVALIDARG for null.
+// Clears target and makes it a copy of source with a string, reference or array of its own; a value
+// of a type that owns nothing (see VariantClear) is copied bit by bit. Does nothing when both are
+// the same variant. S_OK; E_OUTOFMEMORY with target empty; E_INVALIDARG for null.
 ZTK_API HRESULT VariantCopy(VARIANT* target, const VARIANT* source) noexcept;
 
 // What went wrong in a call, beyond its result. Each text is a new string of the caller's, which
 // may be null.
+//
+// The calls of this layer's records return S_OK; E_INVALIDARG when the output pointer is null;
+// E_OUTOFMEMORY with a null text. GetGUID gives a zero id, GetSource "DOM", GetDescription an
+// English sentence, GetHelpFile null and GetHelpContext 0.
 struct ZTK_API IErrorInfo : IUnknown {
     virtual HRESULT GetGUID(GUID* id) = 0;
     virtual HRESULT GetSource(BSTR* source) = 0;
@@ -160,8 +172,11 @@ struct InterfaceIdOf<ISupportErrorInfo> {
 };
 
 // The error record of the calling thread. SetErrorInfo replaces it (null takes it away) and keeps a
-// reference; GetErrorInfo hands it over: S_OK, or S_FALSE with null when there is none. reserved is
-// 0.
+// reference of its own, until the thread ends at the latest: S_OK. Short of memory for noticing the
+// thread's end, the thread has no record afterwards, and the result is S_OK too. GetErrorInfo hands
+// the thread's reference over to the caller, and the thread has no record any more: S_OK, or
+// S_FALSE with null when there is none. Both return E_INVALIDARG, and change nothing, when reserved
+// is not 0; GetErrorInfo also when info is null.
 ZTK_API HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info) noexcept;
 ZTK_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) noexcept;
 
