@@ -1,4 +1,4 @@
-// Texts that were handed out without an owner and are too long for a ring string.
+// Texts that were handed out to nobody in particular and are too long for a ring string.
 #include "xml/long_texts.h"
 
 #include <atomic>

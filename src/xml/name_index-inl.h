@@ -74,11 +74,10 @@ class NameIndex {
     }
 
     void SortAll(int count);
-    bool InsertLast(int count);
+    bool InsertLast(int first, int last);
     void Sort(int first, int last);
     [[nodiscard]] bool IsOrdered(int first, int end, bool strict) const;
     void PeelEnds(int* first, int* last);
-    bool SortByInsertion(int first, int last);
     void Partition(int first, int last, int* left_end, int* right_begin);
 
     CPtrArray<Object*>* array_;
@@ -91,7 +90,7 @@ class NameIndex {
 // its last record. Partitioning would compare the whole table again for each attribute.
 template <class Object>
 void NameIndex<Object>::SortAll(int count) {
-    if (*repeats_ || *ordered_ != count - 1 || !InsertLast(count)) {
+    if (*repeats_ || *ordered_ != count - 1 || !InsertLast(0, count - 1)) {
         Sort(0, count - 1);
         for (int slot = 1; slot < count && !*repeats_; ++slot) {
             *repeats_ = Compare(NameOf(slot - 1), NameOf(slot)) == 0;
@@ -100,11 +99,12 @@ void NameIndex<Object>::SortAll(int count) {
     *ordered_ = count;
 }
 
-// False, with nothing moved, when the last record has the name of another one.
+// Moves the last record to its place among the slots before it. False, with nothing moved, when one
+// of these has its name. Where all names differ, any way of sorting gives the same order.
+// REQUIRES: the slots from first up to last, without last, are in order.
 template <class Object>
-bool NameIndex<Object>::InsertLast(int count) {
-    const int last = count - 1;
-    const int place = LowerBound(0, last, NameOf(last));
+bool NameIndex<Object>::InsertLast(int first, int last) {
+    const int place = LowerBound(first, last, NameOf(last));
     if (place < last && Compare(NameOf(place), NameOf(last)) == 0) {
         return false;
     }
@@ -120,7 +120,7 @@ template <class Object>
 void NameIndex<Object>::Sort(int first, int last) {
     while (first < last) {
         PeelEnds(&first, &last);
-        if (SortByInsertion(first, last)) {
+        if (IsOrdered(first, last, true) && InsertLast(first, last)) {
             return;
         }
         int left_end = 0;
@@ -165,21 +165,6 @@ void NameIndex<Object>::PeelEnds(int* first, int* last) {
         Swap(*first, *last);
         ++*first;
     }
-}
-
-// Sorts slots that are in order but for the last one, where all names differ: then any way of
-// sorting gives the same. False, with nothing moved, otherwise.
-template <class Object>
-bool NameIndex<Object>::SortByInsertion(int first, int last) {
-    if (!IsOrdered(first, last, true)) {
-        return false;
-    }
-    const int place = LowerBound(first, last, NameOf(last));
-    if (place < last && Compare(NameOf(place), NameOf(last)) == 0) {
-        return false;
-    }
-    MoveDown(last, place);
-    return true;
 }
 
 // Parts the slots around the record v in the last one: lower names come to [first, *left_end],
