@@ -12,10 +12,10 @@
 namespace ZTK {
 
 // Flags in blocks of 64 bits: bit b is bit b % 64 of block b / 64. A mask of n bits has n / 64 + 1
-// blocks, so that at least one bit is to spare; every operation treats whole blocks, the spare bits
-// included.
+// blocks, at least one bit more than asked for; every operation treats whole blocks, the bits
+// beyond n included.
 //
-// Some operations are narrower than their names, and callers rely on it: clearing works on 32 bits
+// Some operations do less than their names say, and callers rely on it: clearing works on 32 bits
 // (see Set), operator! looks at the lower half of each block, and operator& asks for a common bit
 // in every block.
 //

@@ -19,7 +19,7 @@
 namespace ZTK {
 
 template <class T>
-class ZTK_API CBuffer;  // marked here too: a compiler may keep to the first declaration
+class ZTK_API CBuffer;  // with its mark, as a compiler may heed the first declaration only
 
 // The flags of a search, which may be combined. Other bits have no effect.
 
