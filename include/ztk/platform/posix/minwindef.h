@@ -1,5 +1,6 @@
-// The platform's basic types, as wide as there: WORD has 16 bits, BOOL, DWORD, LONG, ULONG and UINT
-// have 32. None of them is the language's own long, which has 32 bits there and 64 here.
+// The platform's basic types, as wide as on the platform itself: WORD has 16 bits, BOOL, DWORD,
+// LONG, ULONG and UINT have 32. None of them is the language's own long, which has 32 bits there
+// and 64 here. A BOOL that a call returns is 0 for failure and anything else for success.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +8,7 @@
 
 namespace ZTKPosix {
 
-using BOOL = int;  // of a result: 0 means failure, everything else success
+using BOOL = int;
 using BYTE = unsigned char;
 using WORD = std::uint16_t;
 using DWORD = std::uint32_t;
