@@ -106,7 +106,7 @@ BENCHMARK(EncodeByTableLoop)->Arg(64)->Arg(4096);
 BENCHMARK(Decode)->Arg(64)->Arg(4096);
 BENCHMARK(DecodeByTableLoop)->Arg(64)->Arg(4096);
 
-// A line break every 76 characters: the plain rules take over at each.
+// A line break every 76 characters: there the codec goes on group by group for a while.
 void DecodeLines(benchmark::State& state) {
     Bytes text = EncodedText(4096);
     for (std::size_t i = 76; i < text.size(); i += 77) {

@@ -126,7 +126,8 @@ BENCHMARK(BM_CopyAndQueue<ZtkLock>)->Arg(64);
 }  // namespace
 
 int main(int argc, char** argv) {
-    // A process that receives messages has threads, and locks cost less in one that never had any.
+    // The C library's locks cost less in a process that never had a second thread, which no process
+    // that receives messages is.
     std::thread([] {}).join();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

@@ -114,7 +114,7 @@ long Status(const char* name) {
 }
 
 double PeakBytesPerByte(std::size_t (*read)()) {
-    (void)WideDocument();  // both texts, here rather than in the child
+    (void)WideDocument();  // makes both texts here, so that the child's figure is without them
     int ends[2];
     Require(::pipe(ends) == 0);
     const pid_t child = ::fork();
@@ -131,7 +131,7 @@ double PeakBytesPerByte(std::size_t (*read)()) {
     Require(::read(ends[0], &grown, sizeof grown) == sizeof grown);
     (void)::close(ends[0]);
     (void)::close(ends[1]);
-    (void)::waitpid(child, nullptr, 0);
+    (void)::waitpid(child, nullptr, 0);  // its figure has arrived
     return static_cast<double>(grown) * 1024 / static_cast<double>(Document().size());
 }
 

@@ -70,8 +70,8 @@ unsigned ListeningPort(std::uint64_t socket) {
     return ntohs(reinterpret_cast<sockaddr_in6*>(&address)->sin6_port);
 }
 
-// The listener's callbacks run on the listener thread, the owner's on those of the connections;
-// Serve runs on the main thread.
+// The callbacks of ISOListener run on the listener thread, those of ConnectionOwner on the
+// connections' threads; Serve runs on the main thread.
 class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
   public:
     explicit Agent(const Settings& settings)
@@ -120,7 +120,7 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
         lock_.Lock();
         connections_.push_back(std::move(connection));
         lock_.Unlock();
-        SetEvent(changed_);  // it may be over already
+        SetEvent(changed_);  // the connection may have ended already, before it was in the list
     }
 
     void OnError(ZTK::CServerSocket*, int error) override {

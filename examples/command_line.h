@@ -8,8 +8,8 @@
 
 namespace example {
 
-// Takes options of the forms "--name" and "--name VALUE" out of a command line. Which options there
-// are is told by asking for them; IsSettled then says whether the program is to go on.
+// Takes options of the forms "--name" and "--name VALUE" out of a command line. The program asks
+// for each option that it knows; IsSettled then says whether the program is done already.
 class CommandLine {
   public:
     // program begins every complaint; usage follows it, and answers "--help".

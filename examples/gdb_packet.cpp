@@ -19,8 +19,8 @@ unsigned CheckSum(std::string_view body) {
     return sum & 0xFF;
 }
 
-// A '*' repeats the character before it; the one behind it says how often. The text is limited,
-// because a small packet could say a lot.
+// A '*' repeats the character before it; the one behind it says how often. The result is limited,
+// because a small packet could stand for a huge text.
 bool ExpandRepetitions(std::string_view text, std::string* out) {
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] != '*') {

@@ -12,13 +12,12 @@
 
 namespace example {
 
-inline constexpr int kMaxPacketBytes = 1 << 20;  // nobody who speaks this protocol sends more
+inline constexpr int kMaxPacketBytes = 1 << 20;  // far more than gdbserver sends
 
 // A received packet. What stands before its `$` is its header: acknowledgements of what we sent.
 class GdbPacket : public ZTK::CSocketMsg {
   public:
-    // *problem is set to a static text when the bytes are no packet. Nothing is understood after
-    // that.
+    // *problem is set to a static text when the bytes are no packet. All that follows is refused.
     explicit GdbPacket(std::atomic<const char*>* problem) : problem_(problem) {}
     ~GdbPacket() override = default;
 

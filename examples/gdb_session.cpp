@@ -12,8 +12,8 @@ namespace {
 
 constexpr std::size_t kMaxDocumentBytes = 1 << 20;
 
-// The value of "name=value" or "name+" in a list that is parted by semicolons; false when it is not
-// there.
+// The value of "name=value", or the sign of "name+", in a list separated by semicolons; false when
+// it is not there.
 bool FindFeature(std::string_view list, std::string_view name, std::string_view* value) {
     while (!list.empty()) {
         const std::size_t end = std::min(list.find(';'), list.size());
@@ -116,7 +116,8 @@ std::string GdbSession::Ask(const std::string& request) {
 }
 
 void GdbSession::Agree() {
-    // xmlRegisters: we want registers described, also by a server that knows a shorter way.
+    // xmlRegisters: some servers describe registers in XML only to a client that says it reads
+    // them.
     const std::string offers = Ask("qSupported:xmlRegisters=i386");
     std::string_view value;
     if (!FindFeature(offers, "qXfer:features:read", &value) || value != "+") {

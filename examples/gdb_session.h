@@ -31,7 +31,8 @@ class GdbSession final : public ZTK::ISOReceiver {
     // The document of that name from the target's description ("target.xml"). REQUIRES: Agree.
     std::string ReadDescription(const std::string& annex);
 
-    // Finds out what the server offers, and has it select a thread, whose target it then describes.
+    // Asks what the server supports, and has it select a thread: the description that it gives is
+    // of that thread's target.
     void Agree();
 
     // Lets the target run on without us.

@@ -23,8 +23,8 @@ class Inbox : public ZTK::CSocketMsgReceiver {
     // --- For the receiver thread.
 
     // Takes one chunk. Waits while the consumer is far behind, so that a peer which sends faster
-    // than it is answered is held up by TCP instead of filling our memory. False when the stream
-    // makes no sense: see Problem.
+    // than it is answered is held up by TCP instead of filling our memory. False when the stream is
+    // damaged: see Problem.
     bool Feed(unsigned char* data, int length);
 
     // Waits until the consumer has given back all messages, or Close was called.

@@ -1,4 +1,4 @@
-// Files to read, with words for what is wrong with one.
+// Files to read, with an explanation when one cannot be read.
 #include "input_file.h"
 
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-// Files to read, with words for what is wrong with one.
+// Files to read, with an explanation when one cannot be read.
 #pragma once
 
 #include <string>

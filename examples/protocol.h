@@ -13,7 +13,7 @@ namespace example {
 
 inline constexpr int kHeaderBytes = 16;
 inline constexpr int kTrailerBytes = 6;
-inline constexpr int kMaxBodyBytes = 1 << 20;  // whoever announces more is not one of us
+inline constexpr int kMaxBodyBytes = 1 << 20;  // a header that announces more is invalid
 
 enum class Kind : std::uint16_t {
     kRequest = 1,  // a command for the agent
@@ -29,11 +29,11 @@ void AppendMessage(std::string* out, Kind kind, std::uint32_t sequence, std::str
 // are gone. False when the connection is no longer usable.
 bool SendAll(ZTK::CClientSocket& socket, std::string_view bytes);
 
-// A received message. The library fills it; ParseHeader is the one thing it has to ask us.
+// A received message. The library fills it, and asks ParseHeader for the lengths in our format.
 class Message : public ZTK::CSocketMsg {
   public:
-    // *problem is set to a static text when a header makes no sense. Such a message is never
-    // understood and stays incomplete, so whoever feeds it looks at the problem after each chunk.
+    // *problem is set to a static text when a header is invalid. Such a message stays incomplete
+    // for ever, so the code that feeds chunks looks at *problem after each.
     explicit Message(std::atomic<const char*>* problem) : problem_(problem) {}
     ~Message() override = default;
 

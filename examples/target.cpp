@@ -35,9 +35,10 @@ std::string Format(const char* format, Values... values) {
     return std::string(text, static_cast<std::size_t>(std::clamp(length, 0, 199)));
 }
 
+// For printf's %ll sizes: std::uint64_t is a different type on each target.
 unsigned long long Wide(std::uint64_t value) {
     return value;
-}  // for printf, the same everywhere
+}
 
 class LockGuard {
   public:

@@ -1,5 +1,5 @@
 // A little simulated debuggee: memory, registers, threads and modules, and the commands that look
-// at them. It gives the agent something real to answer from.
+// at them. The agent's answers come from it.
 #pragma once
 
 #include <array>

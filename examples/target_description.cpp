@@ -23,8 +23,8 @@ std::string AttributeText(ZTK::CXMLTag* tag, const wchar_t* name) {
     return attribute == nullptr ? "" : ToUtf8(attribute->GetValue());
 }
 
-// A document type definition is a file of the debugger's own installation, which need not be on
-// this machine. A document that refers to it is understood without it.
+// Descriptions name a document type definition that is installed with the debugger and need not be
+// on this machine. They can be read without it.
 void RemoveDoctype(std::string* document) {
     const std::size_t start = document->find("<!DOCTYPE");
     if (start == std::string::npos) {

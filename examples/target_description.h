@@ -29,7 +29,7 @@ using DocumentSource = std::function<std::string(const std::string& name)>;
 class TargetDescription {
   public:
     // Reads "target.xml" and every document that it includes. False with *problem set when one of
-    // them makes no sense; what source throws is passed on.
+    // them cannot be understood; what source throws is passed on.
     bool Read(const DocumentSource& source, std::string* problem);
 
     [[nodiscard]] const std::string& Architecture() const { return architecture_; }

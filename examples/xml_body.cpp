@@ -94,7 +94,8 @@ std::string MakeAnswer(std::string_view text) {
 }
 
 bool XmlBody::Load(std::string_view body, const wchar_t* root, std::string* problem) {
-    // Nobody who speaks this protocol sends definitions, and those of a stranger could name files.
+    // The protocol has no document type definitions, and those of an untrusted peer could name
+    // files.
     if (body.find("<!DOCTYPE") != std::string_view::npos) {
         *problem = "the body has a document type definition";
         return false;

@@ -21,7 +21,7 @@ std::string MakeAnswer(std::string_view text);
 // thread that made it. What the library raises (_com_error) is passed on.
 class XmlBody {
   public:
-    // Takes a body of the given root element. False, with *problem set, when it makes no sense.
+    // Takes a body of the given root element. False, with *problem set, for anything else.
     bool Load(std::string_view body, const wchar_t* root, std::string* problem);
 
     // All below: REQUIRES: Load was true.

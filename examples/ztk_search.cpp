@@ -70,8 +70,8 @@ class Watch {
         }
     }
 
-    // The callback. It is called for every place that the term is compared with, so it does nearly
-    // nothing.
+    // The callback. It is called for every place that the term is compared with, so it does as
+    // little as possible.
     static bool ShouldStop(void* watch) {
         auto* const self = static_cast<Watch*>(watch);
         constexpr long long kCallsPerLook = 1 << 20;
@@ -122,6 +122,7 @@ class Finder {
     std::string Search(HANDLE file, const std::string& path, bool report) {
         {
             Watch watch(path, report);
+            // Print shows the hits; what went wrong shows below.
             (void)buffer_.Search(file, flags_, query_, Watch::ShouldStop, &watch);
         }
         if (buffer_.GetBuffer() == nullptr) {
@@ -142,6 +143,7 @@ class Finder {
             if (line != nullptr && number > last) {
                 const std::string text = Utf8(line, buffer_.GetResultLength(i));
                 std::printf("%s:%d:", path.c_str(), number);
+                // Like printf's, its failures are not looked at: the output may be closed.
                 (void)std::fwrite(text.data(), 1, text.size(), stdout);
                 std::putchar('\n');
                 last = number;
@@ -189,14 +191,14 @@ class Program {
             return problem;
         }
         if (size == 0) {
-            Complain(path, "is empty");  // nothing is wrong with it
+            Complain(path, "is empty");  // worth a line, but no failure
             return "";
         }
         const bool report = size >= kLargeFile && settings_.progress;
         if (file.TakeMark()) {
             return SearchWith(&wide_, file, path, report);
         }
-        const example::InputFile anew(path);  // the first bytes belong to the text
+        const example::InputFile anew(path);  // the two bytes were no mark but text: from the start
         if (settings_.utf16) {
             return SearchWith(&wide_, anew, path, report);
         }
@@ -266,6 +268,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "ztk_search: %s\n%s", problem.c_str(), kUsage);
         return 2;
     }
-    (void)std::signal(SIGINT, Interrupt);
+    (void)std::signal(SIGINT, Interrupt);  // if refused, Ctrl-C ends the program at once
     return Program(settings).Run();
 }

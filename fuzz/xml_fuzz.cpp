@@ -82,7 +82,7 @@ void ReadNode(IXMLDOMNode* node) {
 }
 
 // Depth first. There is no way up from a node, so the way back is kept, down to a depth where the
-// text of all ancestors of a node is still read in no time.
+// text of all ancestors of a node is still read quickly.
 void Walk(IXMLDOMNode* top) {
     constexpr std::size_t kDeepest = 64;
     IXMLDOMNodePtr path[kDeepest];

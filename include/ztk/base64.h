@@ -31,22 +31,25 @@
 namespace ZTK {
 
 // The characters that n bytes encode to: four for each three bytes begun. Wraps at 32 bits for
-// an n above 1610612733.
+// an n above 1610612733. A negative n is not taken as 0: the result is 0 down to -4, below that it
+// is what the same arithmetic gives.
 [[nodiscard]] ZTK_API int Base64CalcEncodedSize(int n) noexcept;
 
 // n - n / 4: the bytes of n characters, if n is a multiple of four. Fewer than three for a shorter
 // rest, which can decode to three: a buffer of Base64CalcDecodedSize(n) + 2 bytes is never too
-// small.
+// small. A negative n gives what the same arithmetic does.
 [[nodiscard]] ZTK_API int Base64CalcDecodedSize(int n) noexcept;
 
 // Encodes n bytes into out and returns out. No terminator is written. out_length, unless null,
 // receives Base64CalcEncodedSize(n), which is also the room that out needs; 0 for an n below 1.
+// REQUIRES: in and out do not overlap.
 ZTK_API unsigned char* Base64Encode(unsigned char* in, unsigned char* out, int n,
                                     int* out_length) noexcept;
 
-// Encodes n bytes into a fresh block, terminated, for the caller to release with MemFree. Null, and
-// an out_length of 0, when memory is short, for an n whose result int cannot count (above
-// 1610612733), and for an n below -4.
+// Encodes n bytes into a fresh block, terminated, for the caller to release with MemFree.
+// out_length, unless null, receives the number of characters. Null, and an out_length of 0, when
+// memory is short, for an n whose result int cannot count (above 1610612733), and for an n below
+// -4.
 [[nodiscard]] ZTK_API unsigned char* Base64Encode(unsigned char* in, int n,
                                                   int* out_length) noexcept;
 

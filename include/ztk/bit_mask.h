@@ -12,18 +12,19 @@
 namespace ZTK {
 
 // Flags in blocks of 64 bits: bit b is bit b % 64 of block b / 64. A mask of n bits has n / 64 + 1
-// blocks, so that at least one bit is to spare; every operation treats whole blocks, the spare bits
-// included.
+// blocks, at least one bit more than asked for; every operation treats whole blocks, the bits
+// beyond n included.
 //
-// Some operations are narrower than their names, and callers rely on it: clearing works on 32 bits
+// Some operations do less than their names say, and callers rely on it: clearing works on 32 bits
 // (see Set), operator! looks at the lower half of each block, and operator& asks for a common bit
 // in every block.
 //
 // Ownership: copies are deep.
 //
 // Errors: nothing is reported. A mask that cannot grow or be resized because memory is short stays
-// as it is: the bits behind its end read 0, and setting one has no effect. A mask whose very first
-// blocks were refused is one of no blocks; it gets blocks from the next operation that needs one.
+// as it is: the bits behind its end read 0, and setting one has no effect. A mask of more than 2^40
+// bytes is never asked for and counts as short of memory. A mask whose very first blocks were
+// refused is one of no blocks; it gets blocks from the next operation that needs one.
 //
 // Thread-safety: a mask is used by one thread at a time. Testing a bit can grow the mask.
 class ZTK_API CBitMask {
@@ -38,19 +39,20 @@ class ZTK_API CBitMask {
 
     ~CBitMask();
 
-    // Makes the mask n bits long, its new bits all 1 with fill, else all 0. The old bits are kept
-    // only if the number of blocks grows; otherwise all bits are lost and read as fill says.
+    // Makes the mask n bits long. If the number of blocks grows, the old blocks keep their bits and
+    // the new ones are all 1 with fill, else all 0. Otherwise the old bits are lost, and all bits
+    // are 1 with fill, else 0.
     void SetSize(std::uint64_t n, bool fill) noexcept;
 
-    // Sets or clears a bit and returns true. A bit behind the end grows the mask first, to bit +
-    // 256.
+    // Sets or clears a bit. A bit behind the end grows the mask first, to bit + 256. Returns true,
+    // also when memory for that is short and nothing was set.
     //
     // Clearing is exact for the first 31 bits of a block only. At position 31 and at position 63 it
     // clears positions 31 to 63; at positions 32 to 62 it clears the bit 32 below and not the bit
     // itself.
     bool Set(std::uint64_t bit, bool value) noexcept;
 
-    // A bit behind the end grows the mask, to bit + 256, and reads 0.
+    // Whether a bit is 1, or 0. A bit behind the end grows the mask, to bit + 256, and reads 0.
     [[nodiscard]] bool IsSet(std::uint64_t bit) noexcept;
     [[nodiscard]] bool IsClear(std::uint64_t bit) noexcept;
 

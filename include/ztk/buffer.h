@@ -46,8 +46,8 @@ namespace ZTK {
 // storage, length, lines and hits are gone, and the operation that needed the room stores nothing.
 // Only Realloc reports it. The buffer can be used again afterwards, as it can after Free.
 //
-// Thread-safety: a buffer is used by one thread at a time. The character tests may be called from
-// any thread.
+// Thread-safety: a buffer is used by one thread at a time. Malloc and the character tests may be
+// called from any thread.
 template <class T>
 class ZTK_API CBuffer {
     static_assert(std::is_same_v<T, char> || std::is_same_v<T, wchar_t>,
@@ -89,7 +89,8 @@ class ZTK_API CBuffer {
     void Add(const T* s) noexcept;
     void Add(const T* s, int n) noexcept;
 
-    // --- Storage
+    // --- Storage. A size below 1 asks for nothing; one above 2147483647 bytes is refused as memory
+    // that runs out is.
 
     // The text; null while there is no storage. May be written to within the room that was made.
     operator T*() const noexcept;
@@ -97,13 +98,14 @@ class ZTK_API CBuffer {
 
     // Makes room for bytes bytes (not characters) of text, besides the terminator. The text and its
     // length stay, but it may move, and then pointers into it, lines included, are stale. Returns
-    // the text, or null when there is none: nothing was ever asked for, or memory was short.
+    // the text, or null when there is none: nothing was asked for since the buffer was made or
+    // freed, or memory was short.
     T* Realloc(int bytes) noexcept;
 
     // Makes room for all characters of the file behind fp: its length in bytes, twice that for a
-    // wide buffer. Returns that number of bytes; when the length cannot be told (no regular file, 2
-    // GiB or more) -1, or -2 for a wide buffer, and makes no room. A wide file of 1 GiB or more
-    // counts as one of those.
+    // wide buffer. Returns that number of bytes, also when memory is short; when the length cannot
+    // be told (no regular file, 2 GiB or more) -1, or -2 for a wide buffer, and makes no room. A
+    // wide file of 1 GiB or more counts as one of those. REQUIRES: fp is an open stream.
     int ReAllocForFile(std::FILE* fp);
 
     // Length, line count and hit count become 0. Storage and its characters stay.
@@ -113,7 +115,8 @@ class ZTK_API CBuffer {
     void SetLength(int n) noexcept;
     void SetSize(int n) noexcept;
 
-    // Releases the text and the hit list; length and line count become 0.
+    // Releases the text and the hit list; length and line count become 0. The records of the lines
+    // are kept for the next ones.
     void Free() noexcept;
 
     // --- Reading a stream. A carriage return is dropped, a line feed is stored as NUL; a NUL from
@@ -193,30 +196,42 @@ class ZTK_API CBuffer {
     // line feed ends a line. The bytes are taken as they are, a byte-order mark too. file: a handle
     // that was opened with CreateFileW for reading; it stays open, at the end of the file.
     //
+    // The text is replaced, and its length with it; lines of an earlier text stay and now point to
+    // other characters. A wide buffer leaves out an odd byte at the end.
+    //
     // 0 with the buffer as it was if the file's size cannot be told or is 2 GiB or more; 0 with an
     // empty buffer if memory is short; 0 with the text replaced, but not its length, if reading
-    // fails or gives fewer bytes than the term has characters.
+    // fails or gives fewer bytes than the term has characters. In all three cases the hits are
+    // those of the last search, if the buffer was not emptied.
     DWORD Search(void* file, DWORD flags, CSearchQuery<T>& query, SearchCancelFn cancel,
                  void* context);
 
     // --- The hits of the last search
 
-    // The start of the line that holds hit i, within this buffer's text (wherever the search ran),
-    // and the line's number, from 1. Null, with line_number as it was, if i is not below the number
-    // of hits. A negative i reads as a hit in line 0 at the start of the text.
+    // The start of the line that holds hit i, and the line's number, from 1. Null, with line_number
+    // as it was, if i is not below the number of hits or nothing was searched yet. A negative i
+    // reads as a hit in line 0 at the start of the text.
+    //
+    // The start is always told as a place in this buffer's text. After a search of memory elsewhere
+    // it is as far from the start of the buffer's text as the line is from the start of that
+    // memory, and can lie behind the buffer's end; without a text it is null, with line_number set.
     T* GetResult(int i, int& line_number) const noexcept;
 
     // The number of hits.
     [[nodiscard]] int GetResultCount() const noexcept;
 
-    // The length of that line: up to the first NUL, line feed or carriage return, or the end of the
-    // text. 0 if i is not below the number of hits.
+    // The length of that line in this buffer's text: up to the first NUL, line feed or carriage
+    // return, or the end of the text. 0 if i is not below the number of hits.
     [[nodiscard]] int GetResultLength(int i) const noexcept;
 
-    // --- Character tests. Which overload is called decides, not the buffer's T.
+    // --- Memory
 
-    // size bytes from the C runtime's malloc, for the caller to release with its free; or null.
+    // size bytes, not filled, from the malloc of the C runtime that the library uses, for the
+    // caller to release with its free. Null when memory is short. Independent of every buffer; may
+    // be called from any thread.
     [[nodiscard]] static void* Malloc(std::uint64_t size) noexcept;
+
+    // --- Character tests. Which overload is called decides, not the buffer's T.
 
     // 1 if the first characters of a and b are equal, with ignore_case also if they differ in ASCII
     // case only. 0 if one of the pointers is null.

@@ -34,11 +34,13 @@ enum TSyncType : int {
 // once more. That is harmless unless, on Windows, another object has got the value meanwhile;
 // there, give a handle up with SetHandle and null, which empties the slot as well.
 //
-// Errors: a slot of 16 or more is refused by every operation (false, 0 or null). No operation
-// reports a code; the last error is the platform's.
+// Errors: a slot of 16 or more is refused by every operation (false, 0 or null). Those that answer
+// true or 1 "for an event" or "a mutex" do so by the slot's kind; whether the platform's call on
+// the handle worked, which may be stale, is told by Acquire, Release, IsSignalled and Wait alone.
+// No operation returns a code; the last error is what the platform's calls leave.
 //
 // Thread-safety: the set has no lock. Any number of threads may wait on it and signal through it as
-// long as none changes it.
+// long as none changes it, which creating, SetHandle, CloseAll and assignment do.
 class ZTK_API CSASync {
   public:
     // What is returned in place of a slot, as unsigned values: 0xFFFFFFFF and 0xFFFFFFFE.
@@ -53,17 +55,19 @@ class ZTK_API CSASync {
     // --- Filling. The first argument of the creating operations is ignored.
 
     // Creates an event, not signalled, or a mutex that nobody owns, in an empty slot, and returns
-    // its handle. A null name makes an unnamed object; a name that exists already gives a handle of
-    // the same object. Null, and nothing created, for a slot that is filled or of 16 or more; null
-    // when the platform fails.
+    // its handle, which stays the slot's. A null name makes an unnamed object; a name that exists
+    // already gives a handle of the same object, as it is, with last error ERROR_ALREADY_EXISTS.
+    // Null, and nothing created, for a slot that is filled or of 16 or more; null when the platform
+    // fails (out of memory, or the name of an object of another kind).
     void* CreateEventW(unsigned int arguments, unsigned int slot, const wchar_t* name,
                        bool manual_reset) noexcept;
     void* CreateMutexW(unsigned int arguments, unsigned int slot, const wchar_t* name) noexcept;
 
     // Stores a handle. In a filled slot it replaces the old one, which is disposed of first (an
     // event is closed, a mutex released and closed, others are left open); null then empties the
-    // slot. The count is that of the slots which were empty when filled: replacing does not change
-    // it. Returns 1; 0 for null in an empty slot.
+    // slot. The set counts a slot when it is filled while empty, and never counts back: replacing
+    // does not change the count, nor does emptying by null, and the slot counts twice when it is
+    // filled again. Returns 1; 0 for null in an empty slot.
     int SetHandle(void* handle, unsigned int slot, TSyncType kind) noexcept;
 
     // --- Looking
@@ -75,12 +79,13 @@ class ZTK_API CSASync {
     // The lowest slot with that handle, or BadSyncId. Null is what empty slots hold.
     [[nodiscard]] unsigned int GetID(void* handle) const noexcept;
 
-    // Whether as many slots are filled as the set has counted.
+    // Whether as many slots are filled as the set has counted (see SetHandle). Nothing is asked of
+    // the platform, so a stale handle does not show.
     [[nodiscard]] bool ValidateHandles() const noexcept;
 
     // --- One slot. All of these give false or 0 for an empty slot.
 
-    // Sets an event. False for other kinds.
+    // Sets an event and returns true. False for other kinds.
     bool Signal(unsigned int slot) noexcept;
 
     // Resets an event, releases a mutex, leaves other kinds alone; true in all three cases.
@@ -89,11 +94,13 @@ class ZTK_API CSASync {
     // Clear for every filled slot.
     void ClearAll() noexcept;
 
-    // Waits up to timeout milliseconds (-1: without end) for a mutex. Returns 1 when the caller has
-    // got it, also from an owner that ended without releasing it; 0 otherwise and for other kinds.
+    // Waits up to timeout milliseconds (-1: without end; 0 only looks) for a mutex. Returns 1 when
+    // the caller has got it, also from an owner that ended without releasing it; 0 otherwise and
+    // for other kinds.
     int Acquire(unsigned int slot, int timeout) noexcept;
 
-    // Releases a mutex. Nonzero on success; 0 for other kinds.
+    // Releases one level of a mutex. Nonzero on success; 0 for other kinds, and for a mutex that
+    // the caller does not own.
     int Release(unsigned int slot) noexcept;
 
     // Whether a wait for the slot succeeds at once. It takes what it finds: an auto-reset event is

@@ -19,17 +19,18 @@ namespace ZTK {
 // releases it with MemFree (or StrFree, or the platform's HeapFree on the process heap).
 [[nodiscard]] ZTK_API void* MemAlloc(std::uint64_t size) noexcept;
 
-// Releases a block of the process heap; null is ignored. REQUIRES: block was not released before.
+// Releases a block of the process heap; null is ignored. REQUIRES: block came from that heap and
+// was not released before.
 ZTK_API void MemFree(void* block) noexcept;
 
 // Resizes block to size bytes; bytes beyond the old size read zero. The result replaces block,
 // which may have moved. Null for a null block (nothing is allocated: start with MemAlloc) and when
 // memory is short; block is then still allocated and unchanged. Size 0 gives a valid block without
-// room.
+// room. REQUIRES: block came from the process heap and was not released.
 [[nodiscard]] ZTK_API void* MemRealloc(void* block, std::uint64_t size) noexcept;
 
-// A heap copy of text, for the caller to release with StrFree or MemFree. Null for a null text or
-// when memory is short. The narrow form carries the same name as the wide one.
+// A heap copy of text with its terminator, for the caller to release with StrFree or MemFree. Null
+// for a null text or when memory is short. The narrow form carries the same name as the wide one.
 [[nodiscard]] ZTK_API char* StrDupW(const char* text) noexcept;
 [[nodiscard]] ZTK_API wchar_t* StrDupW(const wchar_t* text) noexcept;
 
@@ -40,15 +41,16 @@ ZTK_API void StrFree(const wchar_t* text) noexcept;
 // Requests a slot of the narrow or the wide ring of temporary strings (256 slots each) with room
 // for count characters, terminator included (1 to 512000).
 //
-// Returns 1 and sets text to the slot, whose first character is 0; the others keep what an earlier
-// user left there, or zero. Returns 0 and leaves text as it was for a count out of range.
-//
 // The slot belongs to the ring: the caller may write count characters into it and never frees it.
 // It stays valid until 256 further requests on the same ring, counted over all threads and
-// including those made inside library functions that return ring strings. Copy what has to last
-// longer.
+// including those made inside library functions that return ring strings; those that have one
+// return it, and ZTKTrace and LogTextA of ztk/logging.h take one without returning it. Copy what
+// has to last longer. An unload of the library ends all slots.
 //
-// Memory that runs out here ends the process: no ring string without storage is ever handed out.
+// Returns 1 and sets text to the slot, whose first character is 0; the others keep what an earlier
+// user left there, or zero. Returns 0, takes no slot and leaves text as it was for a count out of
+// range. Memory that runs out here ends the process: no ring string without storage is ever handed
+// out.
 ZTK_API unsigned int ZTKGetTmpString(char*& text, unsigned int count) noexcept;
 ZTK_API unsigned int ZTKGetTmpString(wchar_t*& text, unsigned int count) noexcept;
 

@@ -1,7 +1,11 @@
-// The one place where a host gets the platform's types and calls: handles and waits, threads, the
-// process heap, socket handles. On Windows these are the system's own headers; elsewhere they are
-// the library's layer, which offers the same calls with the same results. A host that includes this
-// header (ztk/ztk.h does) and uses the calls it declares compiles unchanged on both targets.
+// The one place where a host gets the platform's types and calls: handles and waits, threads,
+// files, the process heap, sockets, the environment, string tables, the last error. On Windows
+// these are the system's own headers; elsewhere they are the library's layer, which offers the
+// calls that the headers in ztk/platform/posix declare, with the same results but where these
+// headers say otherwise. A host that includes this header (ztk/ztk.h does) and uses only such calls
+// compiles unchanged on both targets. COM and the DOM are in ztk/platform/com.h.
+//
+// Thread-safety: every call may be made from any thread, except where its header says otherwise.
 #pragma once
 
 #if defined(_WIN32)

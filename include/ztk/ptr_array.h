@@ -14,7 +14,7 @@ struct TArrayItem {
     bool owns;  // whether the record releases it
 };
 
-// Slots that point to records, and how many of them are in use.
+// Slots that point to records, and how many of them are in use. Numbers of slots are below 2^31.
 //
 // Ownership: the array owns its records. It has no destructor, because a copy is member-wise and
 // shares slots and records with its source: the object that holds the array empties it, once.
@@ -30,8 +30,9 @@ class CPtrArray {
     explicit CPtrArray(int grow_by) noexcept : grow_by_(grow_by) {}
 
     // Adds a record behind the last one and clears Sorted(). A record that an earlier fill left in
-    // that slot is reused. Count() grows also when memory for the record is short; the slot then
-    // stays null. Only when there is no memory for the slot itself nothing is added.
+    // that slot is reused. Count() grows also when memory for the record is short: the slot then
+    // stays null, and an owned value stays the caller's. Only when there is no memory for the slot
+    // itself is nothing added.
     void Append(V value, bool owns) noexcept;
 
     // Makes room for count records at once, unless the array has held some before. Only a hint:
@@ -41,7 +42,8 @@ class CPtrArray {
     // Sets the count to 0. The records stay in their slots for the next fill.
     void Rewind() noexcept { count_ = 0; }
 
-    // Releases all records, with what they own, and the slots. The array can be filled again.
+    // Releases all records, with what they own, and the slots. The array can be filled again;
+    // Sorted() stays as it was.
     void Empty() noexcept;
 
     // The number of slots in use.

@@ -19,7 +19,7 @@
 namespace ZTK {
 
 template <class T>
-class ZTK_API CBuffer;  // marked here too: a compiler may keep to the first declaration
+class ZTK_API CBuffer;  // with its mark, as a compiler may heed the first declaration only
 
 // The flags of a search, which may be combined. Other bits have no effect.
 
@@ -29,19 +29,20 @@ inline constexpr DWORD SEARCH_IGNORE_CASE = 1;
 // of the text are such.
 inline constexpr DWORD SEARCH_WHOLE_WORD = 2;
 
-// Asked before each comparison of the term with a place in the text, on the searching thread, with
-// the context that was given to the search. True ends the search.
+// Called before each comparison of the term with a place in the text, on the searching thread, with
+// the context that was given to the search. True ends the search. It must not change the buffer or
+// the query; an exception that it throws passes through the search, which keeps the hits found.
 using SearchCancelFn = bool (*)(void* context);
 
 // A term, prepared for any number of searches. T is char or wchar_t; "character" is one T.
 //
 // Ownership: the query owns copies of what it is given.
 //
-// Errors: when memory is short, SetTerm leaves the query without a term; searches then find
-// nothing.
+// Errors: when memory is short, SetTerm leaves the query without a term, the earlier one included;
+// searches then find nothing.
 //
 // Thread-safety: searches do not change a query, so it may serve several threads at once as long as
-// nobody calls SetTerm or assigns to it.
+// nobody calls SetTerm or assigns to it. The static functions may be called from any thread.
 template <class T>
 class ZTK_API CSearchQuery {
     static_assert(std::is_same_v<T, char> || std::is_same_v<T, wchar_t>,
@@ -71,8 +72,8 @@ class ZTK_API CSearchQuery {
     [[nodiscard]] static unsigned short ToBase(T c) noexcept;
 
     // A copy of the terminated text s with its ASCII letters in lower, or upper, case. The caller
-    // releases it with delete[]: it comes from operator new[], which a host on Linux shares with
-    // the library, as it does on Windows when both use the DLL of the C++ runtime and the program
+    // releases it with delete[]. It comes from operator new[]: a host on Linux shares that with the
+    // library, and a host on Windows does if both use the DLL of the C++ runtime and the program
     // does not bring its own operator new. An empty text for null; null when memory is short.
     [[nodiscard]] static char* MakeLower(const char* s) noexcept;
     [[nodiscard]] static wchar_t* MakeLower(const wchar_t* s) noexcept;

@@ -1,11 +1,15 @@
 // Functions for zero-terminated strings, narrow (bytes in the caller's code page) and wide
 // (UTF-16).
 //
-// Lengths and counts are in elements (bytes or 16-bit units) without the terminator. The functions
-// survive bad arguments instead of reporting them. "Bad" below means null, or a pointer whose first
-// element cannot be read; where only null is named, other unreadable pointers fault. Character
+// Lengths and counts are in elements (bytes or 16-bit units) without the terminator. Character
 // classes and case are those of the "C" locale: only ASCII letters have a case. No function throws,
 // logs or changes the last error.
+//
+// The functions survive bad arguments instead of reporting them. "Bad" below means null, or a
+// pointer whose first element cannot be read. Windows recognises every such pointer; Linux only
+// null and addresses below 4096, which a null pointer to a structure leads to, and any other
+// faults. A text whose terminator cannot be reached faults on both, and where only null is named,
+// so does every other pointer that cannot be read.
 //
 // Thread-safety: every function may be called from any thread; StrConvert and StrFormat return ring
 // strings (see ZTKGetTmpString in ztk/memory.h for how long they stay valid).
@@ -19,7 +23,8 @@ namespace ZTK {
 
 // --- Character classes ---
 
-// Nonzero for an ASCII letter, or an ASCII digit. Elements outside 1 to 127 give 0.
+// Nonzero, which need not be 1, for an ASCII letter (IsAlpha) or an ASCII digit (IsNumeric); else
+// 0.
 [[nodiscard]] ZTK_API unsigned int IsAlpha(char c) noexcept;
 [[nodiscard]] ZTK_API unsigned int IsAlpha(wchar_t c) noexcept;
 [[nodiscard]] ZTK_API unsigned int IsNumeric(char c) noexcept;
@@ -41,8 +46,8 @@ namespace ZTK {
 
 // --- Copy ---
 
-// Copies src with its terminator to dst; nothing if either is bad.
-// REQUIRES: dst has room for StrLength(src) + 1 elements; the two do not overlap.
+// Copies src with its terminator to dst; nothing if either is bad. REQUIRES: dst has room for
+// StrLength(src) + 1 elements; the two do not overlap.
 ZTK_API void StrCopy(char* dst, const char* src) noexcept;
 ZTK_API void StrCopy(wchar_t* dst, const wchar_t* src) noexcept;
 
@@ -63,9 +68,9 @@ ZTK_API bool StrSafeCopy(wchar_t* dst, const wchar_t* src, std::uint64_t n) noex
 
 // --- Compare ---
 
-// Less than, equal to or greater than 0 as a sorts before, with or after b by unsigned element
-// value; only the sign has a meaning. A null sorts before every text and equals null.
-// case_sensitive false folds 'A'-'Z' onto 'a'-'z'.
+// Null and any text may be passed. Less than, equal to or greater than 0 as a sorts before, with or
+// after b by unsigned element value; only the sign has a meaning. A null sorts before every text
+// and equals null. case_sensitive false folds 'A'-'Z' onto 'a'-'z'.
 [[nodiscard]] ZTK_API int StrCompare(const char* a, const char* b, bool case_sensitive) noexcept;
 [[nodiscard]] ZTK_API int StrCompare(const wchar_t* a, const wchar_t* b,
                                      bool case_sensitive) noexcept;
@@ -113,7 +118,8 @@ ZTK_API bool StrSafeCopy(wchar_t* dst, const wchar_t* src, std::uint64_t n) noex
 [[nodiscard]] ZTK_API const wchar_t* StrRevFind(const wchar_t* begin, const wchar_t* from,
                                                 const wchar_t* find) noexcept;
 
-// The last element equal to c from `from` down to begin, both included.
+// The last element equal to c from `from` down to begin, both included; c = 0 is found if `from` is
+// the terminator. Null if begin or from is null, from lies before begin, or c does not occur.
 [[nodiscard]] ZTK_API const char* StrRevFind(const char* begin, const char* from, char c) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrRevFind(const wchar_t* begin, const wchar_t* from,
                                                 wchar_t c) noexcept;
@@ -121,7 +127,7 @@ ZTK_API bool StrSafeCopy(wchar_t* dst, const wchar_t* src, std::uint64_t n) noex
 // --- Replace ---
 
 // Overwrites every `from` in s by `to`, up to the terminator that s had on entry, and returns how
-// many. 0 for a bad or empty s.
+// many. 0 for a bad or empty s, and for from = 0, which is never found.
 ZTK_API std::uint64_t StrReplace(char* s, char from, char to) noexcept;
 ZTK_API std::uint64_t StrReplace(wchar_t* s, wchar_t from, wchar_t to) noexcept;
 
@@ -136,20 +142,33 @@ ZTK_API std::uint64_t StrReplace(wchar_t* s, wchar_t from, wchar_t to) noexcept;
 // --- Convert, format, parse ---
 
 // text in the other width, as a ring string. code_page: 0 the system's narrow code page (UTF-8 on
-// Linux), 65001 UTF-8, others by number. Malformed input and lone surrogates become U+FFFD; what a
-// narrow page lacks becomes its '?'. Null for a null or empty text, an unknown code page, and a
-// result of more than 512000 elements, terminator included.
+// Linux), 65001 UTF-8, others by number as far as the system has them. Malformed input and lone
+// surrogates become U+FFFD; what a narrow page lacks becomes '?', or on Windows a similar character
+// of the page. Null for a null or empty text, a code page that is unknown or that there is no
+// memory to use, and a result of more than 512000 elements, terminator included.
 [[nodiscard]] ZTK_API const char* StrConvert(const wchar_t* text, unsigned int code_page) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrConvert(const char* text, unsigned int code_page) noexcept;
 
 // printf into a ring string; %s takes text of the format's own width, %S of the other, %hs narrow
-// and %ls wide text in both. These read the same on both targets: d i u o x X c C s S p f F g G %%
-// with the sizes h l ll I I32 I64, where %ld takes the target's own long (a DWORD prints with %u).
-// On Linux e E a A and hh j z t L w follow the C standard as well, text of the other width goes
-// through UTF-8, and %n fails.
+// and %ls wide text in both. A null text prints "(null)".
 //
-// Null, not an empty string, when the result is empty or the format fails; null as well for a
-// result of 512000 elements or more. A success takes one ring string, a failure none.
+// The same on both targets: d i u o x X c s p %% with the sizes h l ll I I32 I64, where %ld takes
+// the target's own long (a DWORD prints with %u). What differs:
+//   - f e E g G follow the C standard on Linux. On Windows an exponent has three digits (1e+010, on
+//     Linux 1e+10), a tie is rounded away from zero ("%.0f" makes 3 of 2.5, on Linux 2), and
+//     infinity and what is no number begin with 1.# (1.#INF, on Linux inf and nan).
+//   - Text and characters of the other width (%S %C, %ls %lc in a narrow format, %hs %hc in a wide
+//     one) go through UTF-8 on Linux; malformed input becomes U+FFFD. On Windows a byte is the
+//     character of the same code, and a character above U+00FF makes the format fail. Only ASCII
+//     reads the same: StrConvert is for the rest.
+//   - F a A and the sizes hh j z t L are those of the C standard on Linux. On Windows they print
+//     nothing or other digits, or take an argument of another size.
+//   - An unknown conversion, and %n, makes the format fail on Linux. On Windows the system's C
+//     runtime does with it what it likes.
+//
+// Null, not an empty string, when the result is empty, format is null or fails, and for a result of
+// 512000 elements or more. A success takes one ring string, a failure none. REQUIRES: the arguments
+// are of the types that the format names.
 [[nodiscard]] ZTK_API const char* StrFormat(const char* format, ...) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrFormat(const wchar_t* format, ...) noexcept;
 

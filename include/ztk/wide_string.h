@@ -35,11 +35,12 @@ namespace ZTK {
 // small steps calls SetSize first.
 //
 // Errors: nothing throws. When memory runs out the string has no buffer: its text is lost,
-// GetBuffer gives null, and the operation stores nothing. Such a string reads as an empty one,
-// except that Beginswith is true; appending does nothing to it. It gets a buffer again from an
-// assignment of a text longer than its room, which is any text but an empty one after a growth that
-// failed, or from SetSize. A string whose very first buffer was refused has room for 260 in that
-// sense.
+// GetBuffer gives null, and the operation stores nothing. That holds for every operation that may
+// store more text: assigning, appending, SetSize, Replace and Trim. A string without a buffer reads
+// as an empty one, except that Beginswith is true; appending does nothing to it. It gets a buffer
+// again from SetSize, or from an assignment of a text longer than its room. That room is 0 after a
+// growth that failed, 260 if the very first buffer was refused, and n if a SetSize(n) was refused
+// to a string without a buffer.
 //
 // Thread-safety: a string is used by one thread at a time.
 class ZTK_API String {
@@ -54,8 +55,8 @@ class ZTK_API String {
     String(const String& other) noexcept;
     ~String();
 
-    // --- Assignment. Null stores the empty text, and so does the character 0. Assigning the string
-    // itself, or the start of its own buffer, does nothing.
+    // --- Assignment. Null stores the empty text, and so does the character 0. With operator=, the
+    // string itself, or the start of its own buffer, is left as it is.
 
     String& operator=(const String& other) noexcept;
     String& operator=(const wchar_t* s) noexcept;
@@ -134,8 +135,8 @@ class ZTK_API String {
     // Stores c at i, if i is below the length. c = 0 ends the text there.
     void SetAt(std::uint64_t i, wchar_t c) noexcept;
 
-    // Makes room for n characters. Growing empties the string; when there is room already, nothing
-    // happens and the text stays.
+    // Makes room for n characters, the terminator not counted. Growing empties the string; when
+    // there is room already, nothing happens and the text stays.
     void SetSize(std::uint64_t n) noexcept;
 
     // Empties the string. Its room stays.
@@ -171,23 +172,30 @@ class ZTK_API String {
     // --- Editing
 
     // Replaces every find by repl, left to right, and returns the length of the string afterwards,
-    // whether or not anything was replaced. An empty or null find, and a null repl, change nothing,
-    // nor does a lack of memory for the new text.
+    // whether or not anything was replaced. An empty or null find, and a null repl, change nothing.
+    //
+    // The new text is made in a block of its own and then stored. When memory is short for that
+    // block, nothing changes; when it is short for the room to store it in, the text is lost, as in
+    // every growth that fails, and the result is 0.
     std::uint64_t Replace(const wchar_t* find, const wchar_t* repl) noexcept;
 
-    // Replaces every from by to and returns how many there were.
+    // Replaces every from by to and returns how many there were. to = 0 ends the text at the first
+    // of them; from = 0 is never found.
     std::uint64_t Replace(wchar_t from, wchar_t to) noexcept;
 
     // 'A'-'Z' become 'a'-'z'.
     void MakeLower() noexcept;
 
-    // Removes every character of set from both ends and returns how many were removed.
+    // Removes every character of set from both ends and returns how many were removed; 0 for a null
+    // or empty set. Stores the rest as an assignment does: when memory is short the whole text is
+    // lost, and counts as removed.
     std::uint64_t Trim(const wchar_t* set) noexcept;
 
     // --- Cutting
 
-    // The count characters from pos. Empty if the range runs past the end, which is not clipped, or
-    // starts there. pos is below 2^31. When memory is short the result has no buffer.
+    // The count characters from pos, as a string of its own. Empty if the range runs past the end,
+    // which is not clipped, or starts there, and for a pos whose low 32 bits are 0x80000000 or
+    // more. When memory is short the result has no buffer.
     [[nodiscard]] String SubStr(std::uint64_t pos, std::uint64_t count = npos) const noexcept;
 
     // The text from cursor up to the next delimiter, or up to the end; cursor moves behind the
@@ -195,7 +203,10 @@ class ZTK_API String {
     // null or empty delimiters the whole rest is one piece.
     //
     // A cursor below 0, or not below the length, gives an empty piece and stays. A delimiter at the
-    // very end leaves the cursor there, at the length: a loop ends on that as well as on -1.
+    // very end leaves the cursor there, at the length: a loop ends on that as well as on -1. When
+    // memory is short the piece has no buffer, and the cursor moves all the same.
+    //
+    // REQUIRES: the length is below 2^31.
     String Tokenize(const wchar_t* delimiters, int& cursor) const noexcept;
     String Tokenize(wchar_t delimiter, int& cursor) const noexcept;
 

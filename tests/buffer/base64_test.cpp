@@ -22,7 +22,7 @@ namespace {
 using ZTK::base64::Lanes;
 const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// By bits: the standard's text, whose last character before the padding may not be 'A'.
+// Bit by bit: the standard's text, but with '=' for an 'A' right before the padding.
 std::string EncodedByModel(const std::string& bytes) {
     std::string bits;
     for (const char byte : bytes) {
@@ -74,7 +74,7 @@ std::string DecodedByModel(std::string text) {
     return result;
 }
 
-// A block of exactly these bytes, so that the sanitizer sees whoever reads on.
+// A block of exactly these bytes, so that a sanitizer notices a read behind it.
 std::unique_ptr<unsigned char[]> Exact(const std::string& bytes) {
     auto block = std::make_unique<unsigned char[]>(bytes.size());
     std::memcpy(block.get(), bytes.data(), bytes.size());
@@ -94,7 +94,7 @@ std::string Written(std::size_t room, Call call) {
     return Text(out.data(), count);
 }
 
-// size characters, of which one in `odd` may be any byte and often is '='.
+// size characters, one in `odd` of which is any byte, and often '='.
 std::string RandomText(std::mt19937& random, std::size_t size, unsigned odd) {
     std::string text;
     while (text.size() < size) {

@@ -39,7 +39,7 @@ struct Model {
     }
 };
 
-// A wide file on Windows is a text file, in which the runtime reacts to 26: it is not among these.
+// Not the character 26: it ends a text file on Windows, and a wide file is read as one.
 void Append(std::vector<char>& text, unsigned random) {
     text.push_back("\n\r\0xyz\xFF\x80"[random]);
 }

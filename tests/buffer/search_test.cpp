@@ -263,7 +263,7 @@ struct FileHandle {
     }
 };
 
-// ascii in the bytes of a file of T.
+// The bytes of a file that has the text ascii in characters of T.
 template <class T>
 std::string Bytes(std::string_view ascii) {
     const std::vector<T> text(ascii.begin(), ascii.end());

@@ -177,7 +177,7 @@ TEST(OutOfMemory, AHexDumpWithoutABufferTriesAgainButOneThatCannotGrowFallsSilen
     ASSERT_NE(file, nullptr);
     std::string text;
     for (int c; (c = std::fgetc(file)) != EOF;) {
-        text.append(c != 0 && c < 0x80 && c != '\r', static_cast<char>(c));  // it is UTF-16
+        text.append(c != 0 && c < 0x80 && c != '\r', static_cast<char>(c));  // from UTF-16
     }
     std::fclose(file);
     std::remove("fault_test.log");

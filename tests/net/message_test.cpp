@@ -277,7 +277,7 @@ TEST(Message, LoggedTextEndsWithItsPacket) {
         ASSERT_NE(file, nullptr);
         std::string text;
         for (int c; (c = std::fgetc(file)) != EOF;) {
-            text.append(c != 0 && c < 0x80 && c != '\r', static_cast<char>(c));  // it is UTF-16
+            text.append(c != 0 && c < 0x80 && c != '\r', static_cast<char>(c));  // from UTF-16
         }
         std::fclose(file);
         EXPECT_EQ(text, expected[mode]);

@@ -1,4 +1,4 @@
-// The layer's own DOM is held to all of it.
+// The layer's own DOM is tested for all of the documented behaviour.
 #include "support/emulated_dom.h"
 
 namespace ztk_test {

@@ -1,5 +1,6 @@
 // The allocation seam of the library variant for the tests: counts requests and can refuse them. It
-// stands in for src/platform/allocation.cpp and gives the same results while nothing is refused.
+// stands in for src/platform/memory/allocation.cpp and gives the same results while nothing is
+// refused.
 #include <atomic>
 #include <cstdlib>
 

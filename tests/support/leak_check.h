@@ -1,4 +1,4 @@
-// What the leak checker is not to look at.
+// Allocations that the leak checker is to ignore.
 #pragma once
 
 #if defined(__SANITIZE_ADDRESS__)

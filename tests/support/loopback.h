@@ -12,7 +12,7 @@
 
 namespace ztk_test {
 
-// The bound on what should take no time at all.
+// The time limit for what should be done at once.
 inline constexpr DWORD kPatience = 20'000;
 
 // An event: once opened it stays open for all who wait, or lets one of them pass.

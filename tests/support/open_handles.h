@@ -1,4 +1,4 @@
-// How much the process holds of what a leak would add to.
+// How many descriptors or handles the process has open: a leak of one shows here.
 #pragma once
 
 namespace ztk_test {

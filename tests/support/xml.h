@@ -1,4 +1,4 @@
-// Looking at XML documents in tests.
+// XML documents, and what their calls raise, in a form that tests can compare.
 #pragma once
 
 #include <memory>

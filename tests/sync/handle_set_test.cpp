@@ -1,4 +1,4 @@
-// The handle set against a naive model of slots and objects, and what takes two threads or names.
+// The handle set against a naive model of slots and objects, and cases of two threads or two names.
 #include "ztk/handle_set.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,7 @@
 // The platform's types and calls on POSIX systems, offered by the library itself. The files mirror
-// the split of the system headers that a Windows host includes.
+// the split of the system headers that a Windows host includes; each says which flags and values
+// work, what the rest give, and which last error they leave. Those of COM and the DOM are included
+// by ztk/platform/com.h.
 //
 // Every definition lives in the namespace ZTKPosix and is made visible at global scope by a
 // using-declaration: host code spells the platform's names, and no linker symbol of ours can

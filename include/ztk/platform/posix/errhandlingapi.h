@@ -1,4 +1,9 @@
 // The last-error code of the calling thread.
+//
+// A call of the layer that fails leaves its code here, as its header says. A call that succeeds
+// leaves the code as it was, but for those whose header says that they set it.
+//
+// Thread-safety: every thread has a code of its own; every function may be called from any thread.
 #pragma once
 
 #include "ztk/platform/export.h"
@@ -6,13 +11,14 @@
 
 namespace ZTKPosix {
 
-// The code that the last failing call of this layer left on the calling thread; 0 on a new thread.
-// Socket calls use the same word: WSAGetLastError returns it as well. Never fails.
+// The calling thread's code; 0 on a new thread. Socket calls use the same one: WSAGetLastError
+// returns it as well. Does not fail.
 [[nodiscard]] ZTK_API DWORD GetLastError() noexcept;
 
-// Sets the calling thread's code. Any value is kept as it is.
+// Sets the calling thread's code. Any value is kept as it is. Does not fail.
 ZTK_API void SetLastError(DWORD code) noexcept;
 
+// The codes that calls of the layer leave, and ERROR_SUCCESS. Those of sockets are in winsock2.h.
 inline constexpr DWORD ERROR_SUCCESS = 0;
 inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
 inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;

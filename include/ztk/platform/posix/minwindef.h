@@ -1,4 +1,6 @@
-// The platform's basic types.
+// The platform's basic types, as wide as on the platform itself: WORD has 16 bits, BOOL, DWORD,
+// LONG, ULONG and UINT have 32. None of them is the language's own long, which has 32 bits there
+// and 64 here. A BOOL that a call returns is 0 for failure and anything else for success.
 #pragma once
 
 #include <cstddef>
@@ -27,8 +29,12 @@ using LPSTR = char*;
 // reused: a closed or invented handle is recognised as such by every call that takes one. All bits
 // of a value count: it does not survive a conversion to 32 bits.
 using HANDLE = void*;
+
+// A module: any value by which the host names one, see libloaderapi.h. No call looks behind it.
 using HMODULE = void*;
 using HINSTANCE = void*;
+
+// A window, which is only handed through to a host's own message box, see winuser.h.
 using HWND = void*;
 
 }  // namespace ZTKPosix

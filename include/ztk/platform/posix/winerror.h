@@ -1,4 +1,5 @@
-// Results of COM calls and of those that report like them.
+// Results of COM calls and of those that report like them: UrlUnescapeW is the one outside COM.
+// Which call returns which is said in its header. They are results and no last errors.
 #pragma once
 
 #include "ztk/platform/posix/minwindef.h"
@@ -9,6 +10,7 @@ namespace ZTKPosix {
 // be S_OK.
 using HRESULT = LONG;
 
+// Whether a result is a success, or a failure.
 inline constexpr bool SUCCEEDED(HRESULT result) noexcept {
     return result >= 0;
 }
@@ -16,6 +18,7 @@ inline constexpr bool FAILED(HRESULT result) noexcept {
     return result < 0;
 }
 
+// The results that calls of the layer give.
 inline constexpr HRESULT S_OK = 0;
 inline constexpr HRESULT S_FALSE = 1;
 inline constexpr HRESULT E_NOTIMPL = static_cast<HRESULT>(0x80004001u);
