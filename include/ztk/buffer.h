@@ -244,9 +244,10 @@ class ZTK_API CBuffer {
     [[nodiscard]] static bool IsPrintable(const char* ch) noexcept;
     [[nodiscard]] static bool IsPrintable(const wchar_t* ch) noexcept;
 
-    // 0 for a character that can be part of a word, which are the letters and digits; else 1. Every
-    // byte from 0x80 up is a delimiter. Wide characters beyond ASCII follow the C runtime's
-    // iswalnum: on Linux they are all delimiters, on Windows letters of other scripts are not.
+    // 0 for a character that can be part of a word, which are letters and digits; else 1, also for
+    // an underscore. Every byte from 0x80 up is a delimiter. Wide characters beyond ASCII follow
+    // the C runtime's iswalnum: on Linux they are all delimiters, on Windows letters of other
+    // scripts are not.
     [[nodiscard]] static int IsWordDelimeter(char ch) noexcept;
     [[nodiscard]] static int IsWordDelimeter(wchar_t ch) noexcept;
 
