@@ -4,7 +4,7 @@
 // cost as much as the rest.
 #pragma once
 
-#include "platform/posix/kernel/lock_word.h"
+#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/kernel/thread_record.h"
 #include "ztk/platform.h"
 

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "platform/posix/kernel/lock_word.h"
+#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/kernel/thread_record.h"
 
 namespace ZTKPosix {

@@ -1,4 +1,4 @@
-#include "platform/posix/kernel/lock_word.h"
+#include "platform/posix/kernel/lock/lock.h"
 
 namespace ZTKPosix {
 

@@ -1,7 +1,7 @@
 // Mutual exclusion on one futex word: what critical sections and the layer's own locks are made of.
 #pragma once
 
-#include "platform/posix/kernel/futex.h"
+#include "platform/posix/kernel/lock/futex.h"
 
 namespace ZTKPosix {
 
