@@ -6,6 +6,7 @@
 #include <atomic>
 
 #include "platform/posix/com/com_object.h"
+#include "platform/posix/kernel/lock/lock.h"
 
 namespace ZTKPosix {
 
@@ -29,18 +30,16 @@ extern "C" void ZtkPosixDropErrorRecord(void* /*value*/) {
 }
 
 // The lock guards the two below it. The key is made when the first record is left.
-constinit pthread_mutex_t end_key_lock = PTHREAD_MUTEX_INITIALIZER;
+constinit Lock end_key_lock;
 constinit pthread_key_t end_key{};
 constinit bool end_key_made = false;
 
 bool NoticeThreadEnd() noexcept {
-    pthread_mutex_lock(&end_key_lock);
+    const LockGuard guard(end_key_lock);
     if (!end_key_made) {
         end_key_made = pthread_key_create(&end_key, ZtkPosixDropErrorRecord) == 0;
     }
-    const bool noticed = end_key_made && pthread_setspecific(end_key, &state) == 0;
-    pthread_mutex_unlock(&end_key_lock);
-    return noticed;
+    return end_key_made && pthread_setspecific(end_key, &state) == 0;
 }
 
 }  // namespace
@@ -104,12 +103,11 @@ HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) noexcept {
 
 void TearDownCom() noexcept {
     SetErrorInfo(0, nullptr);
-    pthread_mutex_lock(&end_key_lock);
+    const LockGuard guard(end_key_lock);
     if (end_key_made) {
         pthread_key_delete(end_key);
         end_key_made = false;
     }
-    pthread_mutex_unlock(&end_key_lock);
 }
 
 SIZE_T LiveComObjects() noexcept {

@@ -1,4 +1,4 @@
-// A recursive lock on one futex word.
+// A recursive lock: the layer's lock, its owner and a count.
 //
 // Enter and Leave are inline: every lock of the library is made of them, and the two calls would
 // cost as much as the rest.
@@ -11,7 +11,7 @@
 namespace ZTKPosix {
 
 struct CRITICAL_SECTION {
-    FutexWord state;           // a lock word
+    Lock lock;
     std::atomic<DWORD> owner;  // id of the thread inside, 0 for none
     std::uint32_t depth;       // levels beyond the first; touched by the owner only
 };
@@ -27,7 +27,7 @@ inline void EnterCriticalSection(CRITICAL_SECTION* section) noexcept {
         ++section->depth;
         return;
     }
-    LockAcquire(section->state);
+    section->lock.Acquire();
     section->owner.store(self, std::memory_order_relaxed);
 }
 
@@ -41,7 +41,7 @@ inline void LeaveCriticalSection(CRITICAL_SECTION* section) noexcept {
         return;
     }
     section->owner.store(0, std::memory_order_relaxed);
-    LockRelease(section->state);
+    section->lock.Release();
 }
 
 }  // namespace ZTKPosix

@@ -7,7 +7,7 @@
 
 namespace ZTKPosix {
 
-FutexWord dispatcher_lock{kLockFree};
+constinit Lock dispatcher_lock;
 
 void DispatcherSection::WakeLater(Waiter& waiter) noexcept {
     (last_to_wake_ != nullptr ? last_to_wake_->next_to_wake : first_to_wake_) = &waiter;

@@ -66,15 +66,15 @@ struct File : KernelObject {
 // Guards the handle table, the names and the state of every object. One lock for all keeps a wait
 // for all of several objects simple and free of deadlock; it is held for a few dozen instructions,
 // never across a system call, except that of a growing table.
-extern FutexWord dispatcher_lock;
+extern constinit Lock dispatcher_lock;
 
 // A span of time under the dispatcher lock. What must not happen under it, waking threads and
 // freeing objects, is collected and done after its release.
-class DispatcherSection {
+class ZTK_SCOPED_CAPABILITY DispatcherSection {
   public:
-    DispatcherSection() noexcept { LockAcquire(dispatcher_lock); }
-    ~DispatcherSection() {
-        LockRelease(dispatcher_lock);
+    DispatcherSection() noexcept ZTK_ACQUIRE(dispatcher_lock) { dispatcher_lock.Acquire(); }
+    ~DispatcherSection() ZTK_RELEASE() {
+        dispatcher_lock.Release();
         if (first_to_wake_ != nullptr) [[unlikely]] {
             WakeCollected();
         }

@@ -2,11 +2,11 @@
 
 #include <unistd.h>
 
-#include <mutex>
 #include <new>
 
 #include "platform/memory/allocation.h"
 #include "platform/posix/entry/teardown.h"
+#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/net/socket_calls.h"
 #include "platform/posix/net/socket_error_map.h"
 
@@ -35,7 +35,7 @@ struct Chunk {
 
 // Guards the start count, the making of chunks and the adoption of descriptors. Calls on sockets do
 // not take it.
-constinit std::mutex g_table_lock;
+constinit Lock g_table_lock;
 constinit int g_starts = 0;  // written under the lock
 
 // A chunk, once made, stays until the library is unloaded.
@@ -161,7 +161,7 @@ bool SocketUse::IsShared() const noexcept {
 }
 
 SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept {
-    const std::lock_guard<std::mutex> guard(g_table_lock);
+    const LockGuard guard(g_table_lock);
     SocketSlot* slot = g_starts == 0 ? nullptr : MakeSlot(descriptor);
     if (slot == nullptr) {
         (void)::close(descriptor);
@@ -217,13 +217,13 @@ int WSAStartup(WORD version, WSADATA* data) noexcept {
     if ((version & 0xFF) < 2) {
         return WSAVERNOTSUPPORTED;
     }
-    const std::lock_guard<std::mutex> guard(g_table_lock);
+    const LockGuard guard(g_table_lock);
     ++g_starts;
     return 0;
 }
 
 int WSACleanup() noexcept {
-    const std::lock_guard<std::mutex> guard(g_table_lock);
+    const LockGuard guard(g_table_lock);
     if (g_starts == 0) {
         return FailSocket(WSANOTINITIALISED);
     }
@@ -234,7 +234,7 @@ int WSACleanup() noexcept {
 }
 
 void TearDownSockets() noexcept {
-    const std::lock_guard<std::mutex> guard(g_table_lock);
+    const LockGuard guard(g_table_lock);
     g_starts = 0;
     CloseAllSockets();
     for (std::atomic<Chunk*>& place : g_chunks) {

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <mutex>
 #include <new>
 
 #include "platform/memory/allocation.h"
+#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/text/runtime_text.h"
 #include "ztk/platform.h"
 
@@ -28,7 +28,7 @@ constexpr UINT kLastBlock = 0xFFFF;
 constexpr std::size_t kLongestString = 0xFFFF;
 constexpr std::size_t kBuckets = 64;
 
-std::mutex tables_lock;
+constinit Lock tables_lock;
 StringBlock* buckets[kBuckets];  // guarded by tables_lock, as all blocks
 
 // The blocks of a module are numbered in a row, so they spread over the buckets.
@@ -88,7 +88,7 @@ StringBlock* NewBlock(HINSTANCE module, UINT number,
 // Removes and frees the blocks for which leaves(block) is true.
 template <class Leaves>
 void RemoveBlocks(Leaves leaves) noexcept {
-    const std::lock_guard hold(tables_lock);
+    const LockGuard guard(tables_lock);
     for (StringBlock*& bucket : buckets) {
         StringBlock** link = &bucket;
         while (StringBlock* const block = *link) {
@@ -119,7 +119,7 @@ BOOL AddStringBlock(HINSTANCE module, UINT block,
     if (added == nullptr) {
         return FALSE;
     }
-    const std::lock_guard hold(tables_lock);
+    const LockGuard guard(tables_lock);
     if (FindBlock(module, block) != nullptr) {
         ZTK::allocation::RuntimeFree(added);
         SetLastError(ERROR_ALREADY_EXISTS);
@@ -143,13 +143,13 @@ HRSRC FindResourceW(HINSTANCE module, LPCWSTR name, LPCWSTR type) noexcept {
         SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
         return nullptr;
     }
-    const std::lock_guard hold(tables_lock);
+    const LockGuard guard(tables_lock);
     const StringBlock* const block = RequireBlock(module, ResourceId(name));
     return block != nullptr ? reinterpret_cast<HRSRC>(UINT_PTR{block->number}) : nullptr;
 }
 
 DWORD SizeofResource(HINSTANCE module, HRSRC resource) noexcept {
-    const std::lock_guard hold(tables_lock);
+    const LockGuard guard(tables_lock);
     const StringBlock* const block = RequireBlock(module, ResourceId(resource));
     return block != nullptr ? block->bytes : 0;
 }
@@ -160,7 +160,7 @@ int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int room) noexcept {
         return 0;
     }
     const UINT low = id & 0xFFFF;
-    const std::lock_guard hold(tables_lock);
+    const LockGuard guard(tables_lock);
     StringBlock* const block = RequireBlock(module, low / kStringsPerBlock + 1);
     if (block == nullptr) {
         return 0;

@@ -6,10 +6,10 @@
 
 #include <cerrno>
 #include <climits>
-#include <mutex>
 #include <new>
 
 #include "platform/memory/allocation.h"
+#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/text/code_page.h"
 #include "platform/posix/text/runtime_text.h"
 
@@ -23,7 +23,7 @@ class TextStream {
 
     // Takes over an open file and writes the byte-order mark. False if the stream is in use.
     bool Start(int file) noexcept {
-        std::lock_guard hold(lock_);
+        const LockGuard guard(lock_);
         if (file_ != kClosed) {
             return false;
         }
@@ -35,7 +35,7 @@ class TextStream {
     }
 
     int Write(const wchar_t* text) noexcept {
-        std::lock_guard hold(lock_);
+        const LockGuard guard(lock_);
         if (file_ == kClosed) {
             return 0;
         }
@@ -53,12 +53,12 @@ class TextStream {
     }
 
     int FlushNow() noexcept {
-        std::lock_guard hold(lock_);
+        const LockGuard guard(lock_);
         return file_ == kClosed || Flush() ? 0 : -1;
     }
 
     int Close() noexcept {
-        std::lock_guard hold(lock_);
+        const LockGuard guard(lock_);
         if (file_ == kClosed) {
             return 0;
         }
@@ -102,7 +102,7 @@ class TextStream {
         return good;
     }
 
-    std::mutex lock_;  // guards all below
+    Lock lock_;  // guards all below
     int file_ = kClosed;
     std::size_t used_ = 0;
     unsigned char buffer_[kRoom];
@@ -112,12 +112,12 @@ namespace {
 
 // All streams ever opened. A closed one keeps its memory, because a thread may still hold it while
 // the process ends, and serves the next _wfopen.
-std::mutex pool_lock;
+constinit Lock pool_lock;
 TextStream* pool = nullptr;  // guarded by pool_lock
 
 // A stream that writes to file, or null when memory is short.
 TextStream* StartStream(int file) noexcept {
-    std::lock_guard hold(pool_lock);
+    const LockGuard guard(pool_lock);
     for (TextStream* stream = pool; stream != nullptr; stream = stream->next) {
         if (stream->Start(file)) {
             return stream;
@@ -176,7 +176,7 @@ int fclose(TextStream* stream) noexcept {
 }
 
 void TearDownTextStreams() noexcept {
-    std::lock_guard hold(pool_lock);
+    const LockGuard guard(pool_lock);
     while (pool != nullptr) {
         TextStream* const stream = pool;
         pool = stream->next;
