@@ -58,8 +58,8 @@ inline KernelObject* FindObject(HANDLE handle) noexcept {
 template <typename Object>
 Object* FindObject(HANDLE handle) noexcept {
     KernelObject* object = FindObject(handle);
-    return object != nullptr && object->kind == Object::kKind ? static_cast<Object*>(object)
-                                                              : nullptr;
+    return object != nullptr && object->kind == &Object::kKind ? static_cast<Object*>(object)
+                                                               : nullptr;
 }
 
 // Opens a further handle of object. Null when memory is short; the object is then as before.

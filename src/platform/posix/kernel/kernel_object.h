@@ -1,66 +1,50 @@
 // The objects behind handles, and the lock that guards all of them.
 #pragma once
 
-#include <pthread.h>
-
 #include <cstddef>
+#include <cstdint>
 
 #include "platform/posix/kernel/lock/lock.h"
-#include "platform/posix/kernel/thread_record.h"
 
 namespace ZTKPosix {
 
+struct KernelObject;
 struct WaitBlock;
 struct Waiter;
 
-enum class ObjectKind : unsigned char { kEvent, kMutex, kThread, kFile };
+// What is particular to one kind of object. Each kind has one record, whose address stands for it.
+struct ObjectKind {
+    // Takes an object out of all that it belongs to when its last reference goes, with the
+    // dispatcher lock held. Null: there is nothing to do.
+    void (*discard)(KernelObject& object) noexcept;
 
-// One block of the private heap, followed by the name's text if there is one. All members are
-// guarded by the dispatcher lock; kind and name are constant after construction.
+    // Gives back what the object holds beside its memory, afterwards and without the lock. Null:
+    // it holds nothing.
+    void (*close)(KernelObject& object) noexcept;
+};
+
+// One block of the private heap, followed by the name's text if there is one. Trivially
+// destructible. All members are guarded by the dispatcher lock; kind, resets_when_taken and name
+// are constant once the object is made.
 struct KernelObject {
-    ObjectKind kind = ObjectKind::kEvent;
-    bool resets_when_taken = false;  // an auto-reset event
-    bool signalled = false;          // event set, mutex free, thread ended; a file always
-    std::uint32_t handles = 0;       // open handles; the name goes with the last of them
-    std::uint32_t references = 0;  // handles, waits and the thread that runs; frees the object at 0
+    KernelObject(const ObjectKind& its_kind, bool is_signalled, bool resets = false) noexcept
+        : kind(&its_kind), resets_when_taken(resets), signalled(is_signalled) {}
+    KernelObject(const KernelObject&) = delete;
+    KernelObject& operator=(const KernelObject&) = delete;
+
+    const ObjectKind* const kind;
+    const bool resets_when_taken;  // a wait that takes it makes it non-signalled
+    bool signalled;                // a wait could take it
+    std::uint32_t handles = 0;     // open handles; the name goes with the last of them
+    std::uint32_t references = 1;  // the maker's, handles, waits, a running thread's own; the
+                                   // object is freed at 0
     WaitBlock* first_wait = nullptr;  // threads that wait, in the order in which they came
     WaitBlock* last_wait = nullptr;
 
     const wchar_t* name = nullptr;  // null for none; not terminated
     std::size_t name_length = 0;
-    KernelObject* next_named = nullptr;  // in the same bucket of the name table; then, once it is
-                                         // discarded, the next object to free
-};
-
-struct Event : KernelObject {
-    static constexpr ObjectKind kKind = ObjectKind::kEvent;
-};
-
-struct Mutex : KernelObject {
-    static constexpr ObjectKind kKind = ObjectKind::kMutex;
-    ThreadRecord* owner = nullptr;
-    std::uint32_t depth = 0;
-    bool abandoned = false;           // its last owner ended without releasing it
-    Mutex* previous_owned = nullptr;  // in the owner's list
-    Mutex* next_owned = nullptr;
-};
-
-struct Thread : KernelObject {
-    static constexpr ObjectKind kKind = ObjectKind::kThread;
-    DWORD (*start)(void*) = nullptr;  // constant after construction, as parameter
-    void* parameter = nullptr;
-    FutexWord gate{0};  // what a suspended thread sleeps on
-    bool suspended = false;
-    bool joined_at_unload = false;
-    DWORD exit_code = 0;  // written by the thread itself before it is signalled
-    pthread_t system_thread{};
-    Thread* previous_live = nullptr;  // in the list of threads that have not ended
-    Thread* next_live = nullptr;
-};
-
-struct File : KernelObject {
-    static constexpr ObjectKind kKind = ObjectKind::kFile;
-    int descriptor = -1;  // constant after construction
+    KernelObject* next_named = nullptr;    // in the same bucket of the name table
+    KernelObject* next_to_free = nullptr;  // of the section that discarded it
 };
 
 // Guards the handle table, the names and the state of every object. One lock for all keeps a wait

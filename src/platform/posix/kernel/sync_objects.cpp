@@ -14,16 +14,16 @@ namespace ZTKPosix {
 
 namespace {
 
-template <typename Object>
-Object* NewObject(LPCWSTR name) noexcept {
+// An object with its maker's reference, which it keeps until it is published; null when memory is
+// short.
+template <typename Object, typename... Arguments>
+Object* NewObject(LPCWSTR name, Arguments... arguments) noexcept {
     const std::size_t length = name != nullptr ? wcslen(name) : 0;
     void* memory = ZTK::allocation::RuntimeAlloc(sizeof(Object) + length * sizeof *name);
     if (memory == nullptr) {
         return nullptr;
     }
-    auto* object = new (memory) Object;
-    object->kind = Object::kKind;
-    object->references = 1;  // the maker's, until it publishes the object
+    auto* object = new (memory) Object(arguments...);
     if (length != 0) {
         auto* text = reinterpret_cast<wchar_t*>(object + 1);
         std::memcpy(text, name, length * sizeof *name);
@@ -92,6 +92,14 @@ void Disown(Mutex& mutex) noexcept {
     mutex.signalled = true;
 }
 
+// Closing the last handle of an owned mutex is allowed: the owner just has one mutex less.
+void DiscardMutex(KernelObject& object) noexcept {
+    auto& mutex = static_cast<Mutex&>(object);
+    if (mutex.owner != nullptr) {
+        Disown(mutex);
+    }
+}
+
 void AbandonMutexes(ThreadRecord& thread, DispatcherSection& section) noexcept {
     while (thread.first_owned != nullptr) {
         Mutex& mutex = *thread.first_owned;
@@ -103,13 +111,11 @@ void AbandonMutexes(ThreadRecord& thread, DispatcherSection& section) noexcept {
 
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL manual_reset, BOOL initial_state,
                     LPCWSTR name) noexcept {
-    auto* event = NewObject<Event>(name);
+    auto* event = NewObject<Event>(name, manual_reset != FALSE, initial_state != FALSE);
     if (event == nullptr) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    event->resets_when_taken = manual_reset == FALSE;
-    event->signalled = initial_state != FALSE;
     DispatcherSection section;
     return Publish(*event, section);
 }
@@ -146,7 +152,6 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL initial_owner,
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    mutex->signalled = true;
     DispatcherSection section;
     if (initial_owner != FALSE && !AnnounceThreadEnd()) {
         section.Release(*mutex);

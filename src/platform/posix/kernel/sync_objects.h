@@ -1,16 +1,40 @@
-// The rules by which waits take objects.
+// Events and mutexes, and the rules by which waits take objects.
 #pragma once
 
 #include "platform/posix/kernel/kernel_object.h"
+#include "platform/posix/kernel/thread_record.h"
 
 namespace ZTKPosix {
+
+// Signalled while it is set.
+struct Event : KernelObject {
+    static constexpr ObjectKind kKind{nullptr, nullptr};
+
+    Event(bool manual_reset, bool is_set) noexcept : KernelObject(kKind, is_set, !manual_reset) {}
+};
+
+// Makes the mutex, which is on its way out, its owner's no more.
+void DiscardMutex(KernelObject& mutex) noexcept;
+
+// Signalled while nobody owns it.
+struct Mutex : KernelObject {
+    static constexpr ObjectKind kKind{DiscardMutex, nullptr};
+
+    Mutex() noexcept : KernelObject(kKind, true) {}
+
+    ThreadRecord* owner = nullptr;
+    std::uint32_t depth = 0;          // how often the owner has taken it
+    bool abandoned = false;           // its last owner ended without releasing it
+    Mutex* previous_owned = nullptr;  // in the owner's list
+    Mutex* next_owned = nullptr;
+};
 
 // REQUIRES for all: the dispatcher lock is held.
 
 // Whether thread could take object now.
 inline bool IsAvailable(const KernelObject& object, const ThreadRecord& thread) noexcept {
-    return object.signalled || (object.kind == ObjectKind::kMutex &&
-                                static_cast<const Mutex&>(object).owner == &thread);
+    return object.signalled ||
+           (object.kind == &Mutex::kKind && static_cast<const Mutex&>(object).owner == &thread);
 }
 
 // Gives the mutex, which is free or the thread's already, to thread. Returns true when it was
@@ -22,7 +46,7 @@ void Disown(Mutex& mutex) noexcept;
 
 // Takes an available object for thread. Returns true for a mutex that was abandoned.
 inline bool Take(KernelObject& object, ThreadRecord& thread) noexcept {
-    if (object.kind == ObjectKind::kMutex) {
+    if (object.kind == &Mutex::kKind) {
         return TakeMutex(static_cast<Mutex&>(object), thread);
     }
     if (object.resets_when_taken) {

@@ -62,7 +62,7 @@ DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool al
         if (object == nullptr) {
             return ERROR_INVALID_HANDLE;
         }
-        if (object->kind == ObjectKind::kMutex && !AnnounceThreadEnd()) {
+        if (object->kind == &Mutex::kKind && !AnnounceThreadEnd()) {
             return ERROR_NOT_ENOUGH_MEMORY;
         }
         blocks[i].object = object;
@@ -170,7 +170,7 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) noexcept {
     {
         DispatcherSection section;
         KernelObject* object = FindObject(handle);
-        if (object != nullptr && object->kind != ObjectKind::kMutex) {
+        if (object != nullptr && object->kind != &Mutex::kKind) {
             if (object->signalled) {
                 object->signalled = !object->resets_when_taken;
                 return WAIT_OBJECT_0;

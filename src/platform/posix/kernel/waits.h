@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/posix/kernel/kernel_object.h"
+#include "platform/posix/kernel/thread_record.h"
 
 namespace ZTKPosix {
 
