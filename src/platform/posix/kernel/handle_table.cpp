@@ -5,7 +5,6 @@
 #include <new>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/entry/teardown.h"
 #include "platform/posix/kernel/object_names.h"
 
 namespace ZTKPosix {

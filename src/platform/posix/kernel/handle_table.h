@@ -68,4 +68,8 @@ HANDLE OpenHandle(KernelObject& object) noexcept;
 // Closes a handle. Returns false when it is not open.
 bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept;
 
+// Closes every open handle and frees the table. For the unloading of the library; takes the
+// dispatcher lock itself.
+void TearDownHandles() noexcept;
+
 }  // namespace ZTKPosix

@@ -33,11 +33,11 @@ struct KernelObject {
     KernelObject& operator=(const KernelObject&) = delete;
 
     const ObjectKind* const kind;
-    const bool resets_when_taken;  // a wait that takes it makes it non-signalled
-    bool signalled;                // a wait could take it
-    std::uint32_t handles = 0;     // open handles; the name goes with the last of them
-    std::uint32_t references = 1;  // the maker's, handles, waits, a running thread's own; the
-                                   // object is freed at 0
+    const bool resets_when_taken;     // a wait that takes it makes it non-signalled
+    bool signalled;                   // a wait could take it
+    std::uint32_t handles = 0;        // open handles; the name goes with the last of them
+    std::uint32_t references = 1;     // the maker's, handles, waits, a running thread's own; the
+                                      // object is freed at 0
     WaitBlock* first_wait = nullptr;  // threads that wait, in the order in which they came
     WaitBlock* last_wait = nullptr;
 

@@ -7,6 +7,7 @@
 #include "platform/memory/allocation.h"
 #include "platform/posix/kernel/handle_table.h"
 #include "platform/posix/kernel/object_names.h"
+#include "platform/posix/kernel/thread_end.h"
 #include "platform/posix/kernel/waits.h"
 #include "platform/posix/text/runtime_text.h"
 

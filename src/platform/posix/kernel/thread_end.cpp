@@ -1,14 +1,9 @@
-// The end of threads, of every kind, and what it leaves to the unloading of the library.
-#include <unistd.h>
+#include "platform/posix/kernel/thread_end.h"
 
-#include "platform/posix/entry/teardown.h"
 #include "platform/posix/kernel/sync_objects.h"
-#include "platform/posix/kernel/threads.h"
 #include "platform/posix/kernel/waits.h"
 
 namespace ZTKPosix {
-
-constinit thread_local ThreadRecord current_record{};
 
 namespace {
 
@@ -106,11 +101,6 @@ JoinableThread TakeEndedThread() noexcept {
 }
 
 }  // namespace
-
-DWORD FetchThreadId() noexcept {
-    current_record.id = static_cast<DWORD>(gettid());
-    return current_record.id;
-}
 
 bool AnnounceThreadEnd() noexcept {
     if (current_record.end_announced) {

@@ -32,9 +32,4 @@ inline DWORD CurrentThreadId() noexcept {
     return id;
 }
 
-// Makes sure that the calling thread's end is noticed: mutexes that it owns then become abandoned.
-// Called before a thread becomes an owner. Returns false when memory is short.
-// REQUIRES: the dispatcher lock is held.
-bool AnnounceThreadEnd() noexcept;
-
 }  // namespace ZTKPosix

@@ -1,9 +1,10 @@
-// Threads: what their making and their end share.
+// The objects of threads.
 #pragma once
 
 #include <pthread.h>
 
 #include "platform/posix/kernel/kernel_object.h"
+#include "platform/posix/kernel/thread_record.h"
 
 namespace ZTKPosix {
 
@@ -33,13 +34,5 @@ struct Thread : KernelObject {
     Thread* previous_live = nullptr;  // in the list of threads that have not ended
     Thread* next_live = nullptr;
 };
-
-// Records a thread that has begun. REQUIRES: the dispatcher lock is held; the caller is that thread
-// and its end is announced.
-void AddLiveThread(Thread& thread) noexcept;
-
-// Gives back what the system still keeps of the last thread that ended. For the end of the process:
-// waits for that thread's last instructions, but not for long.
-void CollectEndedThread() noexcept;
 
 }  // namespace ZTKPosix

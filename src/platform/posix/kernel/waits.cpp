@@ -5,6 +5,7 @@
 
 #include "platform/posix/kernel/handle_table.h"
 #include "platform/posix/kernel/sync_objects.h"
+#include "platform/posix/kernel/thread_end.h"
 
 namespace ZTKPosix {
 

@@ -5,7 +5,6 @@
 #include <new>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/entry/teardown.h"
 #include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/net/socket_calls.h"
 #include "platform/posix/net/socket_error_map.h"
