@@ -12,7 +12,7 @@ namespace {
 // Destroyed at unload without closing what it still holds: those threads' owners may.
 struct Registry {
     CLock lock;
-    ThreadTable threads;  // guarded by lock
+    ThreadTable threads ZTK_GUARDED_BY(lock);
 };
 
 constinit frame::StaticObject<Registry> registry;

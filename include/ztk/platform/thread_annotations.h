@@ -16,9 +16,8 @@
 #define ZTK_CAPABILITY(kind) ZTK_THREAD_ANNOTATION(capability(kind))
 #define ZTK_SCOPED_CAPABILITY ZTK_THREAD_ANNOTATION(scoped_lockable)
 
-// A variable, or what a pointer points at, that is touched with that lock held only.
+// A variable that is touched with that lock held only.
 #define ZTK_GUARDED_BY(lock) ZTK_THREAD_ANNOTATION(guarded_by(lock))
-#define ZTK_PT_GUARDED_BY(lock) ZTK_THREAD_ANNOTATION(pt_guarded_by(lock))
 
 // A function that is called with the locks held, or not held; that takes or releases them. Without
 // a list the lock is the object itself.

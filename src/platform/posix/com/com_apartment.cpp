@@ -29,12 +29,12 @@ extern "C" void ZtkPosixDropErrorRecord(void* /*value*/) {
     SetErrorInfo(0, nullptr);
 }
 
-// The lock guards the two below it. The key is made when the first record is left.
+// The key whose destructor is ZtkPosixDropErrorRecord; made when the first record is left.
 constinit Lock end_key_lock;
-constinit pthread_key_t end_key{};
-constinit bool end_key_made = false;
+constinit pthread_key_t end_key ZTK_GUARDED_BY(end_key_lock){};
+constinit bool end_key_made ZTK_GUARDED_BY(end_key_lock) = false;
 
-bool NoticeThreadEnd() noexcept {
+bool NoticeThreadEnd() noexcept ZTK_EXCLUDES(end_key_lock) {
     const LockGuard guard(end_key_lock);
     if (!end_key_made) {
         end_key_made = pthread_key_create(&end_key, ZtkPosixDropErrorRecord) == 0;

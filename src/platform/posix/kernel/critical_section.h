@@ -10,7 +10,7 @@
 
 namespace ZTKPosix {
 
-struct CRITICAL_SECTION {
+struct ZTK_CAPABILITY("critical section") CRITICAL_SECTION {
     Lock lock;
     std::atomic<DWORD> owner;  // id of the thread inside, 0 for none
     std::uint32_t depth;       // levels beyond the first; touched by the owner only
@@ -21,7 +21,8 @@ void DeleteCriticalSection(CRITICAL_SECTION* section) noexcept;
 
 // The owner is read without the lock. Only the calling thread itself stores its own id there, so
 // the comparison is true exactly when the caller is inside, whatever else it may see.
-inline void EnterCriticalSection(CRITICAL_SECTION* section) noexcept {
+inline void EnterCriticalSection(CRITICAL_SECTION* section) noexcept
+    ZTK_ACQUIRE(section) ZTK_NO_THREAD_SAFETY_ANALYSIS {
     const DWORD self = CurrentThreadId();
     if (section->owner.load(std::memory_order_relaxed) == self) {
         ++section->depth;
@@ -32,7 +33,8 @@ inline void EnterCriticalSection(CRITICAL_SECTION* section) noexcept {
 }
 
 // REQUIRES: the calling thread is inside. Called by another thread it does nothing.
-inline void LeaveCriticalSection(CRITICAL_SECTION* section) noexcept {
+inline void LeaveCriticalSection(CRITICAL_SECTION* section) noexcept
+    ZTK_RELEASE(section) ZTK_NO_THREAD_SAFETY_ANALYSIS {
     if (section->owner.load(std::memory_order_relaxed) != CurrentThreadId()) {
         return;
     }

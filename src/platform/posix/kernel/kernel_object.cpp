@@ -5,8 +5,6 @@
 
 namespace ZTKPosix {
 
-constinit Lock dispatcher_lock;
-
 void DispatcherSection::WakeLater(Waiter& waiter) noexcept {
     (last_to_wake_ != nullptr ? last_to_wake_->next_to_wake : first_to_wake_) = &waiter;
     last_to_wake_ = &waiter;

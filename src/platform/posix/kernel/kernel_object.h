@@ -1,10 +1,10 @@
-// The objects behind handles, and the lock that guards all of them.
+// The objects behind handles.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/posix/kernel/lock/lock.h"
+#include "platform/posix/kernel/dispatcher_lock.h"
 
 namespace ZTKPosix {
 
@@ -24,8 +24,7 @@ struct ObjectKind {
 };
 
 // One block of the private heap, followed by the name's text if there is one. Trivially
-// destructible. All members are guarded by the dispatcher lock; kind, resets_when_taken and name
-// are constant once the object is made.
+// destructible.
 struct KernelObject {
     KernelObject(const ObjectKind& its_kind, bool is_signalled, bool resets = false) noexcept
         : kind(&its_kind), resets_when_taken(resets), signalled(is_signalled) {}
@@ -33,24 +32,27 @@ struct KernelObject {
     KernelObject& operator=(const KernelObject&) = delete;
 
     const ObjectKind* const kind;
-    const bool resets_when_taken;     // a wait that takes it makes it non-signalled
-    bool signalled;                   // a wait could take it
-    std::uint32_t handles = 0;        // open handles; the name goes with the last of them
-    std::uint32_t references = 1;     // the maker's, handles, waits, a running thread's own; the
-                                      // object is freed at 0
-    WaitBlock* first_wait = nullptr;  // threads that wait, in the order in which they came
-    WaitBlock* last_wait = nullptr;
+    // A wait that takes the object makes it non-signalled.
+    const bool resets_when_taken;
+    // A wait could take the object.
+    bool signalled ZTK_GUARDED_BY(dispatcher_lock);
+    // Open handles. The name goes with the last of them.
+    std::uint32_t handles ZTK_GUARDED_BY(dispatcher_lock) = 0;
+    // The maker's, those of handles and waits, and a running thread's own. The object is freed at
+    // 0.
+    std::uint32_t references ZTK_GUARDED_BY(dispatcher_lock) = 1;
+    // Threads that wait, in the order in which they came.
+    WaitBlock* first_wait ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+    WaitBlock* last_wait ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
 
-    const wchar_t* name = nullptr;  // null for none; not terminated
+    // Null for none; not terminated. Constant once the object is made.
+    const wchar_t* name = nullptr;
     std::size_t name_length = 0;
-    KernelObject* next_named = nullptr;    // in the same bucket of the name table
-    KernelObject* next_to_free = nullptr;  // of the section that discarded it
+    // In the same bucket of the name table.
+    KernelObject* next_named ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+    // In the list of the section that discarded the object.
+    KernelObject* next_to_free = nullptr;
 };
-
-// Guards the handle table, the names and the state of every object. One lock for all keeps a wait
-// for all of several objects simple and free of deadlock; it is held for a few dozen instructions,
-// never across a system call, except that of a growing table.
-extern constinit Lock dispatcher_lock;
 
 // A span of time under the dispatcher lock. What must not happen under it, waking threads and
 // freeing objects, is collected and done after its release.
@@ -69,17 +71,18 @@ class ZTK_SCOPED_CAPABILITY DispatcherSection {
     DispatcherSection(const DispatcherSection&) = delete;
     DispatcherSection& operator=(const DispatcherSection&) = delete;
 
-    void WakeLater(Waiter& waiter) noexcept;
+    // Wakes a thread whose wait is satisfied.
+    void WakeLater(Waiter& waiter) noexcept ZTK_REQUIRES(dispatcher_lock);
 
     // Drops one reference and with the last one the object.
-    void Release(KernelObject& object) noexcept {
+    void Release(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock) {
         if (--object.references == 0) {
             Discard(object);
         }
     }
 
   private:
-    void Discard(KernelObject& object) noexcept;
+    void Discard(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
     void WakeCollected() noexcept;
     void FreeCollected() noexcept;
 

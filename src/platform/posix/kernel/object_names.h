@@ -5,13 +5,12 @@
 
 namespace ZTKPosix {
 
-// REQUIRES for all: the dispatcher lock is held.
-
 // The object of that name, of whatever kind, or null.
-KernelObject* FindNamed(const wchar_t* name, std::size_t length) noexcept;
+KernelObject* FindNamed(const wchar_t* name, std::size_t length) noexcept
+    ZTK_REQUIRES(dispatcher_lock);
 
 // Makes the object's name known. REQUIRES: it has a name, which no other object has.
-void RememberName(KernelObject& object) noexcept;
-void ForgetName(KernelObject& object) noexcept;
+void RememberName(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
+void ForgetName(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
 
 }  // namespace ZTKPosix

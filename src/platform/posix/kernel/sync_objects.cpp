@@ -37,7 +37,8 @@ Object* NewObject(LPCWSTR name, Arguments... arguments) noexcept {
 // Opens the first handle of a new object, or, if its name is taken, one of the object that has it.
 // Either way the maker's reference goes, and a new object that got no handle goes with it. The last
 // error tells which: 0 or ERROR_ALREADY_EXISTS, or why it failed.
-HANDLE Publish(KernelObject& object, DispatcherSection& section) noexcept {
+HANDLE Publish(KernelObject& object, DispatcherSection& section) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     KernelObject* existing =
         object.name != nullptr ? FindNamed(object.name, object.name_length) : nullptr;
     HANDLE handle = nullptr;

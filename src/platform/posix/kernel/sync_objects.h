@@ -14,7 +14,7 @@ struct Event : KernelObject {
 };
 
 // Makes the mutex, which is on its way out, its owner's no more.
-void DiscardMutex(KernelObject& mutex) noexcept;
+void DiscardMutex(KernelObject& mutex) noexcept ZTK_REQUIRES(dispatcher_lock);
 
 // Signalled while nobody owns it.
 struct Mutex : KernelObject {
@@ -22,30 +22,33 @@ struct Mutex : KernelObject {
 
     Mutex() noexcept : KernelObject(kKind, true) {}
 
-    ThreadRecord* owner = nullptr;
-    std::uint32_t depth = 0;          // how often the owner has taken it
-    bool abandoned = false;           // its last owner ended without releasing it
-    Mutex* previous_owned = nullptr;  // in the owner's list
-    Mutex* next_owned = nullptr;
+    ThreadRecord* owner ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+    // How often the owner has taken it.
+    std::uint32_t depth ZTK_GUARDED_BY(dispatcher_lock) = 0;
+    // Its last owner ended without releasing it.
+    bool abandoned ZTK_GUARDED_BY(dispatcher_lock) = false;
+    // In the owner's list.
+    Mutex* previous_owned ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+    Mutex* next_owned ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
 };
 
-// REQUIRES for all: the dispatcher lock is held.
-
 // Whether thread could take object now.
-inline bool IsAvailable(const KernelObject& object, const ThreadRecord& thread) noexcept {
+inline bool IsAvailable(const KernelObject& object, const ThreadRecord& thread) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     return object.signalled ||
            (object.kind == &Mutex::kKind && static_cast<const Mutex&>(object).owner == &thread);
 }
 
 // Gives the mutex, which is free or the thread's already, to thread. Returns true when it was
 // abandoned.
-bool TakeMutex(Mutex& mutex, ThreadRecord& thread) noexcept;
+bool TakeMutex(Mutex& mutex, ThreadRecord& thread) noexcept ZTK_REQUIRES(dispatcher_lock);
 
 // Takes the mutex from its owner and makes it free. Its waiters are not looked at.
-void Disown(Mutex& mutex) noexcept;
+void Disown(Mutex& mutex) noexcept ZTK_REQUIRES(dispatcher_lock);
 
 // Takes an available object for thread. Returns true for a mutex that was abandoned.
-inline bool Take(KernelObject& object, ThreadRecord& thread) noexcept {
+inline bool Take(KernelObject& object, ThreadRecord& thread) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     if (object.kind == &Mutex::kKind) {
         return TakeMutex(static_cast<Mutex&>(object), thread);
     }
@@ -56,6 +59,7 @@ inline bool Take(KernelObject& object, ThreadRecord& thread) noexcept {
 }
 
 // Marks all mutexes that thread owns as abandoned and hands them to their next waiters.
-void AbandonMutexes(ThreadRecord& thread, DispatcherSection& section) noexcept;
+void AbandonMutexes(ThreadRecord& thread, DispatcherSection& section) noexcept
+    ZTK_REQUIRES(dispatcher_lock);
 
 }  // namespace ZTKPosix

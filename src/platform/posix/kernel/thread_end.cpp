@@ -13,11 +13,14 @@ struct JoinableThread {
     pthread_t thread{};
 };
 
-// Guarded by the dispatcher lock.
-bool end_key_made;
-pthread_key_t end_key;  // its destructor is OnThreadEnd
-Thread* first_live;     // threads made by CreateThread that have not ended
-JoinableThread ended;   // the last of them that ended, not joined yet
+// The key whose destructor is ZtkPosixOnThreadEnd; made when the first thread announces its end.
+bool end_key_made ZTK_GUARDED_BY(dispatcher_lock);
+pthread_key_t end_key ZTK_GUARDED_BY(dispatcher_lock);
+
+// Threads made by CreateThread that have not ended, and the last of them that ended and is not
+// joined yet.
+Thread* first_live ZTK_GUARDED_BY(dispatcher_lock);
+JoinableThread ended ZTK_GUARDED_BY(dispatcher_lock);
 
 void Join(const JoinableThread& joinable) noexcept {
     if (joinable.present) {
@@ -25,7 +28,7 @@ void Join(const JoinableThread& joinable) noexcept {
     }
 }
 
-void RemoveLiveThread(Thread& thread) noexcept {
+void RemoveLiveThread(Thread& thread) noexcept ZTK_REQUIRES(dispatcher_lock) {
     (thread.previous_live != nullptr ? thread.previous_live->next_live : first_live) =
         thread.next_live;
     if (thread.next_live != nullptr) {
@@ -34,7 +37,8 @@ void RemoveLiveThread(Thread& thread) noexcept {
 }
 
 // Signals the thread's object. Returns the thread that ended before it, for the caller to join.
-JoinableThread EndThreadObject(Thread& thread, DispatcherSection& section) noexcept {
+JoinableThread EndThreadObject(Thread& thread, DispatcherSection& section) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     JoinableThread previous;
     if (!thread.joined_at_unload) {
         previous = ended;
@@ -71,7 +75,7 @@ extern "C" void ZtkPosixOnThreadEnd(void* value) {
 }
 
 // A thread that was never resumed, told to end without running; not present if there is none.
-JoinableThread CancelSuspendedThread() noexcept {
+JoinableThread CancelSuspendedThread() noexcept ZTK_EXCLUDES(dispatcher_lock) {
     JoinableThread cancelled;
     FutexWord* gate = nullptr;
     {
@@ -93,7 +97,7 @@ JoinableThread CancelSuspendedThread() noexcept {
     return cancelled;
 }
 
-JoinableThread TakeEndedThread() noexcept {
+JoinableThread TakeEndedThread() noexcept ZTK_EXCLUDES(dispatcher_lock) {
     DispatcherSection section;
     const JoinableThread taken = ended;
     ended.present = false;

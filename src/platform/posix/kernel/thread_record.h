@@ -1,6 +1,7 @@
 // What the layer keeps for each thread, however the thread was started.
 #pragma once
 
+#include "platform/posix/kernel/dispatcher_lock.h"
 #include "ztk/platform.h"
 
 namespace ZTKPosix {
@@ -12,10 +13,14 @@ struct Thread;
 // outlives the thread's destructors, so that a late one may still use the layer. Its address is the
 // thread's identity as owner of mutexes. Trivially destructible on purpose; see AnnounceThreadEnd.
 struct ThreadRecord {
-    DWORD id;            // 0 until asked for
-    bool end_announced;  // the thread's end will be noticed
-    Thread* thread;      // its object if CreateThread made it and it has not ended, else null
-    Mutex* first_owned;  // mutexes that it owns; guarded by the dispatcher lock
+    // 0 until asked for. Touched by the thread itself only.
+    DWORD id;
+    // The thread's end will be noticed.
+    bool end_announced ZTK_GUARDED_BY(dispatcher_lock);
+    // Its object if CreateThread made it and it has not ended, else null.
+    Thread* thread ZTK_GUARDED_BY(dispatcher_lock);
+    // The mutexes that it owns.
+    Mutex* first_owned ZTK_GUARDED_BY(dispatcher_lock);
 };
 
 // constinit: without it every access from another file would go through an initialisation check.

@@ -26,13 +26,16 @@ struct Thread : KernelObject {
 
     DWORD (*const start)(void*);
     void* const parameter;
-    FutexWord gate;  // what a suspended thread sleeps on
-    bool suspended;
-    bool joined_at_unload = false;
-    DWORD exit_code = 0;  // written by the thread itself before it is signalled, not guarded
-    pthread_t system_thread{};
-    Thread* previous_live = nullptr;  // in the list of threads that have not ended
-    Thread* next_live = nullptr;
+    // What a suspended thread sleeps on.
+    FutexWord gate;
+    bool suspended ZTK_GUARDED_BY(dispatcher_lock);
+    bool joined_at_unload ZTK_GUARDED_BY(dispatcher_lock) = false;
+    // Written by the thread itself before it is signalled, read afterwards.
+    DWORD exit_code = 0;
+    pthread_t system_thread ZTK_GUARDED_BY(dispatcher_lock){};
+    // In the list of threads that have not ended.
+    Thread* previous_live ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+    Thread* next_live ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
 };
 
 }  // namespace ZTKPosix

@@ -32,10 +32,10 @@ struct Chunk {
     SocketSlot slots[kSlotsPerChunk];
 };
 
-// Guards the start count, the making of chunks and the adoption of descriptors. Calls on sockets do
-// not take it.
+// Taken to change the start count, to make chunks, to adopt descriptors and to close all sockets.
+// Calls on sockets do not take it: what they read is atomic.
 constinit Lock g_table_lock;
-constinit int g_starts = 0;  // written under the lock
+constinit std::atomic<int> g_starts{0};
 
 // A chunk, once made, stays until the library is unloaded.
 constinit std::atomic<Chunk*> g_chunks[kChunks] = {};
@@ -48,8 +48,9 @@ SocketSlot* FindSlot(std::uint64_t descriptor) noexcept {
     return chunk == nullptr ? nullptr : &chunk->slots[descriptor % kSlotsPerChunk];
 }
 
-// REQUIRES: the table lock is held.
-SocketSlot* MakeSlot(int descriptor) noexcept {
+// The slot of descriptor, in a chunk made for it if need be; null when memory is short or the
+// number too high.
+SocketSlot* MakeSlot(int descriptor) noexcept ZTK_REQUIRES(g_table_lock) {
     if (descriptor >= kMaxDescriptors) {
         return nullptr;
     }
@@ -102,8 +103,8 @@ void WakeUsers(int descriptor) noexcept {
     (void)::shutdown(descriptor, SHUT_RDWR);
 }
 
-// REQUIRES: the table lock is held, so that no socket is adopted meanwhile.
-void CloseAllSockets() noexcept {
+// The lock is held so that no socket is adopted meanwhile.
+void CloseAllSockets() noexcept ZTK_REQUIRES(g_table_lock) {
     for (int descriptor = 0; descriptor < kMaxDescriptors; ++descriptor) {
         SocketSlot* slot = FindSlot(static_cast<std::uint64_t>(descriptor));
         if (slot == nullptr) {

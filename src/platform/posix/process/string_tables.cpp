@@ -14,9 +14,11 @@ namespace ZTKPosix {
 
 namespace {
 
+constinit Lock tables_lock;
+
 // Followed by its strings as the platform stores them: a length and the characters of each.
 struct StringBlock {
-    StringBlock* next;  // in the same bucket
+    StringBlock* next ZTK_GUARDED_BY(tables_lock);  // in the same bucket
     HINSTANCE module;
     UINT number;
     DWORD bytes;  // of the strings
@@ -28,16 +30,15 @@ constexpr UINT kLastBlock = 0xFFFF;
 constexpr std::size_t kLongestString = 0xFFFF;
 constexpr std::size_t kBuckets = 64;
 
-constinit Lock tables_lock;
-StringBlock* buckets[kBuckets];  // guarded by tables_lock, as all blocks
+StringBlock* buckets[kBuckets] ZTK_GUARDED_BY(tables_lock);
 
 // The blocks of a module are numbered in a row, so they spread over the buckets.
-StringBlock*& BucketOf(UINT number) noexcept {
+StringBlock*& BucketOf(UINT number) noexcept ZTK_REQUIRES(tables_lock) {
     return buckets[number % kBuckets];
 }
 
-// The block of that number, or null. REQUIRES: tables_lock is held.
-StringBlock* FindBlock(HINSTANCE module, UINT number) noexcept {
+// The block of that number, or null.
+StringBlock* FindBlock(HINSTANCE module, UINT number) noexcept ZTK_REQUIRES(tables_lock) {
     StringBlock* block = BucketOf(number);
     while (block != nullptr && (block->number != number || block->module != module)) {
         block = block->next;
@@ -46,7 +47,7 @@ StringBlock* FindBlock(HINSTANCE module, UINT number) noexcept {
 }
 
 // The same; sets the last error for null.
-StringBlock* RequireBlock(HINSTANCE module, UINT number) noexcept {
+StringBlock* RequireBlock(HINSTANCE module, UINT number) noexcept ZTK_REQUIRES(tables_lock) {
     StringBlock* const block = FindBlock(module, number);
     if (block == nullptr) {
         SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
@@ -87,7 +88,7 @@ StringBlock* NewBlock(HINSTANCE module, UINT number,
 
 // Removes and frees the blocks for which leaves(block) is true.
 template <class Leaves>
-void RemoveBlocks(Leaves leaves) noexcept {
+void RemoveBlocks(Leaves leaves) noexcept ZTK_EXCLUDES(tables_lock) {
     const LockGuard guard(tables_lock);
     for (StringBlock*& bucket : buckets) {
         StringBlock** link = &bucket;

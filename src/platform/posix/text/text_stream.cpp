@@ -15,6 +15,12 @@
 
 namespace ZTKPosix {
 
+namespace {
+
+constinit Lock pool_lock;
+
+}  // namespace
+
 class TextStream {
   public:
     TextStream() noexcept = default;
@@ -69,14 +75,14 @@ class TextStream {
         return good ? 0 : -1;
     }
 
-    TextStream* next = nullptr;  // guarded by the pool's lock
+    TextStream* next ZTK_GUARDED_BY(pool_lock) = nullptr;
 
   private:
     static constexpr int kClosed = -1;
     static constexpr std::size_t kRoom = 8192;
     static constexpr std::size_t kMostPerUnit = 4;  // a line feed becomes two units of two bytes
 
-    void Put(wchar_t unit) noexcept {
+    void Put(wchar_t unit) noexcept ZTK_REQUIRES(lock_) {
         buffer_[used_++] = static_cast<unsigned char>(unit & 0xFF);
         buffer_[used_++] = static_cast<unsigned char>(unit >> 8);
     }
@@ -84,7 +90,7 @@ class TextStream {
     // Empties the buffer. What the system refuses is dropped, so that a full disk never holds up
     // the writer; only the second half of a unit whose first half is in the file stays, because
     // without it all that follows would be shifted by a byte.
-    bool Flush() noexcept {
+    bool Flush() noexcept ZTK_REQUIRES(lock_) {
         std::size_t done = 0;
         while (done < used_) {
             const ssize_t written = ::write(file_, buffer_ + done, used_ - done);
@@ -102,21 +108,20 @@ class TextStream {
         return good;
     }
 
-    Lock lock_;  // guards all below
-    int file_ = kClosed;
-    std::size_t used_ = 0;
-    unsigned char buffer_[kRoom];
+    Lock lock_;
+    int file_ ZTK_GUARDED_BY(lock_) = kClosed;
+    std::size_t used_ ZTK_GUARDED_BY(lock_) = 0;
+    unsigned char buffer_[kRoom] ZTK_GUARDED_BY(lock_);
 };
 
 namespace {
 
 // All streams ever opened. A closed one keeps its memory, because a thread may still hold it while
 // the process ends, and serves the next _wfopen.
-constinit Lock pool_lock;
-TextStream* pool = nullptr;  // guarded by pool_lock
+TextStream* pool ZTK_GUARDED_BY(pool_lock) = nullptr;
 
 // A stream that writes to file, or null when memory is short.
-TextStream* StartStream(int file) noexcept {
+TextStream* StartStream(int file) noexcept ZTK_EXCLUDES(pool_lock) {
     const LockGuard guard(pool_lock);
     for (TextStream* stream = pool; stream != nullptr; stream = stream->next) {
         if (stream->Start(file)) {
