@@ -40,8 +40,9 @@ inline constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;
                                          DWORD attributes, HANDLE template_file) noexcept;
 
 // The size of an open file in bytes: the low 32 bits, and the high ones in *high unless it is null.
-// INVALID_FILE_SIZE with last error ERROR_INVALID_HANDLE for anything but a file handle; where that
-// is a file's own low half the last error is ERROR_SUCCESS.
+// INVALID_FILE_SIZE with last error ERROR_INVALID_HANDLE for anything but a file handle, or
+// ERROR_GEN_FAILURE when the system cannot tell; where that is a file's own low half the last error
+// is ERROR_SUCCESS.
 [[nodiscard]] ZTK_API DWORD GetFileSize(HANDLE file, LPDWORD high) noexcept;
 
 // Reads up to count bytes from the handle's position and moves it: less only at the end of the

@@ -30,8 +30,8 @@ struct File : KernelObject {
     const int descriptor;
 };
 
-// Not repeated on EINTR: the descriptor is gone in any case.
 void CloseFile(KernelObject& file) noexcept {
+    // Not repeated on EINTR: the descriptor is gone in any case, and nothing was written to it.
     (void)::close(static_cast<File&>(file).descriptor);
 }
 
@@ -94,7 +94,7 @@ int OpenFile(LPCWSTR path) noexcept {
     if (::fstat(file, &info) == 0 && S_ISREG(info.st_mode)) {
         return file;
     }
-    (void)::close(file);
+    (void)::close(file);  // nothing was written to it
     SetLastError(S_ISDIR(info.st_mode) ? ERROR_ACCESS_DENIED : ERROR_NOT_SUPPORTED);
     return kNoFile;
 }
@@ -142,7 +142,7 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD /*share*/, LPSECURITY_ATTRI
     }
     void* const memory = ZTK::allocation::RuntimeAlloc(sizeof(File));
     if (memory == nullptr) {
-        (void)::close(descriptor);
+        (void)::close(descriptor);  // nothing was written to it
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return INVALID_HANDLE_VALUE;
     }

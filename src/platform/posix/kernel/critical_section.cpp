@@ -8,8 +8,7 @@ void InitializeCriticalSection(CRITICAL_SECTION* section) noexcept {
     section->depth = 0;
 }
 
-// Leaves a free section behind: a thread that enters it too late, which no caller should let
-// happen, goes on instead of sleeping for ever.
+// Leaves a free section behind: a thread that wrongly enters it afterwards does not sleep for ever.
 void DeleteCriticalSection(CRITICAL_SECTION* section) noexcept {
     InitializeCriticalSection(section);
 }

@@ -16,11 +16,20 @@ struct ZTK_CAPABILITY("critical section") CRITICAL_SECTION {
     std::uint32_t depth;       // levels beyond the first; touched by the owner only
 };
 
+// None of these calls fails, and none touches the last error. section is never null.
+
+// Makes a section that nobody is inside.
 void InitializeCriticalSection(CRITICAL_SECTION* section) noexcept;
+
+// Gives the section up; it owns nothing, so it may also just be forgotten. REQUIRES: nobody is
+// inside or waits.
 void DeleteCriticalSection(CRITICAL_SECTION* section) noexcept;
 
+// Waits, without end, until no other thread is inside, and enters one level.
+//
 // The owner is read without the lock. Only the calling thread itself stores its own id there, so
-// the comparison is true exactly when the caller is inside, whatever else it may see.
+// the comparison is true exactly when the caller is inside, whatever else it may see. Not analysed:
+// the inner lock is taken at the first level only, here and below.
 inline void EnterCriticalSection(CRITICAL_SECTION* section) noexcept
     ZTK_ACQUIRE(section) ZTK_NO_THREAD_SAFETY_ANALYSIS {
     const DWORD self = CurrentThreadId();
@@ -32,7 +41,7 @@ inline void EnterCriticalSection(CRITICAL_SECTION* section) noexcept
     section->owner.store(self, std::memory_order_relaxed);
 }
 
-// REQUIRES: the calling thread is inside. Called by another thread it does nothing.
+// Leaves one level. Called by a thread that is not inside it does nothing.
 inline void LeaveCriticalSection(CRITICAL_SECTION* section) noexcept
     ZTK_RELEASE(section) ZTK_NO_THREAD_SAFETY_ANALYSIS {
     if (section->owner.load(std::memory_order_relaxed) != CurrentThreadId()) {

@@ -41,7 +41,8 @@ inline std::uint32_t HandleIndex(HANDLE handle) noexcept {
            ((1U << kHandleIndexBits) - 1);
 }
 
-// The object of an open handle, or null.
+// The object of an open handle; null for every other value. Like the calls below it leaves the last
+// error alone.
 inline KernelObject* FindObject(HANDLE handle) noexcept ZTK_REQUIRES(dispatcher_lock) {
     const auto value = reinterpret_cast<HandleValue>(handle);
     const std::uint32_t index = HandleIndex(handle);
@@ -60,10 +61,12 @@ Object* FindObject(HANDLE handle) noexcept ZTK_REQUIRES(dispatcher_lock) {
                                                                : nullptr;
 }
 
-// Opens a further handle of object. Null when memory is short; the object is then as before.
+// Opens a further handle of object. Null when memory is short or a million handles are open; the
+// object is then as before.
 HANDLE OpenHandle(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
 
-// Closes a handle. Returns false when it is not open.
+// Closes a handle, and discards its object with its last reference. Returns false, and does
+// nothing, when it is not open.
 bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept
     ZTK_REQUIRES(dispatcher_lock);
 

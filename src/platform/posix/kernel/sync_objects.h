@@ -32,18 +32,21 @@ struct Mutex : KernelObject {
     Mutex* next_owned ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
 };
 
-// Whether thread could take object now.
+// None of the calls below fails or touches the last error.
+
+// Whether thread could take object now: it is signalled, or a mutex that is the thread's already.
 inline bool IsAvailable(const KernelObject& object, const ThreadRecord& thread) noexcept
     ZTK_REQUIRES(dispatcher_lock) {
     return object.signalled ||
            (object.kind == &Mutex::kKind && static_cast<const Mutex&>(object).owner == &thread);
 }
 
-// Gives the mutex, which is free or the thread's already, to thread. Returns true when it was
-// abandoned.
+// Gives the mutex to thread, one level deeper if it is the thread's already. Returns true when it
+// was abandoned. REQUIRES: no other thread owns it, and the end of thread is announced.
 bool TakeMutex(Mutex& mutex, ThreadRecord& thread) noexcept ZTK_REQUIRES(dispatcher_lock);
 
-// Takes the mutex from its owner and makes it free. Its waiters are not looked at.
+// Takes the mutex from its owner, at whatever depth, and makes it free. Its waiters are not looked
+// at. REQUIRES: it has an owner.
 void Disown(Mutex& mutex) noexcept ZTK_REQUIRES(dispatcher_lock);
 
 // Takes an available object for thread. Returns true for a mutex that was abandoned.

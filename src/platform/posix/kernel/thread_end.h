@@ -6,7 +6,8 @@
 namespace ZTKPosix {
 
 // Makes sure that the calling thread's end is noticed: mutexes that it owns then become abandoned.
-// Called before a thread becomes an owner. Returns false when memory is short.
+// Called before a thread becomes an owner. Returns false when memory is short or the system has no
+// key left. Like the calls below it leaves the last error alone.
 bool AnnounceThreadEnd() noexcept ZTK_REQUIRES(dispatcher_lock);
 
 // Records a thread that has begun. REQUIRES: the caller is that thread, and its end is announced.

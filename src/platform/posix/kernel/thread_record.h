@@ -26,9 +26,10 @@ struct ThreadRecord {
 // constinit: without it every access from another file would go through an initialisation check.
 extern constinit thread_local ThreadRecord current_record;
 
-// Asks the system, for a thread whose record does not hold the id yet.
+// The calling thread's id, from the system; the record holds it afterwards.
 DWORD FetchThreadId() noexcept;
 
+// The calling thread's id, never 0. Cannot fail.
 inline DWORD CurrentThreadId() noexcept {
     const DWORD id = current_record.id;
     if (id == 0) [[unlikely]] {

@@ -88,8 +88,7 @@ void Leave(SocketSlot* slot, int descriptor) noexcept {
 
 // Ends the system calls that other threads are blocked in on a socket that was just closed. A
 // socket that is set to be aborted (linger for no time) has to reach the peer as a reset, so it is
-// disconnected before shutting it down can send an orderly end. (A system that refuses this while
-// threads wait sends the orderly end.)
+// disconnected before shutting it down can send an orderly end.
 void WakeUsers(int descriptor) noexcept {
     linger option{};
     socklen_t length = sizeof(option);
@@ -97,6 +96,7 @@ void WakeUsers(int descriptor) noexcept {
         option.l_onoff != 0 && option.l_linger == 0) {
         sockaddr none{};
         none.sa_family = AF_UNSPEC;
+        // A system that refuses this while threads wait sends the orderly end.
         (void)::connect(descriptor, &none, sizeof(none));
     }
     // Reports failure on a socket without a connection, but wakes the threads all the same.
@@ -113,6 +113,7 @@ void CloseAllSockets() noexcept ZTK_REQUIRES(g_table_lock) {
         }
         const std::uint64_t state = slot->state.load(std::memory_order_acquire);
         if ((state & kOpen) != 0) {
+            // Fails when its owner has just closed it.
             (void)CloseSocket((state >> kGenerationShift << kGenerationShift) |
                               static_cast<SOCKET>(descriptor));
         }
@@ -143,7 +144,7 @@ SocketUse::SocketUse(SOCKET socket) noexcept {
             }
         }
     }
-    (void)FailBadHandle();
+    (void)FailBadHandle();  // for the last error
 }
 
 SocketUse::~SocketUse() {
@@ -164,7 +165,8 @@ SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept {
     const LockGuard guard(g_table_lock);
     SocketSlot* slot = g_starts == 0 ? nullptr : MakeSlot(descriptor);
     if (slot == nullptr) {
-        (void)::close(descriptor);
+        (void)::close(descriptor);  // nobody has used it yet
+        // For the last error.
         (void)FailSocket(g_starts == 0 ? WSANOTINITIALISED : WSAENOBUFS);
         return INVALID_SOCKET;
     }
@@ -201,7 +203,7 @@ int CloseSocket(SOCKET socket) noexcept {
 bool RequireSocketsStarted() noexcept {
     // Without the lock: the closing of all sockets comes here while it holds it.
     if (g_starts == 0) {
-        (void)FailSocket(WSANOTINITIALISED);
+        (void)FailSocket(WSANOTINITIALISED);  // for the last error
         return false;
     }
     return true;
