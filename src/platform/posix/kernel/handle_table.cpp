@@ -9,7 +9,7 @@
 
 namespace ZTKPosix {
 
-HandleTable handle_table{0, kNoSlot, {}};
+constinit HandleTable handle_table{0, kNoSlot, {}};
 
 namespace {
 

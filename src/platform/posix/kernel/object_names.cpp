@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t kBuckets = 64;
 
-KernelObject* buckets[kBuckets] ZTK_GUARDED_BY(dispatcher_lock);
+constinit KernelObject* buckets[kBuckets] ZTK_GUARDED_BY(dispatcher_lock){};
 
 KernelObject*& BucketOf(const wchar_t* name, std::size_t length) noexcept
     ZTK_REQUIRES(dispatcher_lock) {

@@ -14,13 +14,13 @@ struct JoinableThread {
 };
 
 // The key whose destructor is ZtkPosixOnThreadEnd; made when the first thread announces its end.
-bool end_key_made ZTK_GUARDED_BY(dispatcher_lock);
-pthread_key_t end_key ZTK_GUARDED_BY(dispatcher_lock);
+constinit bool end_key_made ZTK_GUARDED_BY(dispatcher_lock) = false;
+constinit pthread_key_t end_key ZTK_GUARDED_BY(dispatcher_lock){};
 
 // Threads made by CreateThread that have not ended, and the last of them that ended and is not
 // joined yet.
-Thread* first_live ZTK_GUARDED_BY(dispatcher_lock);
-JoinableThread ended ZTK_GUARDED_BY(dispatcher_lock);
+constinit Thread* first_live ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+constinit JoinableThread ended ZTK_GUARDED_BY(dispatcher_lock);
 
 void Join(const JoinableThread& joinable) noexcept {
     if (joinable.present) {

@@ -30,7 +30,7 @@ constexpr UINT kLastBlock = 0xFFFF;
 constexpr std::size_t kLongestString = 0xFFFF;
 constexpr std::size_t kBuckets = 64;
 
-StringBlock* buckets[kBuckets] ZTK_GUARDED_BY(tables_lock);
+constinit StringBlock* buckets[kBuckets] ZTK_GUARDED_BY(tables_lock){};
 
 // The blocks of a module are numbered in a row, so they spread over the buckets.
 StringBlock*& BucketOf(UINT number) noexcept ZTK_REQUIRES(tables_lock) {

@@ -118,7 +118,7 @@ namespace {
 
 // All streams ever opened. A closed one keeps its memory, because a thread may still hold it while
 // the process ends, and serves the next _wfopen.
-TextStream* pool ZTK_GUARDED_BY(pool_lock) = nullptr;
+constinit TextStream* pool ZTK_GUARDED_BY(pool_lock) = nullptr;
 
 // A stream that writes to file, or null when memory is short.
 TextStream* StartStream(int file) noexcept ZTK_EXCLUDES(pool_lock) {
