@@ -33,7 +33,7 @@ void Unload() noexcept {
 // When a process ends on the platform, all other threads are gone before the detach work runs. Here
 // they still run, and may be anywhere in the library, until the process has ended. The nearest safe
 // equivalent: the trace log is closed, so that nothing written to it is lost; what these threads
-// still write is swallowed. All memory, locks and handles stay where they are; the system takes
+// still write to it is dropped. All memory, locks and handles stay where they are; the system takes
 // them back.
 void EndWithProcess() noexcept {
     CollectEndedThread();

@@ -1,7 +1,7 @@
 // A recursive lock: the layer's lock, its owner and a count.
 //
-// Enter and Leave are inline: every lock of the library is made of them, and the two calls would
-// cost as much as the rest.
+// Enter and Leave are inline: CLock is made of them, and the two calls would cost as much as the
+// rest.
 #pragma once
 
 #include "platform/posix/kernel/lock/lock.h"

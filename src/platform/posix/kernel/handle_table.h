@@ -7,7 +7,7 @@ namespace ZTKPosix {
 
 // A handle value is made of a slot's index and of how often the slot has been used before. It is a
 // multiple of four, as on the platform, never null, never GetCurrentProcess(). A slot that has run
-// out of generations is not used again: a value comes up once only.
+// out of generations is not used again, so no value is given out twice.
 using HandleValue = std::uintptr_t;
 
 inline constexpr unsigned kHandleTagBits = 2;  // always 0

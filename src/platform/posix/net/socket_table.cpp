@@ -241,7 +241,7 @@ void TearDownSockets() noexcept {
     CloseAllSockets();
     for (std::atomic<Chunk*>& place : g_chunks) {
         Chunk* chunk = place.load(std::memory_order_acquire);
-        // A thread that has not yet left its call still needs the slot; its chunk is given up.
+        // A thread that has not yet left its call still needs the slot; its chunk is never freed.
         if (chunk != nullptr && !HasUsers(*chunk)) {
             place.store(nullptr, std::memory_order_relaxed);
             ZTK::allocation::RuntimeFree(chunk);

@@ -17,7 +17,7 @@ namespace ZTKPosix {
 
 namespace {
 
-constinit Lock pool_lock;
+constinit Lock pool_lock;  // guards the list of all streams
 
 }  // namespace
 

@@ -4,7 +4,8 @@ namespace ZTKPosix {
 
 namespace {
 
-// Sections guarded by these locks take well under a microsecond, a sleep and a wake-up several.
+// Most of what is done under these locks takes well under a microsecond, a sleep and a wake-up
+// several.
 constexpr int kSpins = 100;
 
 void RelaxProcessor() noexcept {
