@@ -14,7 +14,9 @@ endif()
 add_library(ztk_build_flags INTERFACE)
 target_compile_features(ztk_build_flags INTERFACE cxx_std_20)
 target_compile_options(ztk_build_flags INTERFACE
-    -Wall -Wextra -Wpedantic $<$<BOOL:${ZTK_WARNINGS_AS_ERRORS}>:-Werror>)
+    -Wall -Wextra -Wpedantic $<$<BOOL:${ZTK_WARNINGS_AS_ERRORS}>:-Werror>
+    # Checks what ztk/platform/thread_annotations.h says; no other compiler can.
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 target_include_directories(ztk_build_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
 if(ZTK_SANITIZE)
     target_compile_options(ztk_build_flags INTERFACE

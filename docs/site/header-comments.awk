@@ -296,7 +296,7 @@ function open_scope(code,    name) {
         scopes[++depth] = "class"
         class_depth++
         name = code
-        sub(/^(class|struct|union|enum) +(class +)?(ZTK_API +)?/, "", name)
+        sub(/^(class|struct|union|enum) +(class +)?(ZTK_API +)?(ZTK_CAPABILITY\([^)]*\) +)?/, "", name)
         sub(/[ :{<].*/, "", name)
         names[depth] = name
         is_enum[depth] = code ~ /^enum/

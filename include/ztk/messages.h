@@ -24,6 +24,7 @@
 #include <cstdint>
 
 #include "ztk/platform.h"
+#include "ztk/platform/thread_annotations.h"
 #include "ztk/sync.h"
 
 namespace ZTK {
@@ -230,19 +231,19 @@ class ZTK_API CSocketMsgReceiver {
     [[nodiscard]] std::uint64_t GetQueueSize() noexcept;
 
     // Take and release the receiver's lock, so that a consumer can drain the queue as one step.
-    void LockQueue() noexcept;
-    void UnlockQueue() noexcept;
+    void LockQueue() noexcept ZTK_ACQUIRE(lock_);
+    void UnlockQueue() noexcept ZTK_RELEASE(lock_);
 
   private:
     friend class net::ChunkParser;
 
-    ZTK_LOCAL CSocketMsg* NewMessage();
+    ZTK_LOCAL CSocketMsg* NewMessage() ZTK_REQUIRES(lock_);
 
-    CSocketMsg* current_ = nullptr;  // the partial message; guarded by lock_, as all that follows
+    CSocketMsg* current_ ZTK_GUARDED_BY(lock_) = nullptr;  // the partial message
     CLock lock_;
-    net::MessageRing queue_;
-    net::MessageRing pool_;
-    bool keep_remainder_ = false;
+    net::MessageRing queue_ ZTK_GUARDED_BY(lock_);
+    net::MessageRing pool_ ZTK_GUARDED_BY(lock_);
+    bool keep_remainder_ ZTK_GUARDED_BY(lock_) = false;
 };
 
 }  // namespace ZTK

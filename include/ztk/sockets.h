@@ -27,6 +27,7 @@
 #include <cstdint>
 
 #include "ztk/platform.h"
+#include "ztk/platform/thread_annotations.h"
 #include "ztk/sync.h"
 
 namespace ZTK {
@@ -206,9 +207,11 @@ class ZTK_API CSocket {
     // the buffer size afterwards: unchanged when memory is short.
     int SetBufferSize(int bytes) noexcept;
 
-    // The object's own lock, for callers that share it among threads.
-    void Lock() noexcept;
-    void Unlock() noexcept;
+    // The object's own lock, for callers that share it among threads. It guards no member of the
+    // object: what it keeps apart is up to them. Of the library's own functions only SetBufferSize
+    // takes it, while it replaces the buffer.
+    void Lock() noexcept ZTK_ACQUIRE(lock_);
+    void Unlock() noexcept ZTK_RELEASE(lock_);
 
     [[nodiscard]] std::uint64_t GetSocket() noexcept;  // 0 when there is none
     [[nodiscard]] DWORD GetThreadID() noexcept;        // 0 until a worker thread was started
@@ -240,7 +243,7 @@ class ZTK_API CSocket {
     std::atomic<std::uint64_t> socket_;  // 0 for none
     int buffer_size_;                    // bytes
     unsigned char* buffer_;              // owned, allocated with MemAlloc
-    CLock lock_;                         // what Lock and Unlock work on
+    CLock lock_;                         // the callers': guards none of these members
     std::atomic<DWORD> thread_id_;       // never cleared: one worker thread per object
     std::atomic<DWORD> last_error_;      // as SetSocketError recorded it
 };

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "ztk/platform.h"
+#include "ztk/platform/thread_annotations.h"
 
 namespace ZTK {
 
@@ -17,7 +18,7 @@ namespace ZTK {
 //     lock.Unlock();
 //
 // Thread-safety: all operations may be called from any thread; the lock must outlive their calls.
-class ZTK_API CLock {
+class ZTK_API ZTK_CAPABILITY("mutex") CLock {
   public:
     // When memory is short the lock has no critical section: Lock and Unlock then do nothing.
     CLock() noexcept;
@@ -29,10 +30,10 @@ class ZTK_API CLock {
     ~CLock();
 
     // Waits for the lock and takes one level of it. The thread that holds it is not made to wait.
-    void Lock() noexcept;
+    void Lock() noexcept ZTK_ACQUIRE();
 
     // Releases one level. Ignored when the calling thread does not hold the lock.
-    void Unlock() noexcept;
+    void Unlock() noexcept ZTK_RELEASE();
 
     // Whether the calling thread was the last to acquire the lock. The owner is not cleared on
     // release, so this stays true after Unlock until another thread locks.

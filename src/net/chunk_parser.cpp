@@ -26,6 +26,12 @@ ChunkParser::~ChunkParser() {
     allocation::RuntimeFree(spill_);
 }
 
+// Not analysed: that the parser's receiver is the one whose lock is held is not seen by it.
+bool ChunkParser::Parse(CSocketMsgReceiver& receiver, char* data,
+                        int length) ZTK_NO_THREAD_SAFETY_ANALYSIS {
+    return ChunkParser(receiver, data, length).Run();
+}
+
 bool ChunkParser::Run() {
     bool any = false;
     CSocketMsg* message = receiver_.current_;

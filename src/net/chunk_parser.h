@@ -13,26 +13,27 @@ namespace ZTK::net {
 
 class ChunkParser {
   public:
-    // REQUIRES: the receiver's lock is held, it has a current message, and there is at least one
-    // byte.
+    // Parses the chunk; whether a message was completed. REQUIRES: the receiver has a current
+    // message, and there is at least one byte.
+    static bool Parse(CSocketMsgReceiver& receiver, char* data, int length)
+        ZTK_REQUIRES(receiver.lock_);
+
+  private:
     ChunkParser(CSocketMsgReceiver& receiver, char* data, int length) noexcept
         : receiver_(receiver), bytes_(data), left_(length) {}
     ChunkParser(const ChunkParser&) = delete;
     ChunkParser& operator=(const ChunkParser&) = delete;
     ~ChunkParser();
 
-    // Parses the chunk; whether a message was completed.
-    bool Run();
-
-  private:
-    bool Complete(CSocketMsg& message);
-    bool LookInPlace(CSocketMsg& message);
+    bool Run() ZTK_REQUIRES(receiver_.lock_);
+    bool Complete(CSocketMsg& message) ZTK_REQUIRES(receiver_.lock_);
+    bool LookInPlace(CSocketMsg& message) ZTK_REQUIRES(receiver_.lock_);
     bool AskInPlace(CSocketMsg& message);
-    bool AppendToPacket(CSocketMsg& message);
+    bool AppendToPacket(CSocketMsg& message) ZTK_REQUIRES(receiver_.lock_);
     bool TakeFromChunk(CSocketMsg& message, int size);
-    void HandOnBehind(CSocketMsg& message, int before, int size);
-    bool HandOnFromBlock(CSocketMsg& message, int size);
-    bool Publish(CSocketMsg& message, int size);
+    void HandOnBehind(CSocketMsg& message, int before, int size) ZTK_REQUIRES(receiver_.lock_);
+    bool HandOnFromBlock(CSocketMsg& message, int size) ZTK_REQUIRES(receiver_.lock_);
+    bool Publish(CSocketMsg& message, int size) ZTK_REQUIRES(receiver_.lock_);
 
     CSocketMsgReceiver& receiver_;
     char* bytes_;  // borrowed: the bytes that no complete message has taken yet

@@ -29,10 +29,9 @@ bool CSocketMsgReceiver::AddMessage(void* data, int length) {
     if (current_ == nullptr) {
         return false;
     }
-    return net::ChunkParser(*this, static_cast<char*>(data), length).Run();
+    return net::ChunkParser::Parse(*this, static_cast<char*>(data), length);
 }
 
-// REQUIRES: the lock is held.
 CSocketMsg* CSocketMsgReceiver::NewMessage() {
     CSocketMsg* message = net::Take(pool_);
     if (message == nullptr) {

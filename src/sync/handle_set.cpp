@@ -15,7 +15,7 @@ void Dispose(void* handle, TSyncType kind) noexcept {
         (void)ReleaseMutex(handle);  // fails unless the caller owns it
     }
     if (kind == SyncTypeEvent || kind == SyncTypeMutex) {
-        (void)CloseHandle(handle);
+        (void)CloseHandle(handle);  // fails if the host has closed it: then it is gone, too
     }
 }
 
@@ -53,7 +53,7 @@ void* CSASync::CreateEventW(unsigned int /*arguments*/, unsigned int slot, const
         return nullptr;
     }
     HANDLE const event = ::CreateEventW(nullptr, manual_reset ? TRUE : FALSE, FALSE, name);
-    (void)InsertHandle(event, slot, SyncTypeEvent);
+    (void)InsertHandle(event, slot, SyncTypeEvent);  // refuses no event but null
     return event;
 }
 
@@ -63,7 +63,7 @@ void* CSASync::CreateMutexW(unsigned int /*arguments*/, unsigned int slot,
         return nullptr;
     }
     HANDLE const mutex = ::CreateMutexW(nullptr, FALSE, name);
-    (void)InsertHandle(mutex, slot, SyncTypeMutex);
+    (void)InsertHandle(mutex, slot, SyncTypeMutex);  // refuses no mutex but null
     return mutex;
 }
 
@@ -108,22 +108,23 @@ bool CSASync::Signal(unsigned int slot) noexcept {
     if (!Holds(slot, SyncTypeEvent)) {
         return false;
     }
-    (void)SetEvent(handles_[slot]);
+    (void)SetEvent(handles_[slot]);  // callers are told of the slot, not of the call
     return true;
 }
 
 bool CSASync::Clear(unsigned int slot) noexcept {
+    // Callers are told of the slot, not of the calls.
     if (Holds(slot, SyncTypeEvent)) {
         (void)ResetEvent(handles_[slot]);
     } else if (Holds(slot, SyncTypeMutex)) {
-        (void)ReleaseMutex(handles_[slot]);
+        (void)ReleaseMutex(handles_[slot]);  // as above
     }
     return Holds(slot);
 }
 
 void CSASync::ClearAll() noexcept {
     for (unsigned int slot = 0; slot < kSlots; ++slot) {
-        (void)Clear(slot);
+        (void)Clear(slot);  // false for an empty slot
     }
 }
 
@@ -156,7 +157,7 @@ bool CSASync::Close(unsigned int slot) noexcept {
 void CSASync::CloseAll() noexcept {
     for (unsigned int slot = 0; slot < kSlots; ++slot) {
         if (Holds(slot)) {
-            (void)CloseHandle(handles_[slot]);
+            (void)CloseHandle(handles_[slot]);  // as in Dispose
         }
         Store(nullptr, slot, SyncTypeNone);
     }

@@ -5,12 +5,12 @@
 
 namespace ZTK::sync {
 
-class LockGuard {
+class ZTK_SCOPED_CAPABILITY LockGuard {
   public:
-    explicit LockGuard(CLock& lock) noexcept : lock_(lock) { lock_.Lock(); }
+    explicit LockGuard(CLock& lock) noexcept ZTK_ACQUIRE(lock) : lock_(lock) { lock_.Lock(); }
     LockGuard(const LockGuard&) = delete;
     LockGuard& operator=(const LockGuard&) = delete;
-    ~LockGuard() { lock_.Unlock(); }
+    ~LockGuard() ZTK_RELEASE() { lock_.Unlock(); }
 
   private:
     CLock& lock_;

@@ -12,14 +12,14 @@ namespace {
 // Destroyed at unload without closing what it still holds: those threads' owners may.
 struct Registry {
     CLock lock;
-    ThreadTable threads;  // guarded by lock
+    ThreadTable threads ZTK_GUARDED_BY(lock);
 };
 
 constinit frame::StaticObject<Registry> registry;
 
 void CloseIfOpen(HANDLE handle) noexcept {
     if (handle != nullptr) {
-        (void)CloseHandle(handle);
+        (void)CloseHandle(handle);  // fails if its owner has closed it: then it is gone, too
     }
 }
 
@@ -35,6 +35,7 @@ void WaitForAll(const ThreadTable& threads, DWORD timeout) noexcept {
     for (const ThreadEntry& entry : threads) {
         handles[count++] = entry.thread;
     }
+    // The handles are closed whatever comes of it.
     (void)WaitForMultipleObjects(count, handles, TRUE, timeout);
 }
 
@@ -67,6 +68,7 @@ void* OpenRegisteredThread(unsigned int thread_id) noexcept {
     const ThreadEntry* entry = state.threads.Find(thread_id);
     HANDLE duplicate = nullptr;
     if (entry != nullptr && entry->thread != nullptr) {
+        // The duplicate stays null when there is none.
         (void)DuplicateHandle(GetCurrentProcess(), entry->thread, GetCurrentProcess(), &duplicate,
                               0, FALSE, DUPLICATE_SAME_ACCESS);
     }
@@ -90,7 +92,7 @@ void* RegisterThread(unsigned int thread_id, void* thread_handle) noexcept {
 }
 
 void DeRegisterThread(unsigned int thread_id) noexcept {
-    (void)sync::RemoveThread(thread_id);
+    (void)sync::RemoveThread(thread_id);  // the thread's handle is not closed
 }
 
 void* GetThreadHandle(unsigned int thread_id) noexcept {

@@ -1,4 +1,3 @@
-// Texts that were handed out to nobody in particular and are too long for a ring string.
 #include "xml/long_texts.h"
 
 #include <atomic>
@@ -7,32 +6,21 @@ namespace ZTK::xml {
 
 namespace {
 
-// Constant-initialized; destroyed with the library, when no other thread uses it any more.
-class LongTexts {
-  public:
-    constexpr LongTexts() = default;
-    LongTexts(const LongTexts&) = delete;
-    LongTexts& operator=(const LongTexts&) = delete;
-    ~LongTexts() {
-        for (auto& text : texts_) {
-            SysFreeString(text.load());
-        }
-    }
-
-    void Keep(BSTR text) noexcept { SysFreeString(texts_[next_++ % kLongTexts].exchange(text)); }
-
-  private:
-    std::atomic<unsigned> next_{0};
-    std::atomic<BSTR> texts_[kLongTexts] = {};
-};
-
-constinit LongTexts long_texts;
+// Constant-initialized and trivially destructible: there before and after every other object.
+constinit std::atomic<unsigned> next{0};
+constinit std::atomic<BSTR> texts[kLongTexts] = {};
 
 }  // namespace
 
 const wchar_t* KeepLongText(BSTR text) noexcept {
-    long_texts.Keep(text);
+    SysFreeString(texts[next++ % kLongTexts].exchange(text));
     return text;
+}
+
+void FreeLongTexts() noexcept {
+    for (auto& text : texts) {
+        SysFreeString(text.exchange(nullptr));
+    }
 }
 
 }  // namespace ZTK::xml

@@ -11,4 +11,8 @@ inline constexpr unsigned kLongTexts = 8;
 // thread.
 const wchar_t* KeepLongText(BSTR text) noexcept;
 
+// Frees the texts that are kept. For the unloading of the library, when no other thread uses it any
+// more.
+void FreeLongTexts() noexcept;
+
 }  // namespace ZTK::xml

@@ -4,6 +4,7 @@
 #include "frame/host/logging.h"
 #include "frame/host/trace_log.h"
 #include "sync/thread_registry.h"
+#include "xml/long_texts.h"
 
 namespace ZTK::frame {
 
@@ -13,6 +14,7 @@ void BuildStaticObjects() noexcept {
 }
 
 void DestroyStaticObjects() noexcept {
+    xml::FreeLongTexts();
     sync::DestroyThreadRegistry();
     DestroyLogging();
 }

@@ -5,7 +5,8 @@
 namespace ZTK::frame {
 
 // The process-wide objects: log lock, hex line buffer, thread registry. Built before the attach
-// work and destroyed after the detach work.
+// work and destroyed after the detach work, together with the long texts of XML values that are
+// still kept.
 void BuildStaticObjects() noexcept;
 void DestroyStaticObjects() noexcept;
 

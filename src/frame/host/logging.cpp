@@ -22,7 +22,7 @@ constexpr int kTextMode = 1;
 
 struct LogState {
     CLock lock;
-    HexLine hex_line;  // guarded by lock
+    HexLine hex_line ZTK_GUARDED_BY(lock);
 };
 
 constinit StaticObject<LogState> log_state;

@@ -9,7 +9,7 @@
 
 namespace ZTKPosix {
 
-struct SECURITY_ATTRIBUTES;  // accepted as a null pointer only
+struct SECURITY_ATTRIBUTES;  // never defined: only null can be passed, and it is not looked at
 using LPSECURITY_ATTRIBUTES = SECURITY_ATTRIBUTES*;
 
 inline constexpr DWORD INFINITE = 0xFFFFFFFF;
@@ -29,9 +29,9 @@ inline constexpr DWORD MAXIMUM_WAIT_OBJECTS = 64;
 [[nodiscard]] ZTK_API HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset,
                                           BOOL initial_state, LPCWSTR name) noexcept;
 
-// Signals an event: a manual-reset event releases every waiter and stays signalled; an auto-reset
-// event releases one waiter, or stays signalled until one wait takes it. Returns nonzero, or 0 with
-// ERROR_INVALID_HANDLE when handle is not an open event.
+// Signals an event, which may be signalled already: a manual-reset event releases every waiter and
+// stays signalled; an auto-reset event releases one waiter, or stays signalled until one wait takes
+// it. Returns nonzero, or 0 with ERROR_INVALID_HANDLE when handle is not an open event.
 ZTK_API BOOL SetEvent(HANDLE event) noexcept;
 
 // Makes an event non-signalled. Results as for SetEvent.
@@ -50,18 +50,21 @@ ZTK_API BOOL ResetEvent(HANDLE event) noexcept;
 ZTK_API BOOL ReleaseMutex(HANDLE mutex) noexcept;
 
 // Waits until an event, mutex or thread is signalled and takes it (an auto-reset event is reset, a
-// mutex becomes the caller's). milliseconds: 0 only looks, INFINITE waits without end. Returns
-// WAIT_OBJECT_0, WAIT_ABANDONED (a mutex, taken), WAIT_TIMEOUT, or WAIT_FAILED with last error
-// ERROR_INVALID_HANDLE. Closing the handle during the wait does not end the wait.
+// mutex becomes the caller's). A file is signalled always. milliseconds: 0 only looks, INFINITE
+// waits without end. Returns WAIT_OBJECT_0, WAIT_ABANDONED (a mutex, taken), WAIT_TIMEOUT, or
+// WAIT_FAILED with last error ERROR_INVALID_HANDLE, or with ERROR_NOT_ENOUGH_MEMORY when memory is
+// too short to make the calling thread the owner of a mutex. Otherwise the last error stays as it
+// was. Closing the handle during the wait does not end the wait.
 ZTK_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) noexcept;
 
 // Waits until one (wait_all FALSE) or all (wait_all TRUE) of count objects are signalled.
 // Any: returns WAIT_OBJECT_0 + i, or WAIT_ABANDONED_0 + i, for the lowest signalled index i; only
 // that object is taken. All: takes nothing until all are available at the same moment, then returns
-// WAIT_OBJECT_0, or WAIT_ABANDONED_0 + i when mutex i was abandoned.
-// WAIT_TIMEOUT, or WAIT_FAILED with ERROR_INVALID_PARAMETER (count 0 or above MAXIMUM_WAIT_OBJECTS,
-// a null array, or the same handle twice in a wait for all) or ERROR_INVALID_HANDLE (any bad
-// handle).
+// WAIT_OBJECT_0, or WAIT_ABANDONED_0 (0x80) when any of the mutexes was abandoned, whichever it
+// was. Otherwise WAIT_TIMEOUT, or WAIT_FAILED with ERROR_INVALID_PARAMETER (count 0 or above
+// MAXIMUM_WAIT_OBJECTS, a null array, or the same object twice in a wait for all),
+// ERROR_INVALID_HANDLE (any bad handle) or ERROR_NOT_ENOUGH_MEMORY (as for one object, if there is
+// a mutex among them). milliseconds and the last error are as for one object.
 ZTK_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL wait_all,
                                      DWORD milliseconds) noexcept;
 

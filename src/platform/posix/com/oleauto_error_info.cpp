@@ -3,6 +3,7 @@
 
 #include <pthread.h>
 
+#include "platform/posix/kernel/lock/lock.h"
 #include "ztk/platform/posix/oleauto.h"
 
 namespace ZTKPosix {
@@ -18,19 +19,17 @@ extern "C" void ZtkPosixDropErrorRecord(void* /*value*/) {
     SetErrorInfo(0, nullptr);
 }
 
-// The lock guards the key and the flag. The key is made when the first record is set.
-constinit pthread_mutex_t end_key_lock = PTHREAD_MUTEX_INITIALIZER;
-constinit pthread_key_t end_key{};
-constinit bool end_key_made = false;
+// The key whose destructor is ZtkPosixDropErrorRecord; made when the first record is left.
+constinit Lock end_key_lock;
+constinit pthread_key_t end_key ZTK_GUARDED_BY(end_key_lock){};
+constinit bool end_key_made ZTK_GUARDED_BY(end_key_lock) = false;
 
-bool NoticeThreadEnd() noexcept {
-    pthread_mutex_lock(&end_key_lock);
+bool NoticeThreadEnd() noexcept ZTK_EXCLUDES(end_key_lock) {
+    const LockGuard guard(end_key_lock);
     if (!end_key_made) {
         end_key_made = pthread_key_create(&end_key, ZtkPosixDropErrorRecord) == 0;
     }
-    const bool noticed = end_key_made && pthread_setspecific(end_key, &record) == 0;
-    pthread_mutex_unlock(&end_key_lock);
-    return noticed;
+    return end_key_made && pthread_setspecific(end_key, &record) == 0;
 }
 
 }  // namespace
@@ -65,12 +64,11 @@ HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) noexcept {
 
 void TearDownCom() noexcept {
     SetErrorInfo(0, nullptr);
-    pthread_mutex_lock(&end_key_lock);
+    const LockGuard guard(end_key_lock);
     if (end_key_made) {
         pthread_key_delete(end_key);
         end_key_made = false;
     }
-    pthread_mutex_unlock(&end_key_lock);
 }
 
 }  // namespace ZTKPosix

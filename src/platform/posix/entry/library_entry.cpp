@@ -3,8 +3,10 @@
 // There is no call for a host that forks and goes on in the child: the child has one thread, and
 // the ids that the layer keeps are the parent's. fork followed by exec is fine.
 #include "frame/entry/lifecycle.h"
-#include "platform/posix/entry/teardown.h"
-#include "platform/posix/kernel/threads.h"
+#include "platform/posix/com/oleauto_error_info.h"
+#include "platform/posix/kernel/handle_table.h"
+#include "platform/posix/kernel/thread_end.h"
+#include "platform/posix/net/socket_table.h"
 #include "platform/posix/process/string_tables.h"
 #include "platform/posix/text/text_stream.h"
 
@@ -14,6 +16,8 @@ namespace {
 
 bool unloading;
 
+// The library goes while the process goes on: everything is given back. Threads come first, because
+// they use all the rest, and handles last, because all the rest uses them.
 void Unload() noexcept {
     ReapThreads();
     ZTK::frame::OnProcessDetach();
@@ -29,7 +33,7 @@ void Unload() noexcept {
 // When a process ends on the platform, all other threads are gone before the detach work runs. Here
 // they still run, and may be anywhere in the library, until the process has ended. The nearest safe
 // equivalent: the trace log is closed, so that nothing written to it is lost; what these threads
-// still write is swallowed. All memory, locks and handles stay where they are; the system takes
+// still write to it is dropped. All memory, locks and handles stay where they are; the system takes
 // them back.
 void EndWithProcess() noexcept {
     CollectEndedThread();

@@ -3,8 +3,10 @@
 
 namespace ZTKPosix {
 
-// 0 if the path names something that exists, a directory included; -1 with errno set otherwise, and
-// for a mode other than 0 (EINVAL). A link counts as what it leads to.
+// 0 if the path names something that exists, a directory included. -1 otherwise, with errno ENOENT
+// or what else the system reports, EINVAL for a null path and for every mode but 0, and
+// ENAMETOOLONG. A link counts as what it leads to. The last error stays as it was, unless the path
+// is too long.
 int _waccess(const wchar_t* path, int mode) noexcept;
 
 }  // namespace ZTKPosix

@@ -1,6 +1,4 @@
 // CreateFileW, GetFileSize, ReadFile.
-#include "platform/posix/files/files.h"
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +17,23 @@ namespace ZTKPosix {
 namespace {
 
 constexpr int kNoFile = -1;
+
+void CloseFile(KernelObject& file) noexcept;
+
+// Always signalled: a wait on a file ends at once.
+struct File : KernelObject {
+    static constexpr ObjectKind kKind{nullptr, CloseFile};
+
+    explicit File(int its_descriptor) noexcept
+        : KernelObject(kKind, true), descriptor(its_descriptor) {}
+
+    const int descriptor;
+};
+
+void CloseFile(KernelObject& file) noexcept {
+    // Not repeated on EINTR: the descriptor is gone in any case, and nothing was written to it.
+    (void)::close(static_cast<File&>(file).descriptor);
+}
 
 // Whether the directory that a path names a file in is there. Shortens the path to do so.
 bool HasDirectory(char* path) noexcept {
@@ -79,7 +94,7 @@ int OpenFile(LPCWSTR path) noexcept {
     if (::fstat(file, &info) == 0 && S_ISREG(info.st_mode)) {
         return file;
     }
-    (void)::close(file);
+    (void)::close(file);  // nothing was written to it
     SetLastError(S_ISDIR(info.st_mode) ? ERROR_ACCESS_DENIED : ERROR_NOT_SUPPORTED);
     return kNoFile;
 }
@@ -115,11 +130,6 @@ class OpenFileUse {
 
 }  // namespace
 
-void CloseFile(File& file) noexcept {
-    // Not repeated on EINTR: the descriptor is gone in any case.
-    (void)::close(file.descriptor);
-}
-
 HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD /*share*/, LPSECURITY_ATTRIBUTES /*security*/,
                    DWORD disposition, DWORD /*attributes*/, HANDLE /*template_file*/) noexcept {
     if (access != GENERIC_READ || disposition != OPEN_EXISTING) {
@@ -132,15 +142,11 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD /*share*/, LPSECURITY_ATTRI
     }
     void* const memory = ZTK::allocation::RuntimeAlloc(sizeof(File));
     if (memory == nullptr) {
-        (void)::close(descriptor);
+        (void)::close(descriptor);  // nothing was written to it
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return INVALID_HANDLE_VALUE;
     }
-    auto* const file = new (memory) File;
-    file->kind = File::kKind;
-    file->signalled = true;
-    file->references = 1;  // this call's
-    file->descriptor = descriptor;
+    auto* const file = new (memory) File(descriptor);
     DispatcherSection section;
     HANDLE const handle = OpenHandle(*file);
     section.Release(*file);

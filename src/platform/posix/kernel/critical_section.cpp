@@ -3,12 +3,12 @@
 namespace ZTKPosix {
 
 void InitializeCriticalSection(CRITICAL_SECTION* section) noexcept {
-    section->state.store(kLockFree, std::memory_order_relaxed);
+    section->lock.Reset();
     section->owner.store(0, std::memory_order_relaxed);
     section->depth = 0;
 }
 
-// Like a fresh section afterwards: a thread that still comes by does not sleep on it for ever.
+// Leaves a free section behind: a thread that wrongly enters it afterwards does not sleep for ever.
 void DeleteCriticalSection(CRITICAL_SECTION* section) noexcept {
     InitializeCriticalSection(section);
 }

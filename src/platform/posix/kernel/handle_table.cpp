@@ -5,12 +5,11 @@
 #include <new>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/entry/teardown.h"
 #include "platform/posix/kernel/object_names.h"
 
 namespace ZTKPosix {
 
-HandleTable handle_table{0, kNoSlot, {}};
+constinit HandleTable handle_table{0, kNoSlot, {}};
 
 namespace {
 
@@ -19,7 +18,7 @@ constexpr HandleValue kLastGeneration =
     (std::numeric_limits<HandleValue>::max() >> 1) >> kHandleGenerationShift;
 
 // A slot that no handle uses, taken off the free list; kNoSlot when memory is short.
-std::uint32_t TakeSlot() noexcept {
+std::uint32_t TakeSlot() noexcept ZTK_REQUIRES(dispatcher_lock) {
     if (handle_table.first_free != kNoSlot) {
         const std::uint32_t index = handle_table.first_free;
         handle_table.first_free = HandleSlotAt(index).next_free;
@@ -42,7 +41,8 @@ std::uint32_t TakeSlot() noexcept {
     return index;
 }
 
-void CloseSlot(std::uint32_t index, DispatcherSection& section) noexcept {
+void CloseSlot(std::uint32_t index, DispatcherSection& section) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     HandleSlot& slot = HandleSlotAt(index);
     KernelObject& object = *slot.object;
     slot.object = nullptr;

@@ -7,7 +7,7 @@ namespace ZTKPosix {
 
 // A handle value is made of a slot's index and of how often the slot has been used before. It is a
 // multiple of four, as on the platform, never null, never GetCurrentProcess(). A slot that has run
-// out of generations is not used again: a value comes up once only.
+// out of generations is not used again, so no value is given out twice.
 using HandleValue = std::uintptr_t;
 
 inline constexpr unsigned kHandleTagBits = 2;  // always 0
@@ -24,17 +24,15 @@ struct HandleSlot {
 };
 inline constexpr std::uint32_t kNoSlot = ~0U;
 
-// Guarded by the dispatcher lock. Chunks are neither moved nor freed while the library is loaded.
+// Chunks are neither moved nor freed while the library is loaded.
 struct HandleTable {
     std::uint32_t slots_made;
     std::uint32_t first_free;
     HandleSlot* chunks[kChunks];
 };
-extern HandleTable handle_table;
+extern HandleTable handle_table ZTK_GUARDED_BY(dispatcher_lock);
 
-// REQUIRES for all of these: the dispatcher lock is held.
-
-inline HandleSlot& HandleSlotAt(std::uint32_t index) noexcept {
+inline HandleSlot& HandleSlotAt(std::uint32_t index) noexcept ZTK_REQUIRES(dispatcher_lock) {
     return handle_table.chunks[index / kSlotsPerChunk][index % kSlotsPerChunk];
 }
 
@@ -43,8 +41,9 @@ inline std::uint32_t HandleIndex(HANDLE handle) noexcept {
            ((1U << kHandleIndexBits) - 1);
 }
 
-// The object of an open handle, or null.
-inline KernelObject* FindObject(HANDLE handle) noexcept {
+// The object of an open handle; null for every other value. Like the calls below it leaves the last
+// error alone.
+inline KernelObject* FindObject(HANDLE handle) noexcept ZTK_REQUIRES(dispatcher_lock) {
     const auto value = reinterpret_cast<HandleValue>(handle);
     const std::uint32_t index = HandleIndex(handle);
     if (index >= handle_table.slots_made || (value & ((1U << kHandleTagBits) - 1)) != 0) {
@@ -56,16 +55,22 @@ inline KernelObject* FindObject(HANDLE handle) noexcept {
 
 // The same for one kind of object: null also for a handle of another kind.
 template <typename Object>
-Object* FindObject(HANDLE handle) noexcept {
+Object* FindObject(HANDLE handle) noexcept ZTK_REQUIRES(dispatcher_lock) {
     KernelObject* object = FindObject(handle);
-    return object != nullptr && object->kind == Object::kKind ? static_cast<Object*>(object)
-                                                              : nullptr;
+    return object != nullptr && object->kind == &Object::kKind ? static_cast<Object*>(object)
+                                                               : nullptr;
 }
 
-// Opens a further handle of object. Null when memory is short; the object is then as before.
-HANDLE OpenHandle(KernelObject& object) noexcept;
+// Opens a further handle of object. Null when memory is short or a million handles are open; the
+// object is then as before.
+HANDLE OpenHandle(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
 
-// Closes a handle. Returns false when it is not open.
-bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept;
+// Closes a handle, and discards its object with its last reference. Returns false, and does
+// nothing, when it is not open.
+bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept
+    ZTK_REQUIRES(dispatcher_lock);
+
+// Closes every open handle and frees the table. For the unloading of the library.
+void TearDownHandles() noexcept ZTK_EXCLUDES(dispatcher_lock);
 
 }  // namespace ZTKPosix

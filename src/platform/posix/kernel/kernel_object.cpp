@@ -1,13 +1,9 @@
 #include "platform/posix/kernel/kernel_object.h"
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/files/files.h"
-#include "platform/posix/kernel/sync_objects.h"
 #include "platform/posix/kernel/waits.h"
 
 namespace ZTKPosix {
-
-FutexWord dispatcher_lock{kLockFree};
 
 void DispatcherSection::WakeLater(Waiter& waiter) noexcept {
     (last_to_wake_ != nullptr ? last_to_wake_->next_to_wake : first_to_wake_) = &waiter;
@@ -15,11 +11,10 @@ void DispatcherSection::WakeLater(Waiter& waiter) noexcept {
 }
 
 void DispatcherSection::Discard(KernelObject& object) noexcept {
-    // Closing the last handle of an owned mutex is allowed: the owner just has one mutex less.
-    if (object.kind == ObjectKind::kMutex && static_cast<Mutex&>(object).owner != nullptr) {
-        Disown(static_cast<Mutex&>(object));
+    if (object.kind->discard != nullptr) {
+        object.kind->discard(object);
     }
-    object.next_named = first_to_free_;
+    object.next_to_free = first_to_free_;
     first_to_free_ = &object;
 }
 
@@ -38,9 +33,9 @@ void DispatcherSection::WakeCollected() noexcept {
 void DispatcherSection::FreeCollected() noexcept {
     KernelObject* object = first_to_free_;
     while (object != nullptr) {
-        KernelObject* next = object->next_named;
-        if (object->kind == ObjectKind::kFile) {
-            CloseFile(static_cast<File&>(*object));
+        KernelObject* next = object->next_to_free;
+        if (object->kind->close != nullptr) {
+            object->kind->close(*object);
         }
         ZTK::allocation::RuntimeFree(object);
         object = next;

@@ -1,80 +1,66 @@
-// The objects behind handles, and the lock that guards all of them.
+// The objects behind handles.
 #pragma once
 
-#include <pthread.h>
-
 #include <cstddef>
+#include <cstdint>
 
-#include "platform/posix/kernel/lock_word.h"
-#include "platform/posix/kernel/thread_record.h"
+#include "platform/posix/kernel/dispatcher_lock.h"
 
 namespace ZTKPosix {
 
+struct KernelObject;
 struct WaitBlock;
 struct Waiter;
 
-enum class ObjectKind : unsigned char { kEvent, kMutex, kThread, kFile };
+// What is particular to one kind of object. Each kind has one record, whose address stands for it.
+struct ObjectKind {
+    // Takes an object out of all that it belongs to when its last reference goes, with the
+    // dispatcher lock held. Null: there is nothing to do.
+    void (*discard)(KernelObject& object) noexcept;
 
-// One block of the private heap, followed by the name's text if there is one. All members are
-// guarded by the dispatcher lock; kind and name are constant after construction.
+    // Gives back what the object holds beside its memory, afterwards and without the lock. Null:
+    // it holds nothing.
+    void (*close)(KernelObject& object) noexcept;
+};
+
+// One block of the private heap, followed by the name's text if there is one. Trivially
+// destructible.
 struct KernelObject {
-    ObjectKind kind = ObjectKind::kEvent;
-    bool resets_when_taken = false;  // an auto-reset event
-    bool signalled = false;          // event set, mutex free, thread ended; a file always
-    std::uint32_t handles = 0;       // open handles; the name goes with the last of them
-    std::uint32_t references = 0;  // handles, waits and the thread that runs; frees the object at 0
-    WaitBlock* first_wait = nullptr;  // threads that wait, in the order in which they came
-    WaitBlock* last_wait = nullptr;
+    KernelObject(const ObjectKind& its_kind, bool is_signalled, bool resets = false) noexcept
+        : kind(&its_kind), resets_when_taken(resets), signalled(is_signalled) {}
+    KernelObject(const KernelObject&) = delete;
+    KernelObject& operator=(const KernelObject&) = delete;
 
-    const wchar_t* name = nullptr;  // null for none; not terminated
+    const ObjectKind* const kind;
+    // A wait that takes the object makes it non-signalled.
+    const bool resets_when_taken;
+    // A wait could take the object.
+    bool signalled ZTK_GUARDED_BY(dispatcher_lock);
+    // Open handles. The name goes with the last of them.
+    std::uint32_t handles ZTK_GUARDED_BY(dispatcher_lock) = 0;
+    // The maker's, those of handles and waits, and a running thread's own. The object is freed at
+    // 0.
+    std::uint32_t references ZTK_GUARDED_BY(dispatcher_lock) = 1;
+    // Threads that wait, in the order in which they came.
+    WaitBlock* first_wait ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+    WaitBlock* last_wait ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+
+    // Null for none; not terminated. Constant once the object is made.
+    const wchar_t* name = nullptr;
     std::size_t name_length = 0;
-    KernelObject* next_named = nullptr;  // in the same bucket of the name table; then, once it is
-                                         // discarded, the next object to free
+    // In the same bucket of the name table.
+    KernelObject* next_named ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+    // In the list of the section that discarded the object.
+    KernelObject* next_to_free = nullptr;
 };
-
-struct Event : KernelObject {
-    static constexpr ObjectKind kKind = ObjectKind::kEvent;
-};
-
-struct Mutex : KernelObject {
-    static constexpr ObjectKind kKind = ObjectKind::kMutex;
-    ThreadRecord* owner = nullptr;
-    std::uint32_t depth = 0;
-    bool abandoned = false;           // its last owner ended without releasing it
-    Mutex* previous_owned = nullptr;  // in the owner's list
-    Mutex* next_owned = nullptr;
-};
-
-struct Thread : KernelObject {
-    static constexpr ObjectKind kKind = ObjectKind::kThread;
-    DWORD (*start)(void*) = nullptr;  // constant after construction, as parameter
-    void* parameter = nullptr;
-    FutexWord gate{0};  // what a suspended thread sleeps on
-    bool suspended = false;
-    bool joined_at_unload = false;
-    DWORD exit_code = 0;  // written by the thread itself before it is signalled
-    pthread_t system_thread{};
-    Thread* previous_live = nullptr;  // in the list of threads that have not ended
-    Thread* next_live = nullptr;
-};
-
-struct File : KernelObject {
-    static constexpr ObjectKind kKind = ObjectKind::kFile;
-    int descriptor = -1;  // constant after construction
-};
-
-// Guards the handle table, the names and the state of every object. One lock for all keeps a wait
-// for all of several objects simple and free of deadlock; it is held for a few dozen instructions,
-// never across a system call, except that of a growing table.
-extern FutexWord dispatcher_lock;
 
 // A span of time under the dispatcher lock. What must not happen under it, waking threads and
 // freeing objects, is collected and done after its release.
-class DispatcherSection {
+class ZTK_SCOPED_CAPABILITY DispatcherSection {
   public:
-    DispatcherSection() noexcept { LockAcquire(dispatcher_lock); }
-    ~DispatcherSection() {
-        LockRelease(dispatcher_lock);
+    DispatcherSection() noexcept ZTK_ACQUIRE(dispatcher_lock) { dispatcher_lock.Acquire(); }
+    ~DispatcherSection() ZTK_RELEASE() {
+        dispatcher_lock.Release();
         if (first_to_wake_ != nullptr) [[unlikely]] {
             WakeCollected();
         }
@@ -85,17 +71,18 @@ class DispatcherSection {
     DispatcherSection(const DispatcherSection&) = delete;
     DispatcherSection& operator=(const DispatcherSection&) = delete;
 
-    void WakeLater(Waiter& waiter) noexcept;
+    // Wakes a thread whose wait is satisfied.
+    void WakeLater(Waiter& waiter) noexcept ZTK_REQUIRES(dispatcher_lock);
 
     // Drops one reference and with the last one the object.
-    void Release(KernelObject& object) noexcept {
+    void Release(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock) {
         if (--object.references == 0) {
             Discard(object);
         }
     }
 
   private:
-    void Discard(KernelObject& object) noexcept;
+    void Discard(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
     void WakeCollected() noexcept;
     void FreeCollected() noexcept;
 

@@ -8,10 +8,10 @@ namespace {
 
 constexpr std::size_t kBuckets = 64;
 
-// Guarded by the dispatcher lock.
-KernelObject* buckets[kBuckets];
+constinit KernelObject* buckets[kBuckets] ZTK_GUARDED_BY(dispatcher_lock){};
 
-KernelObject*& BucketOf(const wchar_t* name, std::size_t length) noexcept {
+KernelObject*& BucketOf(const wchar_t* name, std::size_t length) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     std::uint32_t hash = 2166136261U;
     for (std::size_t i = 0; i < length; ++i) {
         hash = (hash ^ static_cast<std::uint16_t>(name[i])) * 16777619U;

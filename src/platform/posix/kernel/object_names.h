@@ -5,13 +5,15 @@
 
 namespace ZTKPosix {
 
-// REQUIRES for all: the dispatcher lock is held.
+// The object of that name, of whatever kind, or null. Names are compared character by
+// character, so case counts; length is in characters. None of these calls fails or touches the
+// last error.
+KernelObject* FindNamed(const wchar_t* name, std::size_t length) noexcept
+    ZTK_REQUIRES(dispatcher_lock);
 
-// The object of that name, of whatever kind, or null.
-KernelObject* FindNamed(const wchar_t* name, std::size_t length) noexcept;
-
-// Makes the object's name known. REQUIRES: it has a name, which no other object has.
-void RememberName(KernelObject& object) noexcept;
-void ForgetName(KernelObject& object) noexcept;
+// Makes the object's name known, and unknown again. REQUIRES: it has a name, which no other object
+// has; for ForgetName, it is known.
+void RememberName(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
+void ForgetName(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
 
 }  // namespace ZTKPosix

@@ -7,6 +7,7 @@
 #include "platform/memory/allocation.h"
 #include "platform/posix/kernel/handle_table.h"
 #include "platform/posix/kernel/object_names.h"
+#include "platform/posix/kernel/thread_end.h"
 #include "platform/posix/kernel/waits.h"
 #include "platform/posix/text/runtime_text.h"
 
@@ -14,16 +15,16 @@ namespace ZTKPosix {
 
 namespace {
 
-template <typename Object>
-Object* NewObject(LPCWSTR name) noexcept {
+// An object with its maker's reference, which it keeps until it is published; null when memory is
+// short.
+template <typename Object, typename... Arguments>
+Object* NewObject(LPCWSTR name, Arguments... arguments) noexcept {
     const std::size_t length = name != nullptr ? wcslen(name) : 0;
     void* memory = ZTK::allocation::RuntimeAlloc(sizeof(Object) + length * sizeof *name);
     if (memory == nullptr) {
         return nullptr;
     }
-    auto* object = new (memory) Object;
-    object->kind = Object::kKind;
-    object->references = 1;  // the maker's, until it publishes the object
+    auto* object = new (memory) Object(arguments...);
     if (length != 0) {
         auto* text = reinterpret_cast<wchar_t*>(object + 1);
         std::memcpy(text, name, length * sizeof *name);
@@ -36,7 +37,8 @@ Object* NewObject(LPCWSTR name) noexcept {
 // Opens the first handle of a new object, or, if its name is taken, one of the object that has it.
 // Either way the maker's reference goes, and a new object that got no handle goes with it. The last
 // error tells which: 0 or ERROR_ALREADY_EXISTS, or why it failed.
-HANDLE Publish(KernelObject& object, DispatcherSection& section) noexcept {
+HANDLE Publish(KernelObject& object, DispatcherSection& section) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     KernelObject* existing =
         object.name != nullptr ? FindNamed(object.name, object.name_length) : nullptr;
     HANDLE handle = nullptr;
@@ -92,6 +94,14 @@ void Disown(Mutex& mutex) noexcept {
     mutex.signalled = true;
 }
 
+// Closing the last handle of an owned mutex is allowed: the owner just has one mutex less.
+void DiscardMutex(KernelObject& object) noexcept {
+    auto& mutex = static_cast<Mutex&>(object);
+    if (mutex.owner != nullptr) {
+        Disown(mutex);
+    }
+}
+
 void AbandonMutexes(ThreadRecord& thread, DispatcherSection& section) noexcept {
     while (thread.first_owned != nullptr) {
         Mutex& mutex = *thread.first_owned;
@@ -103,13 +113,11 @@ void AbandonMutexes(ThreadRecord& thread, DispatcherSection& section) noexcept {
 
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL manual_reset, BOOL initial_state,
                     LPCWSTR name) noexcept {
-    auto* event = NewObject<Event>(name);
+    auto* event = NewObject<Event>(name, manual_reset != FALSE, initial_state != FALSE);
     if (event == nullptr) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    event->resets_when_taken = manual_reset == FALSE;
-    event->signalled = initial_state != FALSE;
     DispatcherSection section;
     return Publish(*event, section);
 }
@@ -146,7 +154,6 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL initial_owner,
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
-    mutex->signalled = true;
     DispatcherSection section;
     if (initial_owner != FALSE && !AnnounceThreadEnd()) {
         section.Release(*mutex);

@@ -1,14 +1,9 @@
-// The end of threads, of every kind, and what it leaves to the unloading of the library.
-#include <unistd.h>
+#include "platform/posix/kernel/thread_end.h"
 
-#include "platform/posix/entry/teardown.h"
 #include "platform/posix/kernel/sync_objects.h"
-#include "platform/posix/kernel/threads.h"
 #include "platform/posix/kernel/waits.h"
 
 namespace ZTKPosix {
-
-constinit thread_local ThreadRecord current_record{};
 
 namespace {
 
@@ -18,11 +13,14 @@ struct JoinableThread {
     pthread_t thread{};
 };
 
-// Guarded by the dispatcher lock.
-bool end_key_made;
-pthread_key_t end_key;  // its destructor is OnThreadEnd
-Thread* first_live;     // threads made by CreateThread that have not ended
-JoinableThread ended;   // the last of them that ended, not joined yet
+// The key whose destructor is ZtkPosixOnThreadEnd; made when the first thread announces its end.
+constinit bool end_key_made ZTK_GUARDED_BY(dispatcher_lock) = false;
+constinit pthread_key_t end_key ZTK_GUARDED_BY(dispatcher_lock){};
+
+// Threads made by CreateThread that have not ended, and the last of them that ended and is not
+// joined yet.
+constinit Thread* first_live ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+constinit JoinableThread ended ZTK_GUARDED_BY(dispatcher_lock);
 
 void Join(const JoinableThread& joinable) noexcept {
     if (joinable.present) {
@@ -30,7 +28,7 @@ void Join(const JoinableThread& joinable) noexcept {
     }
 }
 
-void RemoveLiveThread(Thread& thread) noexcept {
+void RemoveLiveThread(Thread& thread) noexcept ZTK_REQUIRES(dispatcher_lock) {
     (thread.previous_live != nullptr ? thread.previous_live->next_live : first_live) =
         thread.next_live;
     if (thread.next_live != nullptr) {
@@ -39,7 +37,8 @@ void RemoveLiveThread(Thread& thread) noexcept {
 }
 
 // Signals the thread's object. Returns the thread that ended before it, for the caller to join.
-JoinableThread EndThreadObject(Thread& thread, DispatcherSection& section) noexcept {
+JoinableThread EndThreadObject(Thread& thread, DispatcherSection& section) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     JoinableThread previous;
     if (!thread.joined_at_unload) {
         previous = ended;
@@ -76,7 +75,7 @@ extern "C" void ZtkPosixOnThreadEnd(void* value) {
 }
 
 // A thread that was never resumed, told to end without running; not present if there is none.
-JoinableThread CancelSuspendedThread() noexcept {
+JoinableThread CancelSuspendedThread() noexcept ZTK_EXCLUDES(dispatcher_lock) {
     JoinableThread cancelled;
     FutexWord* gate = nullptr;
     {
@@ -98,7 +97,7 @@ JoinableThread CancelSuspendedThread() noexcept {
     return cancelled;
 }
 
-JoinableThread TakeEndedThread() noexcept {
+JoinableThread TakeEndedThread() noexcept ZTK_EXCLUDES(dispatcher_lock) {
     DispatcherSection section;
     const JoinableThread taken = ended;
     ended.present = false;
@@ -106,11 +105,6 @@ JoinableThread TakeEndedThread() noexcept {
 }
 
 }  // namespace
-
-DWORD FetchThreadId() noexcept {
-    current_record.id = static_cast<DWORD>(gettid());
-    return current_record.id;
-}
 
 bool AnnounceThreadEnd() noexcept {
     if (current_record.end_announced) {

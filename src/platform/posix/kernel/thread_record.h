@@ -1,6 +1,7 @@
 // What the layer keeps for each thread, however the thread was started.
 #pragma once
 
+#include "platform/posix/kernel/dispatcher_lock.h"
 #include "ztk/platform.h"
 
 namespace ZTKPosix {
@@ -12,18 +13,23 @@ struct Thread;
 // outlives the thread's destructors, so that a late one may still use the layer. Its address is the
 // thread's identity as owner of mutexes. Trivially destructible on purpose; see AnnounceThreadEnd.
 struct ThreadRecord {
-    DWORD id;            // 0 until asked for
-    bool end_announced;  // the thread's end will be noticed
-    Thread* thread;      // its object if CreateThread made it and it has not ended, else null
-    Mutex* first_owned;  // mutexes that it owns; guarded by the dispatcher lock
+    // 0 until asked for. Touched by the thread itself only.
+    DWORD id;
+    // The thread's end will be noticed.
+    bool end_announced ZTK_GUARDED_BY(dispatcher_lock);
+    // Its object if CreateThread made it and it has not ended, else null.
+    Thread* thread ZTK_GUARDED_BY(dispatcher_lock);
+    // The mutexes that it owns.
+    Mutex* first_owned ZTK_GUARDED_BY(dispatcher_lock);
 };
 
 // constinit: without it every access from another file would go through an initialisation check.
 extern constinit thread_local ThreadRecord current_record;
 
-// Asks the system, for a thread whose record does not hold the id yet.
+// The calling thread's id, from the system; the record holds it afterwards.
 DWORD FetchThreadId() noexcept;
 
+// The calling thread's id, never 0. Cannot fail.
 inline DWORD CurrentThreadId() noexcept {
     const DWORD id = current_record.id;
     if (id == 0) [[unlikely]] {
@@ -31,10 +37,5 @@ inline DWORD CurrentThreadId() noexcept {
     }
     return id;
 }
-
-// Makes sure that the calling thread's end is noticed: mutexes that it owns then become abandoned.
-// Called before a thread becomes an owner. Returns false when memory is short.
-// REQUIRES: the dispatcher lock is held.
-bool AnnounceThreadEnd() noexcept;
 
 }  // namespace ZTKPosix

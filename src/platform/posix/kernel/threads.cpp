@@ -5,6 +5,7 @@
 
 #include "platform/memory/allocation.h"
 #include "platform/posix/kernel/handle_table.h"
+#include "platform/posix/kernel/thread_end.h"
 
 namespace ZTKPosix {
 
@@ -105,13 +106,7 @@ HANDLE CreateThread(LPSECURITY_ATTRIBUTES /*attributes*/, SIZE_T stack_bytes,
     }
     HANDLE handle = nullptr;
     if (void* memory = ZTK::allocation::RuntimeAlloc(sizeof(Thread)); memory != nullptr) {
-        auto* thread = new (memory) Thread;
-        thread->kind = ObjectKind::kThread;
-        thread->start = start;
-        thread->parameter = parameter;
-        thread->suspended = (flags & CREATE_SUSPENDED) != 0;
-        thread->gate.store(thread->suspended ? kGateShut : kGateOpen, std::memory_order_relaxed);
-        thread->references = 1;  // this function's
+        auto* thread = new (memory) Thread(start, parameter, (flags & CREATE_SUSPENDED) != 0);
         {
             DispatcherSection section;
             handle = OpenHandle(*thread);

@@ -5,6 +5,7 @@
 
 #include "platform/posix/kernel/handle_table.h"
 #include "platform/posix/kernel/sync_objects.h"
+#include "platform/posix/kernel/thread_end.h"
 
 namespace ZTKPosix {
 
@@ -12,7 +13,8 @@ namespace {
 
 // Takes what the wait asks for, if it is available. Returns the wait's result, WAIT_TIMEOUT if
 // nothing was taken.
-DWORD TryTake(WaitBlock* blocks, DWORD count, bool all, ThreadRecord& thread) noexcept {
+DWORD TryTake(WaitBlock* blocks, DWORD count, bool all, ThreadRecord& thread) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     if (!all) {
         for (DWORD i = 0; i < count; ++i) {
             if (IsAvailable(*blocks[i].object, thread)) {
@@ -33,7 +35,7 @@ DWORD TryTake(WaitBlock* blocks, DWORD count, bool all, ThreadRecord& thread) no
     return abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0;
 }
 
-void Append(WaitBlock& block) noexcept {
+void Append(WaitBlock& block) noexcept ZTK_REQUIRES(dispatcher_lock) {
     KernelObject& object = *block.object;
     block.next = nullptr;
     block.previous = object.last_wait;
@@ -42,27 +44,28 @@ void Append(WaitBlock& block) noexcept {
     ++object.references;  // the object outlives its handles while it is waited for
 }
 
-void Remove(WaitBlock& block, DispatcherSection& section) noexcept {
+void Remove(WaitBlock& block, DispatcherSection& section) noexcept ZTK_REQUIRES(dispatcher_lock) {
     KernelObject& object = *block.object;
     (block.previous != nullptr ? block.previous->next : object.first_wait) = block.next;
     (block.next != nullptr ? block.next->previous : object.last_wait) = block.previous;
     section.Release(object);
 }
 
-void RemoveAll(Waiter& waiter, DispatcherSection& section) noexcept {
+void RemoveAll(Waiter& waiter, DispatcherSection& section) noexcept ZTK_REQUIRES(dispatcher_lock) {
     for (DWORD i = 0; i < waiter.count; ++i) {
         Remove(waiter.blocks[i], section);
     }
 }
 
 // Looks up the handles of a wait. Returns ERROR_SUCCESS or why there can be no such wait.
-DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool all) noexcept {
+DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool all) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     for (DWORD i = 0; i < count; ++i) {
         KernelObject* object = FindObject(handles[i]);
         if (object == nullptr) {
             return ERROR_INVALID_HANDLE;
         }
-        if (object->kind == ObjectKind::kMutex && !AnnounceThreadEnd()) {
+        if (object->kind == &Mutex::kKind && !AnnounceThreadEnd()) {
             return ERROR_NOT_ENOUGH_MEMORY;
         }
         blocks[i].object = object;
@@ -133,7 +136,7 @@ DWORD Wait(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool all,
 }
 
 // Ends the wait of block's thread if object, which is available to it, is all it still lacked.
-bool TrySatisfy(const WaitBlock& block) noexcept {
+bool TrySatisfy(const WaitBlock& block) noexcept ZTK_REQUIRES(dispatcher_lock) {
     Waiter& waiter = *block.waiter;
     if (waiter.all) {
         waiter.result = TryTake(waiter.blocks, waiter.count, true, *waiter.thread);
@@ -170,7 +173,7 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) noexcept {
     {
         DispatcherSection section;
         KernelObject* object = FindObject(handle);
-        if (object != nullptr && object->kind != ObjectKind::kMutex) {
+        if (object != nullptr && object->kind != &Mutex::kKind) {
             if (object->signalled) {
                 object->signalled = !object->resets_when_taken;
                 return WAIT_OBJECT_0;

@@ -2,11 +2,10 @@
 
 #include <unistd.h>
 
-#include <mutex>
 #include <new>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/entry/teardown.h"
+#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/net/socket_calls.h"
 #include "platform/posix/net/socket_error_map.h"
 
@@ -33,10 +32,10 @@ struct Chunk {
     SocketSlot slots[kSlotsPerChunk];
 };
 
-// Guards the start count, the making of chunks and the adoption of descriptors. Calls on sockets do
-// not take it.
-constinit std::mutex g_table_lock;
-constinit int g_starts = 0;  // written under the lock
+// Taken to change the start count, to make chunks, to adopt descriptors and to close all sockets.
+// Calls on sockets do not take it: what they read is atomic.
+constinit Lock g_table_lock;
+constinit std::atomic<int> g_starts{0};
 
 // A chunk, once made, stays until the library is unloaded.
 constinit std::atomic<Chunk*> g_chunks[kChunks] = {};
@@ -49,8 +48,9 @@ SocketSlot* FindSlot(std::uint64_t descriptor) noexcept {
     return chunk == nullptr ? nullptr : &chunk->slots[descriptor % kSlotsPerChunk];
 }
 
-// REQUIRES: the table lock is held.
-SocketSlot* MakeSlot(int descriptor) noexcept {
+// The slot of descriptor, in a chunk made for it if need be; null when memory is short or the
+// number too high.
+SocketSlot* MakeSlot(int descriptor) noexcept ZTK_REQUIRES(g_table_lock) {
     if (descriptor >= kMaxDescriptors) {
         return nullptr;
     }
@@ -88,8 +88,7 @@ void Leave(SocketSlot* slot, int descriptor) noexcept {
 
 // Ends the system calls that other threads are blocked in on a socket that was just closed. A
 // socket that is set to be aborted (linger for no time) has to reach the peer as a reset, so it is
-// disconnected before shutting it down can send an orderly end. (A system that refuses this while
-// threads wait sends the orderly end.)
+// disconnected before shutting it down can send an orderly end.
 void WakeUsers(int descriptor) noexcept {
     linger option{};
     socklen_t length = sizeof(option);
@@ -97,14 +96,15 @@ void WakeUsers(int descriptor) noexcept {
         option.l_onoff != 0 && option.l_linger == 0) {
         sockaddr none{};
         none.sa_family = AF_UNSPEC;
+        // A system that refuses this while threads wait sends the orderly end.
         (void)::connect(descriptor, &none, sizeof(none));
     }
     // Reports failure on a socket without a connection, but wakes the threads all the same.
     (void)::shutdown(descriptor, SHUT_RDWR);
 }
 
-// REQUIRES: the table lock is held, so that no socket is adopted meanwhile.
-void CloseAllSockets() noexcept {
+// The lock is held so that no socket is adopted meanwhile.
+void CloseAllSockets() noexcept ZTK_REQUIRES(g_table_lock) {
     for (int descriptor = 0; descriptor < kMaxDescriptors; ++descriptor) {
         SocketSlot* slot = FindSlot(static_cast<std::uint64_t>(descriptor));
         if (slot == nullptr) {
@@ -113,6 +113,7 @@ void CloseAllSockets() noexcept {
         }
         const std::uint64_t state = slot->state.load(std::memory_order_acquire);
         if ((state & kOpen) != 0) {
+            // Fails when its owner has just closed it.
             (void)CloseSocket((state >> kGenerationShift << kGenerationShift) |
                               static_cast<SOCKET>(descriptor));
         }
@@ -143,7 +144,7 @@ SocketUse::SocketUse(SOCKET socket) noexcept {
             }
         }
     }
-    (void)FailBadHandle();
+    (void)FailBadHandle();  // for the last error
 }
 
 SocketUse::~SocketUse() {
@@ -161,10 +162,11 @@ bool SocketUse::IsShared() const noexcept {
 }
 
 SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept {
-    const std::lock_guard<std::mutex> guard(g_table_lock);
+    const LockGuard guard(g_table_lock);
     SocketSlot* slot = g_starts == 0 ? nullptr : MakeSlot(descriptor);
     if (slot == nullptr) {
-        (void)::close(descriptor);
+        (void)::close(descriptor);  // nobody has used it yet
+        // For the last error.
         (void)FailSocket(g_starts == 0 ? WSANOTINITIALISED : WSAENOBUFS);
         return INVALID_SOCKET;
     }
@@ -201,7 +203,7 @@ int CloseSocket(SOCKET socket) noexcept {
 bool RequireSocketsStarted() noexcept {
     // Without the lock: the closing of all sockets comes here while it holds it.
     if (g_starts == 0) {
-        (void)FailSocket(WSANOTINITIALISED);
+        (void)FailSocket(WSANOTINITIALISED);  // for the last error
         return false;
     }
     return true;
@@ -217,13 +219,13 @@ int WSAStartup(WORD version, WSADATA* data) noexcept {
     if ((version & 0xFF) < 2) {
         return WSAVERNOTSUPPORTED;
     }
-    const std::lock_guard<std::mutex> guard(g_table_lock);
+    const LockGuard guard(g_table_lock);
     ++g_starts;
     return 0;
 }
 
 int WSACleanup() noexcept {
-    const std::lock_guard<std::mutex> guard(g_table_lock);
+    const LockGuard guard(g_table_lock);
     if (g_starts == 0) {
         return FailSocket(WSANOTINITIALISED);
     }
@@ -234,12 +236,12 @@ int WSACleanup() noexcept {
 }
 
 void TearDownSockets() noexcept {
-    const std::lock_guard<std::mutex> guard(g_table_lock);
+    const LockGuard guard(g_table_lock);
     g_starts = 0;
     CloseAllSockets();
     for (std::atomic<Chunk*>& place : g_chunks) {
         Chunk* chunk = place.load(std::memory_order_acquire);
-        // A thread that has not yet left its call still needs the slot; its chunk is given up.
+        // A thread that has not yet left its call still needs the slot; its chunk is never freed.
         if (chunk != nullptr && !HasUsers(*chunk)) {
             place.store(nullptr, std::memory_order_relaxed);
             ZTK::allocation::RuntimeFree(chunk);

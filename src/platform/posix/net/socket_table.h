@@ -80,4 +80,7 @@ int CloseSocket(SOCKET socket) noexcept;
 // Whether WSAStartup is in force. False sets the last error WSANOTINITIALISED.
 bool RequireSocketsStarted() noexcept;
 
+// Closes the sockets that are still open and frees their table. For the unloading of the library.
+void TearDownSockets() noexcept;
+
 }  // namespace ZTKPosix

@@ -6,14 +6,20 @@
 
 #include <cerrno>
 #include <climits>
-#include <mutex>
 #include <new>
 
 #include "platform/memory/allocation.h"
+#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/text/code_page.h"
 #include "platform/posix/text/runtime_text.h"
 
 namespace ZTKPosix {
+
+namespace {
+
+constinit Lock pool_lock;  // guards the list of all streams
+
+}  // namespace
 
 class TextStream {
   public:
@@ -23,7 +29,7 @@ class TextStream {
 
     // Takes over an open file and writes the byte-order mark. False if the stream is in use.
     bool Start(int file) noexcept {
-        std::lock_guard hold(lock_);
+        const LockGuard guard(lock_);
         if (file_ != kClosed) {
             return false;
         }
@@ -35,7 +41,7 @@ class TextStream {
     }
 
     int Write(const wchar_t* text) noexcept {
-        std::lock_guard hold(lock_);
+        const LockGuard guard(lock_);
         if (file_ == kClosed) {
             return 0;
         }
@@ -53,12 +59,12 @@ class TextStream {
     }
 
     int FlushNow() noexcept {
-        std::lock_guard hold(lock_);
+        const LockGuard guard(lock_);
         return file_ == kClosed || Flush() ? 0 : -1;
     }
 
     int Close() noexcept {
-        std::lock_guard hold(lock_);
+        const LockGuard guard(lock_);
         if (file_ == kClosed) {
             return 0;
         }
@@ -69,14 +75,14 @@ class TextStream {
         return good ? 0 : -1;
     }
 
-    TextStream* next = nullptr;  // guarded by the pool's lock
+    TextStream* next ZTK_GUARDED_BY(pool_lock) = nullptr;
 
   private:
     static constexpr int kClosed = -1;
     static constexpr std::size_t kRoom = 8192;
     static constexpr std::size_t kMostPerUnit = 4;  // a line feed becomes two units of two bytes
 
-    void Put(wchar_t unit) noexcept {
+    void Put(wchar_t unit) noexcept ZTK_REQUIRES(lock_) {
         buffer_[used_++] = static_cast<unsigned char>(unit & 0xFF);
         buffer_[used_++] = static_cast<unsigned char>(unit >> 8);
     }
@@ -84,7 +90,7 @@ class TextStream {
     // Empties the buffer. What the system refuses is dropped, so that a full disk never holds up
     // the writer; only the second half of a unit whose first half is in the file stays, because
     // without it all that follows would be shifted by a byte.
-    bool Flush() noexcept {
+    bool Flush() noexcept ZTK_REQUIRES(lock_) {
         std::size_t done = 0;
         while (done < used_) {
             const ssize_t written = ::write(file_, buffer_ + done, used_ - done);
@@ -102,22 +108,21 @@ class TextStream {
         return good;
     }
 
-    std::mutex lock_;  // guards all below
-    int file_ = kClosed;
-    std::size_t used_ = 0;
-    unsigned char buffer_[kRoom];
+    Lock lock_;
+    int file_ ZTK_GUARDED_BY(lock_) = kClosed;
+    std::size_t used_ ZTK_GUARDED_BY(lock_) = 0;
+    unsigned char buffer_[kRoom] ZTK_GUARDED_BY(lock_);
 };
 
 namespace {
 
 // All streams ever opened. A closed one keeps its memory, because a thread may still hold it while
 // the process ends, and serves the next _wfopen.
-std::mutex pool_lock;
-TextStream* pool = nullptr;  // guarded by pool_lock
+constinit TextStream* pool ZTK_GUARDED_BY(pool_lock) = nullptr;
 
 // A stream that writes to file, or null when memory is short.
-TextStream* StartStream(int file) noexcept {
-    std::lock_guard hold(pool_lock);
+TextStream* StartStream(int file) noexcept ZTK_EXCLUDES(pool_lock) {
+    const LockGuard guard(pool_lock);
     for (TextStream* stream = pool; stream != nullptr; stream = stream->next) {
         if (stream->Start(file)) {
             return stream;
@@ -176,7 +181,7 @@ int fclose(TextStream* stream) noexcept {
 }
 
 void TearDownTextStreams() noexcept {
-    std::lock_guard hold(pool_lock);
+    const LockGuard guard(pool_lock);
     while (pool != nullptr) {
         TextStream* const stream = pool;
         pool = stream->next;

@@ -1,4 +1,4 @@
-#include "platform/posix/kernel/futex.h"
+#include "platform/posix/kernel/lock/futex.h"
 
 #include <linux/futex.h>
 #include <sys/syscall.h>

@@ -1,10 +1,11 @@
-#include "platform/posix/kernel/lock_word.h"
+#include "platform/posix/kernel/lock/lock.h"
 
 namespace ZTKPosix {
 
 namespace {
 
-// Sections guarded by these locks take well under a microsecond, a sleep and a wake-up several.
+// Most of what is done under these locks takes well under a microsecond, a sleep and a wake-up
+// several.
 constexpr int kSpins = 100;
 
 void RelaxProcessor() noexcept {
@@ -17,23 +18,22 @@ void RelaxProcessor() noexcept {
 
 }  // namespace
 
-void LockAcquireContended(FutexWord& word) noexcept {
+void Lock::AcquireContended() noexcept {
     for (int i = 0; i < kSpins; ++i) {
         RelaxProcessor();
-        std::uint32_t seen = word.load(std::memory_order_relaxed);
-        if (seen == kLockWaitedFor) {
+        std::uint32_t seen = word_.load(std::memory_order_relaxed);
+        if (seen == kWaitedFor) {
             break;  // others sleep already; spinning past them would only starve them
         }
-        if (seen == kLockFree &&
-            word.compare_exchange_weak(seen, kLockTaken, std::memory_order_acquire,
-                                       std::memory_order_relaxed)) {
+        if (seen == kFree && word_.compare_exchange_weak(seen, kTaken, std::memory_order_acquire,
+                                                         std::memory_order_relaxed)) {
             return;
         }
     }
     // Taken with "waited for" even if nobody else waits: this thread cannot know. The price is one
     // wake call too many at its release.
-    while (word.exchange(kLockWaitedFor, std::memory_order_acquire) != kLockFree) {
-        FutexWait(word, kLockWaitedFor, nullptr);
+    while (word_.exchange(kWaitedFor, std::memory_order_acquire) != kFree) {
+        FutexWait(word_, kWaitedFor, nullptr);
     }
 }
 
