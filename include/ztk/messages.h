@@ -34,6 +34,7 @@ class CSocketMsgReceiver;
 namespace net {
 
 class ChunkParser;
+class MessageAccess;
 
 // The storage of a first-in first-out queue of borrowed messages: a ring whose capacity is a power
 // of two or 0. Of use to the library only.
@@ -117,33 +118,11 @@ class ZTK_API CSocketMsg {
     [[nodiscard]] int GetRecvSize() noexcept;
 
   private:
-    friend class net::ChunkParser;
-    friend class CSocketMsgReceiver;
+    friend class net::MessageAccess;  // how the library's framing works on a message
 
     ZTK_LOCAL bool Resize(std::int64_t bytes, std::int64_t expected) noexcept;
     ZTK_LOCAL bool Append(const char* data, int length, std::int64_t expected) noexcept;
     ZTK_LOCAL bool Settle(std::int64_t expected) noexcept;
-
-    // Inline, since they are used for every message.
-
-    // The packet size. The three lengths come from the peer: their sum may not fit in an int.
-    [[nodiscard]] std::int64_t Sum() const noexcept {
-        return std::int64_t{message_length_} + message_offset_ + trailer_length_;
-    }
-
-    // Ends the received bytes at the packet's end.
-    void Truncate(int bytes) noexcept {
-        received_ = bytes;
-        packet_[bytes] = 0;
-    }
-
-    void Clear() noexcept {
-        received_ = 0;
-        message_length_ = -1;
-        message_offset_ = -1;
-        trailer_length_ = 0;
-        view_ = nullptr;
-    }
 
     char* packet_ = nullptr;  // owned, capacity_ bytes and one zero byte behind them
     int received_ = 0;

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "net/message_access.h"
 #include "ztk/messages.h"
 
 namespace ZTK::net {
@@ -25,14 +26,13 @@ class ChunkParser {
     bool Run();
 
   private:
-    bool Complete(CSocketMsg& message);
-    bool LookInPlace(CSocketMsg& message);
-    bool AskInPlace(CSocketMsg& message);
-    bool AppendToPacket(CSocketMsg& message);
-    bool TakeFromChunk(CSocketMsg& message, int size);
-    void HandOnBehind(CSocketMsg& message, int before, int size);
-    bool HandOnFromBlock(CSocketMsg& message, int size);
-    bool Publish(CSocketMsg& message, int size);
+    bool Complete(MessageAccess message);
+    bool LookInPlace(MessageAccess message);
+    bool AskInPlace(MessageAccess message);
+    bool AppendToPacket(MessageAccess message);
+    void HandOnBehind(MessageAccess message, int before, int size);
+    bool HandOnFromBlock(MessageAccess message, int size);
+    bool Publish(MessageAccess message, int size);
 
     CSocketMsgReceiver& receiver_;
     char* bytes_;  // borrowed: the bytes that no complete message has taken yet
