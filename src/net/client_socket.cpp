@@ -1,5 +1,5 @@
 // The client socket and its receiver thread.
-#include "net/name_lookup.h"
+#include "net/socket_util_names.h"
 #include "platform/socket_calls.h"
 #include "ztk/memory.h"
 #include "ztk/sockets.h"

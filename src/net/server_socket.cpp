@@ -1,5 +1,5 @@
 // The server socket and its listener thread.
-#include "net/name_lookup.h"
+#include "net/socket_util_names.h"
 #include "platform/socket_calls.h"
 #include "sync/thread_registry.h"
 #include "ztk/sockets.h"

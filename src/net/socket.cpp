@@ -1,7 +1,7 @@
 // The socket base class.
 #include <cstring>
 
-#include "net/name_lookup.h"
+#include "net/socket_util_names.h"
 #include "platform/socket_calls.h"
 #include "sync/lock_guard.h"
 #include "sync/thread_registry.h"

@@ -1,4 +1,4 @@
-#include "net/name_lookup.h"
+#include "net/socket_util_names.h"
 
 #include <cstdio>
 #include <cstring>
