@@ -1,4 +1,4 @@
-// Making, naming and closing sockets.
+// Start and end; making, naming and closing sockets.
 #include "platform/posix/net/socket_calls.h"
 
 #include <cerrno>
@@ -47,6 +47,24 @@ int WSAGetLastError() noexcept {
 
 void WSASetLastError(int code) noexcept {
     SetLastError(static_cast<DWORD>(code));
+}
+
+int WSAStartup(WORD version, WSADATA* data) noexcept {
+    constexpr WORD kVersion = 0x0202;
+    if (data == nullptr) {
+        return WSAEFAULT;
+    }
+    data->wVersion = kVersion;
+    data->wHighVersion = kVersion;
+    if ((version & 0xFF) < 2) {
+        return WSAVERNOTSUPPORTED;
+    }
+    CountStart();
+    return 0;
+}
+
+int WSACleanup() noexcept {
+    return CountCleanup() ? 0 : SOCKET_ERROR;
 }
 
 SOCKET socket(int family, int type, int protocol) noexcept {

@@ -7,7 +7,6 @@
 
 #include "platform/memory/allocation.h"
 #include "platform/posix/entry/teardown.h"
-#include "platform/posix/net/socket_calls.h"
 #include "platform/posix/net/socket_error_map.h"
 
 namespace ZTKPosix {
@@ -207,30 +206,21 @@ bool RequireSocketsStarted() noexcept {
     return true;
 }
 
-int WSAStartup(WORD version, WSADATA* data) noexcept {
-    constexpr WORD kVersion = 0x0202;
-    if (data == nullptr) {
-        return WSAEFAULT;
-    }
-    data->wVersion = kVersion;
-    data->wHighVersion = kVersion;
-    if ((version & 0xFF) < 2) {
-        return WSAVERNOTSUPPORTED;
-    }
+void CountStart() noexcept {
     const std::lock_guard<std::mutex> guard(g_table_lock);
     ++g_starts;
-    return 0;
 }
 
-int WSACleanup() noexcept {
+bool CountCleanup() noexcept {
     const std::lock_guard<std::mutex> guard(g_table_lock);
     if (g_starts == 0) {
-        return FailSocket(WSANOTINITIALISED);
+        (void)FailSocket(WSANOTINITIALISED);
+        return false;
     }
     if (--g_starts == 0) {
         CloseAllSockets();
     }
-    return 0;
+    return true;
 }
 
 void TearDownSockets() noexcept {
