@@ -32,7 +32,7 @@ int ToPlatformFamily(int family) noexcept {
 bool ToSystemAddress(const sockaddr* address, int length, SystemAddress* result) noexcept {
     if (address == nullptr || length < static_cast<int>(sizeof(sa_family_t)) ||
         length > static_cast<int>(sizeof(result->storage))) {
-        (void)FailSocket(WSAEFAULT);
+        WSASetLastError(WSAEFAULT);
         return false;
     }
     result->storage = {};
@@ -41,7 +41,7 @@ bool ToSystemAddress(const sockaddr* address, int length, SystemAddress* result)
     const int family = ToSystemFamily(result->storage.ss_family);
     result->storage.ss_family = static_cast<sa_family_t>(family);
     if (result->length < MinimumLength(family)) {
-        (void)FailSocket(WSAEFAULT);
+        WSASetLastError(WSAEFAULT);
         return false;
     }
     return true;
@@ -50,7 +50,7 @@ bool ToSystemAddress(const sockaddr* address, int length, SystemAddress* result)
 bool ToPlatformAddress(const SystemAddress& source, sockaddr* address, int* length) noexcept {
     const int bytes = static_cast<int>(source.length);
     if (address == nullptr || length == nullptr || *length < bytes) {
-        (void)FailSocket(WSAEFAULT);
+        WSASetLastError(WSAEFAULT);
         return false;
     }
     sockaddr_storage block = source.storage;

@@ -18,7 +18,7 @@ int ResolverResult(int result) noexcept {
         return 0;
     }
     const int code = SocketErrorFromResolver(result);
-    (void)FailSocket(code);
+    WSASetLastError(code);
     return code;
 }
 
@@ -112,9 +112,8 @@ int getnameinfo(const sockaddr* address, int address_length, char* host, DWORD h
                                         flags));
 }
 
-int WSAAddressToStringW(sockaddr* address, DWORD address_length, void* protocol_info, LPWSTR buffer,
-                        LPDWORD length) noexcept {
-    (void)protocol_info;  // chooses a provider on the platform; there is one here
+int WSAAddressToStringW(sockaddr* address, DWORD address_length, void* /*protocol_info*/,
+                        LPWSTR buffer, LPDWORD length) noexcept {
     SystemAddress block;
     if (!RequireSocketsStarted()) {
         return SOCKET_ERROR;

@@ -71,7 +71,8 @@ class SocketUse {
 };
 
 // Makes a handle for a new descriptor and takes it over; on failure the descriptor is closed, the
-// last error set and the result INVALID_SOCKET.
+// last error set (WSANOTINITIALISED without a start, WSAENOBUFS when the table cannot take it) and
+// the result INVALID_SOCKET.
 SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept;
 
 // Closes a handle: 0, or SOCKET_ERROR as SocketUse says.
