@@ -51,7 +51,7 @@ struct SOCKET_ADDRESS {
 };
 
 // Closes a socket. A thread that is blocked in a call on it wakes at once, and its call fails with
-// WSAEINTR. Bytes that were sent before are still delivered, as far as the peer takes them; but
+// WSAEINTR. Bytes that were sent before are still delivered; but
 // when received bytes are left unread, or SO_LINGER is on with time 0, the system resets the
 // connection and drops them. With SO_LINGER on and a time, closing waits up to that time for
 // the peer to take them. Returns 0, or SOCKET_ERROR with last error WSAENOTSOCK for a closed or

@@ -112,7 +112,7 @@ void CloseAllSockets() noexcept {
         }
         const std::uint64_t state = slot->state.load(std::memory_order_acquire);
         if ((state & kOpen) != 0) {
-            // Fails if another thread has just closed it, which is as good.
+            // Fails if another thread has just closed it: then nothing is left to do.
             (void)CloseSocket((state >> kGenerationShift << kGenerationShift) |
                               static_cast<SOCKET>(descriptor));
         }
