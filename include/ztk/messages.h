@@ -17,7 +17,8 @@
 //     };
 //
 // OnReceive of the socket's ISOReceiver passes each chunk to AddMessage; a consumer thread takes
-// messages with Pop and gives them back with PushPool.
+// messages with Pop and gives them back with PushPool. Nothing limits the queue: when the consumer
+// stops, it grows with what the peer sends.
 #pragma once
 
 #include <cstddef>
@@ -35,6 +36,7 @@ class CSocketMsgReceiver;
 namespace net {
 
 class ChunkParser;
+class MessageAccess;
 
 // The storage of a first-in first-out queue of borrowed messages: a ring whose capacity is a power
 // of two or 0. Of use to the library only.
@@ -64,7 +66,9 @@ class ZTK_API CSocketMsg {
 
   public:
     // Member-wise: the copy shares its source's packet block, and only one of the two may be
-    // destroyed. Assigning does not free the block that the target held before.
+    // destroyed. Assigning does not free the block that the target held before. Inside ParseHeader
+    // the source first takes the bytes of the chunk into its block; when memory is short, source
+    // and copy have none.
     CSocketMsg(const CSocketMsg& other) noexcept;
     CSocketMsg& operator=(const CSocketMsg& other) noexcept;
 
@@ -95,10 +99,10 @@ class ZTK_API CSocketMsg {
     // 0. The packet block is kept for reuse.
     void Reset() noexcept;
 
-    // The packet's bytes, owned by the message; null before the first bytes. Valid until the next
-    // Add, AddMessage or Reset. Inside ParseHeader the bytes may still lie in the chunk that was
-    // passed to AddMessage: do not keep the pointer, and do not write through it unless the chunk
-    // may be written.
+    // The packet's bytes, owned by the message; null while it has no block, which it keeps over a
+    // Reset. Valid until the next Add, AddMessage or Reset. Inside ParseHeader the bytes may still
+    // lie in the chunk that was passed to AddMessage: do not keep the pointer, and do not write
+    // through it unless the chunk may be written.
     [[nodiscard]] char* GetPacket() noexcept;
 
     // Message length + message offset + trailer length as they stand, -2 for a fresh message. A sum
@@ -108,7 +112,8 @@ class ZTK_API CSocketMsg {
     // The body: packet + message offset. Null unless message length and message offset are both
     // above 0 and there is a packet; so a message with an empty body, or one whose body starts at
     // offset 0, has none by this rule. Valid as long as GetPacket(). The body is not terminated:
-    // GetMsgLength() bytes.
+    // GetMsgLength() bytes, which are there once the packet is complete; before that the pointer
+    // may lie behind the bytes received.
     [[nodiscard]] char* GetMsg() noexcept;
 
     // The body's length in bytes; -1 while unknown.
@@ -118,33 +123,11 @@ class ZTK_API CSocketMsg {
     [[nodiscard]] int GetRecvSize() noexcept;
 
   private:
-    friend class net::ChunkParser;
-    friend class CSocketMsgReceiver;
+    friend class net::MessageAccess;  // how the library's framing works on a message
 
     ZTK_LOCAL bool Resize(std::int64_t bytes, std::int64_t expected) noexcept;
     ZTK_LOCAL bool Append(const char* data, int length, std::int64_t expected) noexcept;
     ZTK_LOCAL bool Settle(std::int64_t expected) noexcept;
-
-    // Inline, since they are used for every message.
-
-    // The packet size. The three lengths come from the peer: their sum may not fit in an int.
-    [[nodiscard]] std::int64_t Sum() const noexcept {
-        return std::int64_t{message_length_} + message_offset_ + trailer_length_;
-    }
-
-    // Ends the received bytes at the packet's end.
-    void Truncate(int bytes) noexcept {
-        received_ = bytes;
-        packet_[bytes] = 0;
-    }
-
-    void Clear() noexcept {
-        received_ = 0;
-        message_length_ = -1;
-        message_offset_ = -1;
-        trailer_length_ = 0;
-        view_ = nullptr;
-    }
 
     char* packet_ = nullptr;  // owned, capacity_ bytes and one zero byte behind them
     int received_ = 0;
@@ -168,7 +151,10 @@ class ZTK_API CSocketMsg {
 // Thread-safety: all public functions may be called from any thread. AddMessage holds the lock for
 // its whole run, so a Pop on another thread waits until the chunk has been cut up. The hooks
 // CreateMessage, ParseHeader, AssertValidMsg and AssertPartialMsg run with the lock held: they must
-// not wait for a consumer. The lock is recursive, and hooks may call the receiver.
+// not wait for a consumer. The lock is recursive, and hooks may call the receiver, but for
+// AddMessage, which is not made to begin again in its middle. An exception from a hook reaches the
+// caller of AddMessage with the lock released; bytes of the chunk that were not yet part of a
+// message are lost.
 class ZTK_API CSocketMsgReceiver {
   public:
     CSocketMsgReceiver() noexcept;
@@ -186,7 +172,7 @@ class ZTK_API CSocketMsgReceiver {
     // waiting for more bytes. Does nothing unless overridden.
     virtual void AssertPartialMsg(CSocketMsg* message);
 
-    // Called for each complete message, just before it is logged and queued. Does nothing unless
+    // Called for each complete message, just before it is queued and logged. Does nothing unless
     // overridden.
     virtual void AssertValidMsg(CSocketMsg* message);
 
@@ -196,8 +182,8 @@ class ZTK_API CSocketMsgReceiver {
     // zero byte or the packet's end, else a hex dump of the whole packet labelled "recv:". A
     // message that is not complete yet waits for the next chunk. data is not kept.
     //
-    // Returns whether this call completed at least one message; false also for null data and a
-    // length below 1.
+    // Returns whether this call completed at least one message; false also for null data, a length
+    // below 1 and when CreateMessage returns null.
     //
     // Bytes are lost, unless SetKeepRemainder is on, when a chunk completes a message that was
     // begun in an earlier chunk: of the bytes behind it, as many are dropped as had been received
@@ -218,19 +204,20 @@ class ZTK_API CSocketMsgReceiver {
     CSocketMsg* Pop() noexcept;
 
     // Appends a message to the queue. Returns the queue's length afterwards: unchanged for a null
-    // message and when memory is short.
+    // message and when memory is short. REQUIRES: the message is neither queued nor pooled.
     std::uint64_t Push(CSocketMsg* message) noexcept;
 
     // Appends a spent message to the pool, from which AddMessage takes the oldest when it needs
     // one. The message keeps its packet block and is reset when it is taken. Returns the pool's
     // length afterwards: unchanged for a null message and when memory is short, and then the caller
-    // still has the message.
+    // still has the message. REQUIRES: the message is neither queued nor pooled.
     std::uint64_t PushPool(CSocketMsg* message) noexcept;
 
     // The number of complete messages in the queue.
     [[nodiscard]] std::uint64_t GetQueueSize() noexcept;
 
     // Take and release the receiver's lock, so that a consumer can drain the queue as one step.
+    // Each LockQueue needs one UnlockQueue on the same thread.
     void LockQueue() noexcept ZTK_ACQUIRE(lock_);
     void UnlockQueue() noexcept ZTK_RELEASE(lock_);
 

@@ -20,7 +20,8 @@
 //     ZTK::CloseWSA();
 //
 // A socket handle is an unsigned 64-bit number; 0 means no socket. Error codes are those of Windows
-// Sockets on both targets (10054: reset by the peer, ...); PrintSocketError gives their texts.
+// Sockets on both targets (10054: reset by the peer, ...); PrintSocketError gives their texts. On
+// Linux an error of the system that has no such code comes as 11500 plus its errno.
 #pragma once
 
 #include <atomic>
@@ -39,7 +40,8 @@ namespace ZTK {
 // any thread.
 ZTK_API void InitWSA() noexcept;
 
-// Undoes one InitWSA. The last one closes the sockets that are still open. Safe from any thread.
+// Undoes one InitWSA; does nothing without one. The last one closes the sockets that are still
+// open: calls that are blocked in them fail. Safe from any thread.
 ZTK_API void CloseWSA() noexcept;
 
 // --- Records
@@ -50,8 +52,10 @@ struct TSOSocketInfo {
     unsigned short family;      // 2 for IPv4, 23 for IPv6
     IPPROTO protocol;           // IPPROTO_TCP
     unsigned short socketType;  // 1 for a stream socket
-    wchar_t host[1025];   // name or address text; empty or "any" (any case): every local address
-    unsigned short port;  // host byte order; 0 lets the system choose (servers)
+    // A name or the text of an address, terminated; empty or "any" (any case): every local address,
+    // to listen on.
+    wchar_t host[1025];
+    unsigned short port;  // host byte order; 0 lets the system choose one to listen on
 };
 
 // Names that the reverse lookups fill; the terminator is counted in the sizes.
@@ -72,9 +76,10 @@ struct TSOServiceNameW {
 
 // Name resolution, socket options and error texts.
 //
-// Thread-safety: every function may be called from any thread. Errors: a function whose system call
-// fails returns its failure value and leaves the code in WSAGetLastError. Wide arguments are passed
-// to the system in its narrow code page.
+// Thread-safety: every function may be called from any thread. Lookups wait as long as the system
+// does, which may be seconds. Errors: a function whose system call fails returns its failure value
+// and leaves the code in WSAGetLastError. Wide arguments are passed to the system in its narrow
+// code page.
 class ZTK_API CSocketUtil {
   public:
     CSocketUtil() = default;
@@ -83,48 +88,56 @@ class ZTK_API CSocketUtil {
     CSocketUtil& operator=(const CSocketUtil&) noexcept;
     CSocketUtil& operator=(CSocketUtil&&) noexcept;
 
-    // Resolves host and service (null stays null) under hints. True on success: the caller releases
-    // *result with freeaddrinfo. False leaves *result unspecified.
+    // Resolves host and service (null or empty: none, but not both) under hints (null: none). True
+    // on success: the caller releases *result with freeaddrinfo. False leaves *result unspecified.
+    // A text of 4096 or more narrow characters is no name: false with 11001. REQUIRES: result is
+    // not null.
     static bool GetAddrInfoW(const wchar_t* host, const wchar_t* service, const addrinfo* hints,
                              addrinfo** result) noexcept;
 
     // The same with a port in host byte order as the service. A null host gives false without a
-    // lookup.
+    // lookup and without an error code.
     static bool GetAddrInfoW(const wchar_t* host, unsigned short port, const addrinfo* hints,
                              addrinfo** result) noexcept;
 
     // Fills *address with a fresh socket address for host and port; what it held before is not
     // freed. The caller releases address->lpSockaddr with MemFree. Returns 1, or 0 with *address
-    // cleared.
+    // cleared. REQUIRES: address is not null.
     //
     // A null or empty host, or "any", gives the wildcard address of family 2 or 23; for any other
-    // family the result is 1 too, but *address stays empty (callers ask for the result first and
-    // then look). Otherwise the name is resolved, and the last IPv4 or IPv6 entry of the system's
-    // list is taken.
+    // family, and when memory is short, the result is 1 too, but *address stays empty (callers ask
+    // for the result first and then look). Otherwise the name is resolved, and the last IPv4 or
+    // IPv6 entry of the system's list is taken; 0 then also means that memory was short (8) or that
+    // the list has no such entry (no code).
     static int GetHostAddress(const wchar_t* host, unsigned short family, IPPROTO protocol,
                               unsigned short socket_type, unsigned short port,
                               SOCKET_ADDRESS* address) noexcept;
 
-    // The host name of an address. Returns 0, or the system's error code with *host unchanged.
-    // address_bytes is the length of the address; flags are the system's NI_ flags.
+    // The host name of an address, or the text of the address where it has none. Returns 0, or the
+    // error code with *host unchanged: 10014 for a null address or a length that does not fit it.
+    // address_bytes is the length of the address; flags are the system's NI_ flags. host may be
+    // null.
     static int GetHostNameW(const sockaddr* address, int address_bytes, TSOHostNameW* host,
                             int flags) noexcept;
 
     // Looks the address up as GetHostNameW does, but the service name is not asked for: on success
-    // it is empty. Callers use the result as a test whether the address can be resolved.
+    // it is empty. Callers use the result as a test whether the address can be resolved. service
+    // may be null.
     static int GetServName(const sockaddr* address, int address_bytes, TSOServiceNameW* service,
                            int flags) noexcept;
 
     // Reads or sets a socket option. level and option are the system's constants (SOL_SOCKET,
-    // SO_DONTLINGER, ...); length is the size of value in bytes. The length that the system reports
-    // is not returned. Result 0, or -1.
+    // SO_DONTLINGER, ...; for Linux, ztk/platform/posix/winsock2.h says which work and how); length
+    // is the size of value in bytes. The length that the system reports is not returned. Result 0,
+    // or -1: 10014 for a null value, 10042 for an unknown option.
     static int GetOptions(std::uint64_t socket, int level, int option, void* value,
                           int length) noexcept;
     static int SetOptions(std::uint64_t socket, int level, int option, void* value,
                           int length) noexcept;
 
     // The remote or the local address of a socket. *address_bytes is the room in address on entry
-    // and the address's length afterwards. Result 0, or -1.
+    // and the address's length afterwards. Result 0, or -1: 10014 for a null pointer or too little
+    // room, 10057 without a peer, 10022 for a socket without a local address.
     static int GetPeerName(std::uint64_t socket, sockaddr* address, int* address_bytes) noexcept;
     static int GetSockName(std::uint64_t socket, sockaddr* address, int* address_bytes) noexcept;
 
@@ -132,12 +145,15 @@ class ZTK_API CSocketUtil {
     // null.
     static const wchar_t* IP4SockIPToStrIP(sockaddr_in* address) noexcept;
 
-    // The IPv4 address, in network byte order, of a dotted text; 0xFFFFFFFF for null or a text that
-    // is not one.
+    // The IPv4 address, in network byte order, of a dotted text (also of fewer than four numbers,
+    // or octal or hexadecimal ones, as the system reads it); 0xFFFFFFFF for null or a text that is
+    // not one.
     static DWORD IP4StrIPToSockIP(const wchar_t* text) noexcept;
 
     // Writes the text of an address to buffer, which has room for length characters, and cuts it at
-    // its last colon. Returns the character count before the cut, terminator included, or 0.
+    // its last colon. Returns the character count before the cut, terminator included, or 0: 10014
+    // for too little room or a null buffer, also for an address without a block. REQUIRES: address
+    // is not null.
     //
     // The cut takes off the port where there is one ("10.1.2.3:80", "[fe80::1]:80"). It is made
     // blindly: an IPv6 address with port 0 is written without a port and loses its last group, so
@@ -158,67 +174,86 @@ class ZTK_API CSocketUtil {
 // One stream socket with what is known about its endpoint, a receive buffer, and the id of the
 // worker thread that serves it. Hosts use CClientSocket and CServerSocket.
 //
-// Thread-safety: Shutdown, WaitForThreadExit, Lock, Unlock and the accessors of socket, thread id
-// and last error may be called from any thread, also while a worker thread runs. The texts are
-// written by Connect or by the listener thread: read them in or after OnListen, or on the thread
-// that connected. SetBufferSize must not run while a receiver thread runs.
+// Thread-safety: Shutdown, WaitForThreadExit, SetAsyncMode, Lock, Unlock and the accessors of
+// socket, thread id and last error may be called from any thread, also while a worker thread runs.
+// The texts are written by the constructors, by Connect and by the listener thread: read them in or
+// after OnListen, or on the thread that connected. SetBufferSize must not run while a receiver
+// thread runs.
 class ZTK_API CSocket {
   public:
-    // buffer_size is the receive buffer's capacity in bytes; below 1 means 8912.
+    // Without a socket; family 2, TCP, type 1, port 0 and empty texts. buffer_size is the receive
+    // buffer's capacity in bytes; below 1 means 8912. When memory is short there is no buffer:
+    // GetBuffer returns null.
     explicit CSocket(int buffer_size) noexcept;
 
-    // Takes the endpoint from *info.
+    // The same with the endpoint of *info, which is copied; a null info keeps the defaults.
     CSocket(TSOSocketInfo* info, int buffer_size) noexcept;
 
     // Wraps a connected socket and takes ownership of it. Host text, address text and socket
     // address are the peer's; family, protocol, type and port keep their defaults (2, TCP, 1 and 0)
-    // whatever the peer is, so GetPort gives 0.
+    // whatever the peer is, so GetPort gives 0. Looks the peer's name up, which may take seconds. A
+    // socket without a peer is wrapped all the same, with empty texts.
     CSocket(std::uint64_t socket, int buffer_size) noexcept;
 
     CSocket(const CSocket&) = delete;
     CSocket& operator=(const CSocket&) = delete;
 
-    // Shuts the socket down and closes it. REQUIRES: no worker thread of this object runs any more
-    // (Shutdown, then WaitForThreadExit); in particular not called from one of its callbacks.
+    // Shuts the socket down and closes it (CClientSocket leaves it open), and frees the buffer.
+    // REQUIRES: no worker thread of this object runs any more (Shutdown, then WaitForThreadExit);
+    // in particular not called from one of its callbacks.
     virtual ~CSocket();
 
-    // The endpoint's host text; the numeric address text without port; the port in host byte order.
-    // The texts belong to the object.
+    // The endpoint's host text; the numeric address text without port; the port in host byte order,
+    // as it was given (0 stays 0). The texts belong to the object and are never null.
     virtual const wchar_t* GetHost();
     virtual const wchar_t* GetIPAddress();
     virtual unsigned short GetPort();
 
     // Shuts the socket down in both directions and closes it; does nothing without a socket. Wakes
     // a worker thread that is blocked in a receive or an accept. May be called repeatedly and from
-    // several threads at once, callbacks included: the socket is closed once. Data that the peer
-    // sent and nobody has received yet is dropped; data already passed to Send is still delivered.
+    // several threads at once, callbacks included: the socket is closed once.
+    //
+    // Bytes that Send has taken are still delivered, unless the peer has sent bytes that nobody has
+    // received yet: then those are dropped, the system resets the connection, and what is still on
+    // its way to the peer may be lost too. A side whose last bytes must arrive waits for the peer's
+    // answer to them before it shuts down.
     virtual void Shutdown();
 
-    // Waits up to milliseconds (-1: without end) for the worker thread to end. Returns at once if
-    // there is none or it has ended. Once it has ended, none of the object's callbacks runs again
-    // and its port is free. Must not be called from the object's own callbacks: it would wait for
-    // itself.
+    // Waits up to milliseconds (-1: without end) for the worker thread to end; whether it has is
+    // not told. Returns at once if there is none, if it has ended, and if WaitRegisteredThreadsExit
+    // has taken it out of the registry, though it may still run then. Must not be called from the
+    // object's own callbacks: it would wait for itself.
+    //
+    // Once the thread has ended, none of the object's callbacks runs again, and the thread has
+    // closed the socket: a server's port is free. Not so a server that failed before OnListen, and
+    // a client without a receive buffer: their sockets stay open, and a server that could bind but
+    // not listen keeps its port, until Shutdown.
     void WaitForThreadExit(int milliseconds) noexcept;
 
-    // Switches non-blocking mode on (not 0) or off; does nothing without a socket.
+    // Switches non-blocking mode on (not 0) or off; does nothing without a socket. A receiver
+    // thread switches it off when it begins.
     void SetAsyncMode(int enable) noexcept;
 
-    // Makes the receive buffer at least bytes large (below 1 means 8912); it never shrinks. Returns
-    // the buffer size afterwards: unchanged when memory is short.
+    // Makes the receive buffer at least bytes large (below 1 means 8912); it never shrinks, and may
+    // move. Returns the buffer size afterwards: unchanged when memory is short. An object without a
+    // buffer gets one when bytes is above its buffer size.
     int SetBufferSize(int bytes) noexcept;
 
-    // The object's own lock, for callers that share it among threads. It guards no member of the
-    // object: what it keeps apart is up to them. Of the library's own functions only SetBufferSize
-    // takes it, while it replaces the buffer.
+    // The object's own lock, recursive, for callers that share it among threads. It guards no
+    // member of the object: what it keeps apart is up to them. Of the library's own functions only
+    // SetBufferSize takes it, while it replaces the buffer.
     void Lock() noexcept ZTK_ACQUIRE(lock_);
     void Unlock() noexcept ZTK_RELEASE(lock_);
 
     [[nodiscard]] std::uint64_t GetSocket() noexcept;  // 0 when there is none
-    [[nodiscard]] DWORD GetThreadID() noexcept;        // 0 until a worker thread was started
+    [[nodiscard]] DWORD GetThreadID() noexcept;  // 0 until a worker thread was started; then kept
     [[nodiscard]] unsigned char*
-    GetBuffer() noexcept;                         // owned by the object; null if memory was short
-    [[nodiscard]] int GetBufferSize() noexcept;   // bytes
-    [[nodiscard]] DWORD GetLastError() noexcept;  // the last socket error recorded by this object
+    GetBuffer() noexcept;                        // owned by the object; null if memory was short
+    [[nodiscard]] int GetBufferSize() noexcept;  // bytes, also while there is no buffer
+
+    // The last socket error that this object recorded; 0 for none. A receiver thread sets it to 0
+    // when it begins and when OnReceive ends it, a listener thread after OnListen.
+    [[nodiscard]] DWORD GetLastError() noexcept;
     [[nodiscard]] const wchar_t* GetErrorDesc() noexcept;  // its sentence; static text
 
   protected:
@@ -253,18 +288,20 @@ class ZTK_API CSocket {
 class CClientSocket;
 
 // What a host implements to be told of received bytes. Called on the socket's receiver thread, one
-// call at a time; held by plain pointer and never deleted by the library.
+// call at a time, with no lock held; held by plain pointer and never deleted by the library. An
+// exception must not leave a callback: it would end the process.
 class ISOReceiver {
   public:
-    // Asked before each chunk is handed on; true ends the receiver thread.
+    // Asked after each receive, before its outcome is handed on; true ends the receiver thread, and
+    // what was received is dropped.
     virtual bool IsStopping() = 0;
 
     // One chunk of length >= 1 bytes, as one receive returned it, in the socket's own buffer: valid
     // only during the call. Nothing is received meanwhile. False ends the receiver thread.
     virtual bool OnReceive(CClientSocket* socket, unsigned char* data, int length) = 0;
 
-    // The peer closed the connection in an orderly way. Not called after an error, nor when this
-    // side shut the socket down.
+    // The peer closed the connection in an orderly way; the receiver thread ends after this call.
+    // Not called after an error, nor when this side shut the socket down.
     virtual void OnDisconnect(CClientSocket* socket) = 0;
 
   protected:
@@ -279,8 +316,9 @@ class ISOReceiver {
 // close it; the receiver thread does so when it ends.
 //
 // Thread-safety: Send may be called from any thread while the receiver thread runs, one at a time;
-// Connect, Read and Receive from one thread; the rest as for CSocket. The callbacks may call Send,
-// Shutdown and the accessors of their own socket, but neither wait for it nor destroy it.
+// Connect, Read and Receive from one thread; SetReceiver from any; the rest as for CSocket. The
+// callbacks may call Send, Shutdown, SetReceiver and the accessors of their own socket, but neither
+// wait for it nor destroy it.
 class ZTK_API CClientSocket : public CSocket {
   public:
     // Without a socket until Connect. buffer_size as for CSocket; receiver as for SetReceiver, null
@@ -288,21 +326,27 @@ class ZTK_API CClientSocket : public CSocket {
     explicit CClientSocket(int buffer_size) noexcept;
     CClientSocket(ISOReceiver* receiver, int buffer_size) noexcept;
 
-    // Wraps a connected socket, such as a server accepted, and takes ownership of it.
+    // Wraps a connected socket, such as a server accepted, as CSocket does; Shutdown closes it.
     CClientSocket(ISOReceiver* receiver, std::uint64_t socket, int buffer_size) noexcept;
     ~CClientSocket() override;
 
-    // Replaces the receiver (null ends the receiver thread before the next callback). A callback
-    // that has begun goes on with the old one.
+    // Replaces the receiver. Null ends the receiver thread before its next callback, so not while
+    // it is blocked in a receive: Shutdown ends that. A callback that has begun goes on
+    // with the old receiver.
     void SetReceiver(ISOReceiver* receiver) noexcept;
 
-    // Shuts down what was connected before, resolves the endpoint and connects, waiting as long as
-    // the system does. False with the last error set; the new socket then stays open until
-    // Shutdown.
+    // Shuts down what was connected before, copies *info (null: the endpoint stays as it was),
+    // resolves it and connects, waiting as long as the system does; Shutdown on another thread ends
+    // the wait for the peer, not the lookup. False with the last error set; the new socket then
+    // stays open until Shutdown. (GetSocket is not 0 then, also when no socket could be made: it is
+    // the platform's INVALID_SOCKET.) Not to be used while a receiver thread runs. An object whose
+    // receiver thread has ended may connect again, but only Read then.
     bool Connect(TSOSocketInfo* info) noexcept;
 
-    // One send call. Returns the bytes taken by the system, which may be fewer than length (the
-    // rest is not retried), 0 without a socket, or -1 with the last error set.
+    // One send call, which waits until the system has taken all length bytes, unless SetAsyncMode
+    // was called. Returns the bytes taken, which may be fewer than length (the rest is not
+    // retried), 0 without a socket, or -1 with the last error set; -1 also for null data and a
+    // negative length.
     int Send(const void* data, int length) noexcept;
 
     // One receive call into the object's buffer, blocking unless SetAsyncMode was called. Returns
@@ -312,15 +356,19 @@ class ZTK_API CClientSocket : public CSocket {
 
     // Starts the receiver thread and returns its handle, or null if this object has started one
     // before (also when that has ended) or no thread could be made. creation_flags go to
-    // CreateThread.
+    // CreateThread; the thread runs at once, whatever they say. It takes the socket out of
+    // non-blocking mode.
     //
-    // The handle is recorded in the thread registry too. WaitRegisteredThreadsExit closes the
-    // handles of threads that are still registered then; a thread that ended by itself leaves its
-    // handle to the caller, who closes it with CloseHandle.
+    // The handle is recorded in the thread registry too: do not close it while the thread runs.
+    // WaitRegisteredThreadsExit closes the handles of threads that are still registered then; a
+    // thread that ended by itself leaves its handle to the caller, who closes it with CloseHandle.
+    // When no thread could be made, id 0 is registered with a null handle, for hosts that look
+    // there, and Receive may be called again; DeRegisterThread(0) takes it out.
     //
     // The thread ends when the peer closes (after OnDisconnect), on a receive error (no callback;
     // see GetLastError), when IsStopping says true, OnReceive says false or the receiver is null,
-    // and after Shutdown. It then shuts the socket down.
+    // and after Shutdown. It then shuts the socket down. Without a socket or a buffer it ends at
+    // once and shuts nothing down.
     void* Receive(DWORD creation_flags) noexcept;
 
   protected:
@@ -332,8 +380,6 @@ class ZTK_API CClientSocket : public CSocket {
     DWORD ReceiverProc();
 
   private:
-    ZTK_LOCAL int ReceiveChunk() noexcept;
-
     std::atomic<ISOReceiver*> receiver_;
 };
 
@@ -342,27 +388,34 @@ class ZTK_API CClientSocket : public CSocket {
 class CServerSocket;
 
 // What a host implements to be told of a server's life. Called on the server's listener thread, one
-// call at a time; held by plain pointer and never deleted by the library.
+// call at a time, with no lock held; held by plain pointer and never deleted by the library. An
+// exception must not leave a callback: it would end the process.
 class ISOListener {
   public:
     // Asked before and after each accept; true ends the listener thread.
     virtual bool IsStopping() = 0;
 
-    // The listening socket was made and is not yet bound: the place to set options on it.
+    // The listening socket was made and is not yet bound: the place to set options on it. It
+    // belongs to the server. When none could be made, socket is the platform's INVALID_SOCKET, and
+    // OnError follows.
     virtual void OnSocketCreated(std::uint64_t socket) = 0;
 
     // Not called by the library; it holds the interface's third place.
     virtual void OnSocketClosed(std::uint64_t socket);
 
     // A connection was accepted. The socket belongs to the host: wrap it in a CClientSocket, or
-    // close it with closesocket. The next connection is accepted when this returns.
+    // close it with closesocket. Its option SO_DONTLINGER is on: closing it does not wait. The next
+    // connection is accepted when this returns.
     virtual void OnAccept(CServerSocket* server, std::uint64_t socket) = 0;
 
-    // Listening has begun. host is the name that the system reports for the bound address, address
-    // its numeric text, port the port given at construction. The texts belong to the server.
+    // Listening has begun. host is the name that the system reports for the bound address (the
+    // endpoint's host text when it reports none), address its numeric text, port the port given at
+    // construction: when that is 0, CSocketUtil::GetSockName tells which one the system chose. The
+    // texts belong to the server and stay as they are until its end.
     virtual void OnListen(const wchar_t* host, const wchar_t* address, unsigned short port) = 0;
 
-    // A step failed; the listener thread ends after this call.
+    // A step failed with a socket error code; the listener thread ends after this call. Before
+    // OnListen the socket stays open, until Shutdown or the server's end.
     virtual void OnError(CServerSocket* server, int error) = 0;
 
   protected:
@@ -378,11 +431,14 @@ inline void ISOListener::OnSocketClosed(std::uint64_t) {}
 //
 // To stop: let IsStopping answer true, call Shutdown from any thread (a blocked accept ends at
 // once, without OnError), then WaitForThreadExit. Callbacks may call Shutdown, but neither wait for
-// the server nor destroy it. A connection that was accepted while the stop came in is closed, not
-// handed on.
+// the server nor destroy it. A connection that is accepted while the server is being stopped is
+// closed, not handed on.
+//
+// Thread-safety: Listen from one thread; the rest as for CSocket.
 class ZTK_API CServerSocket : public CSocket {
   public:
-    // endpoint is where to listen; it is copied. buffer_size as for CSocket.
+    // endpoint is where to listen; it is copied (null: all local IPv4 addresses, at a port that the
+    // system chooses). buffer_size as for CSocket; a server receives nothing itself.
     CServerSocket(ISOListener* listener, int buffer_size, TSOSocketInfo* endpoint) noexcept;
     ~CServerSocket() override;
 
@@ -392,6 +448,10 @@ class ZTK_API CServerSocket : public CSocket {
     //
     // Errors reach OnError. A port in use gives OnSocketCreated, then OnError with 10048; the last
     // error is set by listen and accept failures only.
+    //
+    // The thread's handle is in the thread registry only. The thread closes it when it ends, and
+    // WaitRegisteredThreadsExit when it has taken it over: who needs the handle longer duplicates
+    // it.
     virtual int Listen();
 
     // True, without effect: a derived server may give them a meaning.

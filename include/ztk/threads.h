@@ -19,24 +19,28 @@ namespace ZTK {
 // Records thread_handle (null is recorded as well) under thread_id and makes a notify event for it:
 // auto-reset, unsignalled, owned by the registry. The library never signals the event nor waits for
 // it; it is a channel between the thread and its owner. An id that is registered already keeps its
-// first handle and event. Returns the id's event; null when none could be made.
+// first handle and event. Returns the id's event, borrowed; null when memory is short: then the id
+// is recorded without an event, or not at all, which GetThreadHandle tells.
 ZTK_API void* RegisterThread(unsigned int thread_id, void* thread_handle) noexcept;
 
 // Closes the id's notify event and forgets the id. The thread handle is not closed: it stays with
-// whoever received it from the starter. An unknown id is ignored.
+// whoever started the thread. An unknown id is ignored.
 ZTK_API void DeRegisterThread(unsigned int thread_id) noexcept;
 
 // The id's thread handle or notify event, or null for an unknown id. Both are borrowed: the event
-// is closed when the thread deregisters.
+// is closed when the thread deregisters, and so is the handle of a server's listener thread, which
+// nobody else has; any other handle is valid until its owner closes it, and all of them until
+// WaitRegisteredThreadsExit. Who needs one longer duplicates it.
 [[nodiscard]] ZTK_API void* GetThreadHandle(unsigned int thread_id) noexcept;
 [[nodiscard]] ZTK_API void* GetThreadNotify(unsigned int thread_id) noexcept;
 
 // Empties the registry, waits up to timeout_milliseconds (INFINITE: without end) for all threads
 // that were in it to end, then closes their handles and notify events, also those of threads that
 // still run. Threads that run on are neither stopped nor waited for again. All handles go into one
-// wait of the platform: with more than 64 threads, or a null handle among them, nothing is waited
-// for and the handles are closed at once. Must not be called from a registered thread: it would
-// wait for itself.
+// wait of the platform: with more than 64 threads, or a null or closed handle among them, nothing
+// is waited for and the handles are closed at once. Which of the threads have ended is not told.
+// Returns at once when the registry is empty; threads may be registered again afterwards. Must not
+// be called from a registered thread: it would wait for itself.
 ZTK_API void WaitRegisteredThreadsExit(DWORD timeout_milliseconds) noexcept;
 
 }  // namespace ZTK

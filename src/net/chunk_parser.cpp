@@ -35,7 +35,7 @@ bool ChunkParser::Parse(CSocketMsgReceiver& receiver, char* data,
 bool ChunkParser::Run() {
     bool any = false;
     CSocketMsg* message = receiver_.current_;
-    while (message != nullptr && Complete(*message)) {
+    while (message != nullptr && Complete(MessageAccess(*message))) {
         any = true;
         receiver_.current_ = nullptr;
         if (left_ < 1) {
@@ -52,23 +52,20 @@ bool ChunkParser::Run() {
 
 // Gives the rest of the chunk to the message. True when that completed it: it is queued then, and
 // the parser stands behind it. False leaves the message waiting with all bytes that could be kept.
-bool ChunkParser::Complete(CSocketMsg& message) {
-    return message.received_ == 0 ? LookInPlace(message) : AppendToPacket(message);
+bool ChunkParser::Complete(MessageAccess message) {
+    return message.Received() == 0 ? LookInPlace(message) : AppendToPacket(message);
 }
 
 // A message without bytes: its header is looked for in the chunk itself.
-bool ChunkParser::LookInPlace(CSocketMsg& message) {
-    const int length = message.message_length_;
-    const int offset = message.message_offset_;
-    const int trailer = message.trailer_length_;
-    message.view_ = bytes_;
-    message.received_ = left_;
-    const bool known = length >= 1 || AskInPlace(message);
-    const std::int64_t size = message.Sum();
-    if (message.view_ != bytes_ || message.received_ != left_) {
+bool ChunkParser::LookInPlace(MessageAccess message) {
+    const Framing before = message.GetFraming();
+    message.LookAt(bytes_, left_);
+    const bool known = message.IsFramingKnown() || AskInPlace(message);
+    const std::int64_t size = message.PacketSize();
+    if (!message.IsLookingAt(bytes_, left_)) {
         // The hook itself added to the message, or reset it: it has bytes of its own by now.
-        (void)message.Settle(0);
-        if (!known || !IsWhole(size, message.received_) || !Reserve(receiver_.queue_)) {
+        (void)message.Settle(0);  // short of memory it has no bytes, and is not whole
+        if (!known || !IsWhole(size, message.Received()) || !Reserve(receiver_.queue_)) {
             return false;
         }
         const int end = static_cast<int>(size);
@@ -76,49 +73,34 @@ bool ChunkParser::LookInPlace(CSocketMsg& message) {
     }
     if (known && IsWhole(size, left_) && Reserve(receiver_.queue_)) {
         const int end = static_cast<int>(size);
-        if (TakeFromChunk(message, end)) {
+        if (message.StorePacket(bytes_, end)) {
+            bytes_ += end;
+            left_ -= end;
             return Publish(message, end);
         }
     } else if (message.Settle(known ? size : 0)) {
         return false;
     }
     // Short of memory: the message goes on as if this chunk had never come.
-    message.message_length_ = length;
-    message.message_offset_ = offset;
-    message.trailer_length_ = trailer;
+    message.SetFraming(before);
     return false;
 }
 
 // A hook that throws must not leave the message with a view of bytes that the caller takes back.
-bool ChunkParser::AskInPlace(CSocketMsg& message) {
+bool ChunkParser::AskInPlace(MessageAccess message) {
     try {
-        return message.ParseHeader(&message.message_length_, &message.message_offset_,
-                                   &message.trailer_length_);
+        return message.AskFraming();
     } catch (...) {
-        message.Clear();
+        message.Reset();
         throw;
     }
 }
 
-// The one copy of a packet that lies whole in the chunk.
-bool ChunkParser::TakeFromChunk(CSocketMsg& message, int size) {
-    message.view_ = nullptr;
-    message.received_ = 0;
-    if (!message.Resize(size, size)) {
-        return false;
-    }
-    std::memcpy(message.packet_, bytes_, static_cast<std::size_t>(size));
-    message.Truncate(size);
-    bytes_ += size;
-    left_ -= size;
-    return true;
-}
-
 // A message that was begun in an earlier chunk.
-bool ChunkParser::AppendToPacket(CSocketMsg& message) {
-    const int before = message.received_;
-    const bool known = message.message_length_ >= 1;
-    std::int64_t size = message.Sum();
+bool ChunkParser::AppendToPacket(MessageAccess message) {
+    const int before = message.Received();
+    const bool known = message.IsFramingKnown();
+    std::int64_t size = message.PacketSize();
     // All of the chunk, unless it is known where the packet ends: what lies behind is for the next
     // one.
     int taken = left_;
@@ -129,22 +111,22 @@ bool ChunkParser::AppendToPacket(CSocketMsg& message) {
         return false;
     }
     if (!known) {
-        if (!message.ParseHeader(&message.message_length_, &message.message_offset_,
-                                 &message.trailer_length_)) {
+        if (!message.AskFraming()) {
             return false;
         }
-        size = message.Sum();
+        size = message.PacketSize();
     }
-    if (!IsWhole(size, message.received_)) {
+    if (!IsWhole(size, message.Received())) {
         return false;
     }
     if (!Reserve(receiver_.queue_)) {
-        // It waits with all its bytes and is queued with the next chunk.
+        // It waits with all its bytes and is queued with the next chunk. If there is no memory for
+        // the bytes behind it either, those are lost.
         (void)message.Append(bytes_ + taken, left_ - taken, 0);
         return false;
     }
     const int end = static_cast<int>(size);
-    const bool in_chunk = end >= before && message.received_ == before + taken;
+    const bool in_chunk = end >= before && message.Received() == before + taken;
     if (in_chunk) {
         HandOnBehind(message, before, end);
     } else if (!HandOnFromBlock(message, end)) {
@@ -158,8 +140,8 @@ bool ChunkParser::AppendToPacket(CSocketMsg& message) {
 // Unless the remainder is kept, only as many bytes are handed on as the chunk is longer than the
 // whole packet, though more lie there. Callers' peers take turns: what would follow a message in a
 // later chunk belongs to an exchange that is over, and hosts rely on its being dropped.
-void ChunkParser::HandOnBehind(CSocketMsg& message, int before, int size) {
-    message.Truncate(size);
+void ChunkParser::HandOnBehind(MessageAccess message, int before, int size) {
+    message.CutToPacket(size);
     const int missing = size - before;
     bytes_ += missing;
     left_ -= receiver_.keep_remainder_ ? missing : size;
@@ -168,43 +150,43 @@ void ChunkParser::HandOnBehind(CSocketMsg& message, int before, int size) {
 // The same when the packet ends before the chunk's first byte: the header took longer to be
 // understood than the packet is long. The bytes to hand on are in the packet's block then, which is
 // about to be queued and may be reused any time: they are copied out of it.
-bool ChunkParser::HandOnFromBlock(CSocketMsg& message, int size) {
-    const int behind = message.received_ - size;
+bool ChunkParser::HandOnFromBlock(MessageAccess message, int size) {
+    const int behind = message.Received() - size;
     const int rest = receiver_.keep_remainder_ ? behind : std::min(behind, left_ - size);
     if (rest > 0) {
         auto* spill = static_cast<char*>(allocation::RuntimeAlloc(static_cast<std::size_t>(rest)));
         if (spill == nullptr) {
             return false;
         }
-        std::memcpy(spill, message.packet_ + size, static_cast<std::size_t>(rest));
+        std::memcpy(spill, message.Block() + size, static_cast<std::size_t>(rest));
         allocation::RuntimeFree(spill_);
         spill_ = spill;
         bytes_ = spill;
     }
     left_ = rest;
-    message.Truncate(size);
+    message.CutToPacket(size);
     return true;
 }
 
 // Has a complete message checked, queued and logged, in this order. The lock has been held
 // throughout, so the message is still ours when it is logged; but the check may have changed it.
-bool ChunkParser::Publish(CSocketMsg& message, int size) {
-    receiver_.AssertValidMsg(&message);
-    if (!Append(receiver_.queue_, &message)) {
+bool ChunkParser::Publish(MessageAccess message, int size) {
+    receiver_.AssertValidMsg(message.get());
+    if (!Append(receiver_.queue_, message.get())) {
         return false;
     }
     if (!frame::LoggingEnabled()) {
         return true;
     }
-    size = std::min(size, message.capacity_);
+    size = std::min(size, message.Capacity());
     if (!frame::LoggingAsText()) {
-        LogHex(L"recv:", reinterpret_cast<unsigned char*>(message.packet_),
+        LogHex(L"recv:", reinterpret_cast<unsigned char*>(message.Block()),
                static_cast<DWORD>(size));
         return true;
     }
-    const int offset = message.message_offset_;
-    const bool has_body = message.message_length_ > 0 && offset > 0 && offset < size;
-    LogTextA(has_body ? message.packet_ + offset : nullptr);
+    const Framing framing = message.GetFraming();
+    const bool has_body = framing.length > 0 && framing.offset > 0 && framing.offset < size;
+    LogTextA(has_body ? message.Block() + framing.offset : nullptr);
     return true;
 }
 

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "net/message_access.h"
 #include "ztk/messages.h"
 
 namespace ZTK::net {
@@ -26,14 +27,13 @@ class ChunkParser {
     ~ChunkParser();
 
     bool Run() ZTK_REQUIRES(receiver_.lock_);
-    bool Complete(CSocketMsg& message) ZTK_REQUIRES(receiver_.lock_);
-    bool LookInPlace(CSocketMsg& message) ZTK_REQUIRES(receiver_.lock_);
-    bool AskInPlace(CSocketMsg& message);
-    bool AppendToPacket(CSocketMsg& message) ZTK_REQUIRES(receiver_.lock_);
-    bool TakeFromChunk(CSocketMsg& message, int size);
-    void HandOnBehind(CSocketMsg& message, int before, int size) ZTK_REQUIRES(receiver_.lock_);
-    bool HandOnFromBlock(CSocketMsg& message, int size) ZTK_REQUIRES(receiver_.lock_);
-    bool Publish(CSocketMsg& message, int size) ZTK_REQUIRES(receiver_.lock_);
+    bool Complete(MessageAccess message) ZTK_REQUIRES(receiver_.lock_);
+    bool LookInPlace(MessageAccess message) ZTK_REQUIRES(receiver_.lock_);
+    bool AskInPlace(MessageAccess message);
+    bool AppendToPacket(MessageAccess message) ZTK_REQUIRES(receiver_.lock_);
+    void HandOnBehind(MessageAccess message, int before, int size) ZTK_REQUIRES(receiver_.lock_);
+    bool HandOnFromBlock(MessageAccess message, int size) ZTK_REQUIRES(receiver_.lock_);
+    bool Publish(MessageAccess message, int size) ZTK_REQUIRES(receiver_.lock_);
 
     CSocketMsgReceiver& receiver_;
     char* bytes_;  // borrowed: the bytes that no complete message has taken yet

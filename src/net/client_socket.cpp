@@ -1,5 +1,5 @@
 // The client socket and its receiver thread.
-#include "net/name_lookup.h"
+#include "net/socket_util_names.h"
 #include "platform/socket_calls.h"
 #include "ztk/memory.h"
 #include "ztk/sockets.h"
@@ -38,7 +38,7 @@ bool CClientSocket::Connect(TSOSocketInfo* info) noexcept {
         SetSocketError(WSAGetLastError());
         return false;
     }
-    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, net::kTextCapacity);
+    net::WriteAddressText(address_, ip_address_);
     // Not the member, which Shutdown by another thread takes away: that makes this call fail.
     if (connect(created, address_.lpSockaddr, address_.iSockaddrLength) != 0) {
         SetSocketError(WSAGetLastError());
@@ -85,9 +85,9 @@ void* CClientSocket::Receive(DWORD creation_flags) noexcept {
     // The thread is registered before it runs, so that its deregistration comes after. A thread
     // that could not be made is registered too, as id 0 without a handle; hosts look for it there.
     thread_id_ = id;
-    (void)RegisterThread(id, thread);
+    (void)RegisterThread(id, thread);  // without memory for it nobody can wait for the thread
     if (thread != nullptr) {
-        (void)ResumeThread(thread);
+        (void)ResumeThread(thread);  // of a thread just made: cannot fail
     }
     return thread;
 }

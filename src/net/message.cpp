@@ -3,8 +3,8 @@
 #include <climits>
 #include <cstring>
 
+#include "net/message_access.h"
 #include "ztk/memory.h"
-#include "ztk/messages.h"
 
 namespace ZTK {
 
@@ -35,14 +35,15 @@ int CSocketMsg::Add(void* data, int length) {
     if (data == nullptr || length < 1) {
         return -1;
     }
-    if (!Settle(0) ||
-        !Append(static_cast<const char*>(data), length, message_length_ < 1 ? 0 : Sum())) {
+    net::MessageAccess message(*this);
+    const std::int64_t expected = message.IsFramingKnown() ? message.PacketSize() : 0;
+    if (!message.Settle(0) || !message.Append(static_cast<const char*>(data), length, expected)) {
         return -1;
     }
-    if (message_length_ < 1 && !ParseHeader(&message_length_, &message_offset_, &trailer_length_)) {
+    if (!message.IsFramingKnown() && !message.AskFraming()) {
         return -1;
     }
-    if (received_ < Sum()) {
+    if (message.Received() < message.PacketSize()) {
         return -1;
     }
     // A sum below 1 comes back as it is: -2 tells a caller that the hook answered without lengths.
@@ -50,7 +51,7 @@ int CSocketMsg::Add(void* data, int length) {
 }
 
 void CSocketMsg::Reset() noexcept {
-    Clear();
+    net::MessageAccess(*this).Reset();
 }
 
 char* CSocketMsg::GetPacket() noexcept {
@@ -58,7 +59,8 @@ char* CSocketMsg::GetPacket() noexcept {
 }
 
 int CSocketMsg::GetPacketSize() noexcept {
-    return static_cast<int>(std::clamp<std::int64_t>(Sum(), INT_MIN, INT_MAX));
+    const std::int64_t size = net::MessageAccess(*this).PacketSize();
+    return static_cast<int>(std::clamp<std::int64_t>(size, INT_MIN, INT_MAX));
 }
 
 char* CSocketMsg::GetMsg() noexcept {

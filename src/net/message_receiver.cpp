@@ -1,6 +1,7 @@
 // The receiver: the queue of complete messages, the pool of spent ones, and the entry to the
 // parser.
 #include "net/chunk_parser.h"
+#include "net/message_access.h"
 #include "net/message_queue.h"
 #include "sync/lock_guard.h"
 #include "ztk/messages.h"
@@ -37,7 +38,7 @@ CSocketMsg* CSocketMsgReceiver::NewMessage() {
     if (message == nullptr) {
         return CreateMessage();
     }
-    message->Clear();
+    net::MessageAccess(*message).Reset();
     return message;
 }
 

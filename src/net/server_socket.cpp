@@ -1,5 +1,5 @@
 // The server socket and its listener thread.
-#include "net/name_lookup.h"
+#include "net/socket_util_names.h"
 #include "platform/socket_calls.h"
 #include "sync/thread_registry.h"
 #include "ztk/sockets.h"
@@ -54,13 +54,13 @@ int CServerSocket::Listen() {
     // The caller gets no handle, so nobody could close the one in the registry when the thread ends
     // by itself: the thread does. Our own handle stays good meanwhile.
     HANDLE registered = Duplicate(thread);
+    // Without memory for the entry nobody can wait for the thread, but it runs all the same. One
+    // that was just made can be resumed.
+    (void)RegisterThread(id, registered == nullptr ? thread : registered);
+    (void)ResumeThread(thread);
     if (registered == nullptr) {
-        (void)RegisterThread(id, thread);
-        (void)ResumeThread(thread);
         return 1;
     }
-    (void)RegisterThread(id, registered);
-    (void)ResumeThread(thread);
     DWORD exit_code = 0;
     const bool running = GetExitCodeThread(thread, &exit_code) && exit_code == STILL_ACTIVE;
     CloseHandle(thread);
@@ -83,11 +83,8 @@ DWORD CServerSocket::ListenProc() {
     if (!OpenListeningSocket()) {
         return kFailed;
     }
-    TSOHostNameW name{};
-    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, net::kTextCapacity);
-    if (net::GetNameInfoW(address_.lpSockaddr, address_.iSockaddrLength, &name, nullptr, 0) == 0) {
-        net::CopyText(host_, name.name);
-    }
+    net::WriteAddressText(address_, ip_address_);
+    net::ReadHostName(address_, host_);
     listener_.load()->OnListen(host_, ip_address_, port_);
     SetSocketError(0);
     return AcceptLoop();
@@ -104,7 +101,7 @@ bool CServerSocket::OpenListeningSocket() {
         listener_.load()->OnError(this, WSAGetLastError());
         return false;
     }
-    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, net::kTextCapacity);
+    net::WriteAddressText(address_, ip_address_);
     if (bind(created, address_.lpSockaddr, address_.iSockaddrLength) != 0) {
         listener_.load()->OnError(this, WSAGetLastError());
         return false;
@@ -128,7 +125,7 @@ DWORD CServerSocket::AcceptLoop() {
         const int error = accepted == INVALID_SOCKET ? WSAGetLastError() : 0;
         if (listener->IsStopping()) {
             if (accepted != INVALID_SOCKET) {
-                (void)closesocket(accepted);
+                (void)closesocket(accepted);  // a new handle: cannot fail
             }
             Shutdown();
             return kFailed;
@@ -139,6 +136,7 @@ DWORD CServerSocket::AcceptLoop() {
             Shutdown();
             return kFailed;
         }
+        // Fails when the connection is broken already, which the host notices by itself.
         int enable = 1;
         (void)CSocketUtil::SetOptions(accepted, SOL_SOCKET, SO_DONTLINGER, &enable, sizeof(enable));
         listener->OnAccept(this, accepted);

@@ -1,7 +1,7 @@
 // The socket base class.
 #include <cstring>
 
-#include "net/name_lookup.h"
+#include "net/socket_util_names.h"
 #include "platform/socket_calls.h"
 #include "sync/lock_guard.h"
 #include "sync/thread_registry.h"
@@ -43,11 +43,8 @@ CSocket::CSocket(std::uint64_t socket, int buffer_size) noexcept {
     }
     std::memcpy(address_.lpSockaddr, &peer, static_cast<std::size_t>(bytes));
     address_.iSockaddrLength = bytes;
-    TSOHostNameW host{};
-    if (net::GetNameInfoW(address_.lpSockaddr, bytes, &host, nullptr, 0) == 0) {
-        net::CopyText(host_, host.name);
-    }
-    (void)CSocketUtil::IPAddressToString(&address_, ip_address_, net::kTextCapacity);
+    net::ReadHostName(address_, host_);
+    net::WriteAddressText(address_, ip_address_);
 }
 
 CSocket::~CSocket() {
@@ -117,7 +114,7 @@ void CSocket::Shutdown() {
     const std::uint64_t socket = socket_.exchange(0);
     if (socket != 0) {
         (void)shutdown(static_cast<SOCKET>(socket), SD_BOTH);  // fails when it is not connected
-        (void)closesocket(static_cast<SOCKET>(socket));
+        (void)closesocket(static_cast<SOCKET>(socket));  // fails when it was closed by its number
     }
 }
 
@@ -126,6 +123,7 @@ void CSocket::WaitForThreadExit(int milliseconds) noexcept {
     // A handle of our own: the recorded one may be closed while we wait.
     HANDLE thread = id == 0 ? nullptr : sync::OpenRegisteredThread(id);
     if (thread != nullptr) {
+        // Callers are not told whether the thread has ended.
         (void)WaitForSingleObject(thread, static_cast<DWORD>(milliseconds));
         CloseHandle(thread);
     }

@@ -14,12 +14,12 @@ constexpr WORD kSocketsVersion = 0x0202;  // 2.2
 
 void InitWSA() noexcept {
     WSADATA data{};
-    // Without a result to give: the calls that follow fail with 10093 if this one did.
+    // There is no result to pass on: if this fails, the calls that follow fail with 10093.
     (void)WSAStartup(kSocketsVersion, &data);
 }
 
 void CloseWSA() noexcept {
-    (void)WSACleanup();
+    (void)WSACleanup();  // fails when there was no start: then there is nothing to undo
 }
 
 CSocketUtil& CSocketUtil::operator=(const CSocketUtil&) noexcept {

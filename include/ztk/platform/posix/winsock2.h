@@ -5,6 +5,22 @@
 // option levels and options are the system's own. In every record that the library hands out, the
 // family of an IPv6 address is 23; as input, the system's own number (AF_INET6) is accepted as
 // well.
+//
+// Options, for CSocketUtil::GetOptions and SetOptions: the levels SOL_SOCKET, IPPROTO_TCP,
+// IPPROTO_IP and IPPROTO_IPV6 with the system's options of a stream socket, in the system's form
+// (TCP_NODELAY, SO_KEEPALIVE, SO_SNDBUF, SO_RCVBUF: 4 bytes; SO_LINGER: the system's `linger`).
+// Four of level SOL_SOCKET mean what they mean on the platform, with values of 4 bytes:
+//
+// - SO_DONTLINGER: the opposite of the switch in SO_LINGER, whose time stays as it is.
+// - SO_ERROR: the socket's pending error as a Windows Sockets code, 0 for none; reading takes it
+//   off. It cannot be set (WSAENOPROTOOPT).
+// - SO_RCVTIMEO and SO_SNDTIMEO: milliseconds, 0 for no limit; the system may round them up. A
+//   receive or send that takes longer fails with WSAETIMEDOUT; connecting and accepting are not
+//   limited. (A value as long as the system's `timeval` is taken for one.)
+// - SO_REUSEADDR: kept and given back, without effect: a port in TIME_WAIT can be bound anyway, and
+//   one in use cannot.
+//
+// An option that the system does not know fails with WSAENOPROTOOPT.
 #pragma once
 
 #include <arpa/inet.h>
@@ -19,28 +35,38 @@
 
 namespace ZTKPosix {
 
-// A checked id, never 0. It is not a file descriptor: pass it only to the library and to these
-// calls.
+// A checked id, never 0: every call notices a handle that was closed or never was one. It is not a
+// file descriptor: pass it only to the library and to these calls.
 using SOCKET = UINT_PTR;
 using IPPROTO = int;
 
+// What a call returns that could not make a socket, and one that failed.
 inline constexpr SOCKET INVALID_SOCKET = ~static_cast<SOCKET>(0);
 inline constexpr int SOCKET_ERROR = -1;
 
+// An address of any family and its length in bytes. Whoever hands one over says who frees it.
 struct SOCKET_ADDRESS {
     sockaddr* lpSockaddr;
     int iSockaddrLength;
 };
 
-// Closes a socket. A thread that is blocked in a call on it wakes at once, its call failing.
-// Returns 0, or SOCKET_ERROR with last error WSAENOTSOCK for a closed or invented handle.
+// Closes a socket. A thread that is blocked in a call on it wakes at once, and its call fails with
+// WSAEINTR. Bytes that were sent before are still delivered; but
+// when received bytes are left unread, or SO_LINGER is on with time 0, the system resets the
+// connection and drops them. With SO_LINGER on and a time, closing waits up to that time for
+// the peer to take them. Returns 0, or SOCKET_ERROR with last error WSAENOTSOCK for a closed or
+// invented handle, WSANOTINITIALISED before InitWSA. Safe from any thread.
 ZTK_API int closesocket(SOCKET socket) noexcept;
 
 // command FIONBIO: switches non-blocking mode on (*argument not 0) or off. command FIONREAD: stores
-// the number of bytes that can be read at once. Returns 0, or SOCKET_ERROR with the last error set.
+// the number of bytes that can be read at once.
+//
+// Returns 0, or SOCKET_ERROR with the last error set: WSAENOTSOCK and WSANOTINITIALISED as for
+// closesocket; WSAEFAULT for a null argument; WSAEINVAL for any other command, and for FIONREAD on
+// a listening socket. Safe from any thread.
 ZTK_API int ioctlsocket(SOCKET socket, long command, std::uint32_t* argument) noexcept;
 
-// For hosts that declare the argument as the platform's u_long.
+// The same for hosts that declare the argument as the platform's u_long.
 inline int ioctlsocket(SOCKET socket, long command, unsigned long* argument) noexcept {
     if (argument == nullptr) {
         return ioctlsocket(socket, command, static_cast<std::uint32_t*>(nullptr));
@@ -51,7 +77,11 @@ inline int ioctlsocket(SOCKET socket, long command, unsigned long* argument) noe
     return result;
 }
 
-// The calling thread's last error, which socket calls share with all others.
+// The calling thread's last error, which socket calls share with all others: GetLastError returns
+// the same. A call that succeeds does not clear it.
+//
+// A system error that has none of the codes below comes as 11500 + its errno, and one of the
+// system's resolver as 11700 + its number: no code of the platform has these values.
 [[nodiscard]] ZTK_API int WSAGetLastError() noexcept;
 ZTK_API void WSASetLastError(int code) noexcept;
 
@@ -103,7 +133,7 @@ inline constexpr int WSANO_DATA = 11004;
 
 }  // namespace ZTKPosix
 
-// Option of level SOL_SOCKET that the system knows only through SO_LINGER.
+// An option of level SOL_SOCKET that the system knows only as part of SO_LINGER.
 #if !defined(SO_DONTLINGER)
 #define SO_DONTLINGER (static_cast<int>(~SO_LINGER))
 #endif

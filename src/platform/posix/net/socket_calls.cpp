@@ -1,4 +1,4 @@
-// Making, naming and closing sockets.
+// Start and end; making, naming and closing sockets.
 #include "platform/posix/net/socket_calls.h"
 
 #include <cerrno>
@@ -49,18 +49,36 @@ void WSASetLastError(int code) noexcept {
     SetLastError(static_cast<DWORD>(code));
 }
 
+int WSAStartup(WORD version, WSADATA* data) noexcept {
+    constexpr WORD kVersion = 0x0202;
+    if (data == nullptr) {
+        return WSAEFAULT;
+    }
+    data->wVersion = kVersion;
+    data->wHighVersion = kVersion;
+    if ((version & 0xFF) < 2) {
+        return WSAVERNOTSUPPORTED;
+    }
+    CountStart();
+    return 0;
+}
+
+int WSACleanup() noexcept {
+    return CountCleanup() ? 0 : SOCKET_ERROR;
+}
+
 SOCKET socket(int family, int type, int protocol) noexcept {
     if (!RequireSocketsStarted()) {
         return INVALID_SOCKET;
     }
     if ((type & ~kSocketTypeMask) != 0) {
-        (void)FailSocket(WSAESOCKTNOSUPPORT);
+        WSASetLastError(WSAESOCKTNOSUPPORT);
         return INVALID_SOCKET;
     }
     const int system_family = ToSystemFamily(family);
     const int descriptor = ::socket(system_family, type | SOCK_CLOEXEC, protocol);
     if (descriptor < 0) {
-        (void)FailSocket(errno == EINVAL ? WSAESOCKTNOSUPPORT : SocketErrorFromErrno(errno));
+        WSASetLastError(errno == EINVAL ? WSAESOCKTNOSUPPORT : SocketErrorFromErrno(errno));
         return INVALID_SOCKET;
     }
     std::uint32_t flags = 0;
@@ -70,6 +88,7 @@ SOCKET socket(int family, int type, int protocol) noexcept {
     if (system_family == AF_INET6) {
         // The platform's default: an IPv6 socket does not serve IPv4 as well.
         const int enable = 1;
+        // Not refused: the socket is new.
         (void)::setsockopt(descriptor, IPPROTO_IPV6, IPV6_V6ONLY, &enable, sizeof(enable));
         flags |= kSocketIPv6;
     }
@@ -90,7 +109,8 @@ int bind(SOCKET s, const sockaddr* address, int length) noexcept {
         // What is in the way may be only a connection in TIME_WAIT, which does not count on the
         // platform. With the reuse option on, the system passes over sockets that have it on too
         // and do not listen. Ours have it only while they listen, connect or are connected, so a
-        // socket that is bound and not yet listening is still in the way.
+        // socket that is bound and not yet listening is still in the way. Setting the option may
+        // be ignored: should it fail, the second attempt fails as the first did.
         (void)SetReuse(use, 1);
         const int result = ::bind(use.descriptor(), system_address, block.length);
         const int error = errno;
@@ -112,7 +132,8 @@ int listen(SOCKET s, int backlog) noexcept {
     if (GetLocalAddress(use, &address) && IsUnbound(address)) {
         return FailSocket(WSAEINVAL);  // the system would choose a port
     }
-    // Accepted sockets inherit this; it lets their addresses be bound again while in TIME_WAIT.
+    // Accepted sockets inherit this; it lets their addresses be bound again while in TIME_WAIT. If
+    // it failed, only that would be missing.
     (void)SetReuse(use, 1);
     if (::listen(use.descriptor(), backlog) != 0) {
         return FailSocketWithErrno();

@@ -1,6 +1,7 @@
 #include "platform/posix/net/socket_error_map.h"
 
 #include <cerrno>
+#include <cstddef>
 
 namespace ZTKPosix {
 
@@ -11,8 +12,8 @@ struct ErrorPair {
     int code;
 };
 
-// Every system error that a socket call can leave, with the code that the platform leaves in the
-// same situation. The first of several errors with one code is the one that the code means.
+// The system errors that socket calls leave, each with the code that the platform leaves in the
+// same situation. Of several errors with one code, the first is the nearest to it in meaning.
 constexpr ErrorPair kErrnoCodes[] = {
     {EINTR, WSAEINTR},
     {ENOTSOCK, WSAENOTSOCK},
@@ -71,15 +72,31 @@ constexpr ErrorPair kResolverCodes[] = {
     {EAI_OVERFLOW, WSAEFAULT},  // the caller's buffer is too small
 };
 
-}  // namespace
+// Where the codes of numbers that the tables lack begin, and how many numbers have one.
+constexpr int kUnmappedErrno = 11500;
+constexpr int kUnmappedResolver = 11700;
+constexpr int kMaxErrno = 199;
+constexpr int kMaxResolver = 299;
 
-int SocketErrorFromErrno(int error) noexcept {
-    for (const ErrorPair& pair : kErrnoCodes) {
-        if (pair.system == error) {
+// The code of a number in a table, or 0.
+template <std::size_t N>
+int FindCode(const ErrorPair (&table)[N], int system) noexcept {
+    for (const ErrorPair& pair : table) {
+        if (pair.system == system) {
             return pair.code;
         }
     }
-    return WSASYSCALLFAILURE;
+    return 0;
+}
+
+}  // namespace
+
+int SocketErrorFromErrno(int error) noexcept {
+    const int code = FindCode(kErrnoCodes, error);
+    if (code != 0) {
+        return code;
+    }
+    return error > 0 && error <= kMaxErrno ? kUnmappedErrno + error : WSASYSCALLFAILURE;
 }
 
 int ErrnoFromSocketError(int code) noexcept {
@@ -88,19 +105,22 @@ int ErrnoFromSocketError(int code) noexcept {
             return pair.system;
         }
     }
-    return 0;
+    if (code <= kUnmappedErrno || code > kUnmappedErrno + kMaxErrno) {
+        return 0;
+    }
+    const int error = code - kUnmappedErrno;
+    return FindCode(kErrnoCodes, error) == 0 ? error : 0;
 }
 
 int SocketErrorFromResolver(int result) noexcept {
     if (result == EAI_SYSTEM) {
         return SocketErrorFromErrno(errno);
     }
-    for (const ErrorPair& pair : kResolverCodes) {
-        if (pair.system == result) {
-            return pair.code;
-        }
+    const int code = FindCode(kResolverCodes, result);
+    if (code != 0) {
+        return code;
     }
-    return WSANO_RECOVERY;
+    return result < 0 && result >= -kMaxResolver ? kUnmappedResolver - result : WSANO_RECOVERY;
 }
 
 int FailSocket(int code) noexcept {

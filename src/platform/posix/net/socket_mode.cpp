@@ -26,7 +26,7 @@ void RestoreDescriptorMode(const SocketUse& use) noexcept {
     bool mode = false;
     do {
         mode = use.Has(kSocketNonBlocking);
-        (void)SetDescriptorMode(use, mode);
+        (void)SetDescriptorMode(use, mode);  // not refused: it was switched the other way before
     } while (mode != use.Has(kSocketNonBlocking));
 }
 

@@ -6,7 +6,6 @@
 
 #include "platform/memory/allocation.h"
 #include "platform/posix/kernel/lock/lock.h"
-#include "platform/posix/net/socket_calls.h"
 #include "platform/posix/net/socket_error_map.h"
 
 namespace ZTKPosix {
@@ -81,14 +80,15 @@ void Leave(SocketSlot* slot, int descriptor) noexcept {
     const std::uint64_t before = slot->state.fetch_sub(1, std::memory_order_acq_rel);
     if ((before & (kOpen | kUsers)) == 1) {
         // The slot is free as of now. Only after this close can the system give the number out
-        // again.
+        // again. Its result tells nothing: the number is free even after a failure.
         (void)::close(descriptor);
     }
 }
 
 // Ends the system calls that other threads are blocked in on a socket that was just closed. A
 // socket that is set to be aborted (linger for no time) has to reach the peer as a reset, so it is
-// disconnected before shutting it down can send an orderly end.
+// disconnected before shutting it down can send an orderly end. Where the system refuses that while
+// threads wait, the peer sees an orderly end.
 void WakeUsers(int descriptor) noexcept {
     linger option{};
     socklen_t length = sizeof(option);
@@ -96,8 +96,7 @@ void WakeUsers(int descriptor) noexcept {
         option.l_onoff != 0 && option.l_linger == 0) {
         sockaddr none{};
         none.sa_family = AF_UNSPEC;
-        // A system that refuses this while threads wait sends the orderly end.
-        (void)::connect(descriptor, &none, sizeof(none));
+        (void)::connect(descriptor, &none, sizeof(none));  // refused: see above
     }
     // Reports failure on a socket without a connection, but wakes the threads all the same.
     (void)::shutdown(descriptor, SHUT_RDWR);
@@ -113,7 +112,7 @@ void CloseAllSockets() noexcept ZTK_REQUIRES(g_table_lock) {
         }
         const std::uint64_t state = slot->state.load(std::memory_order_acquire);
         if ((state & kOpen) != 0) {
-            // Fails when its owner has just closed it.
+            // Fails if another thread has just closed it: then nothing is left to do.
             (void)CloseSocket((state >> kGenerationShift << kGenerationShift) |
                               static_cast<SOCKET>(descriptor));
         }
@@ -144,7 +143,7 @@ SocketUse::SocketUse(SOCKET socket) noexcept {
             }
         }
     }
-    (void)FailBadHandle();  // for the last error
+    (void)FailBadHandle();  // for the last error; whether the use is open tells the rest
 }
 
 SocketUse::~SocketUse() {
@@ -165,9 +164,8 @@ SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept {
     const LockGuard guard(g_table_lock);
     SocketSlot* slot = g_starts == 0 ? nullptr : MakeSlot(descriptor);
     if (slot == nullptr) {
-        (void)::close(descriptor);  // nobody has used it yet
-        // For the last error.
-        (void)FailSocket(g_starts == 0 ? WSANOTINITIALISED : WSAENOBUFS);
+        (void)::close(descriptor);  // its result tells nothing, as in Leave
+        WSASetLastError(g_starts == 0 ? WSANOTINITIALISED : WSAENOBUFS);
         return INVALID_SOCKET;
     }
     // Nobody is inside: the system gives a number out again only after the last user has closed it.
@@ -203,36 +201,27 @@ int CloseSocket(SOCKET socket) noexcept {
 bool RequireSocketsStarted() noexcept {
     // Without the lock: the closing of all sockets comes here while it holds it.
     if (g_starts == 0) {
-        (void)FailSocket(WSANOTINITIALISED);  // for the last error
+        WSASetLastError(WSANOTINITIALISED);
         return false;
     }
     return true;
 }
 
-int WSAStartup(WORD version, WSADATA* data) noexcept {
-    constexpr WORD kVersion = 0x0202;
-    if (data == nullptr) {
-        return WSAEFAULT;
-    }
-    data->wVersion = kVersion;
-    data->wHighVersion = kVersion;
-    if ((version & 0xFF) < 2) {
-        return WSAVERNOTSUPPORTED;
-    }
+void CountStart() noexcept {
     const LockGuard guard(g_table_lock);
     ++g_starts;
-    return 0;
 }
 
-int WSACleanup() noexcept {
+bool CountCleanup() noexcept {
     const LockGuard guard(g_table_lock);
     if (g_starts == 0) {
-        return FailSocket(WSANOTINITIALISED);
+        WSASetLastError(WSANOTINITIALISED);
+        return false;
     }
     if (--g_starts == 0) {
         CloseAllSockets();
     }
-    return 0;
+    return true;
 }
 
 void TearDownSockets() noexcept {
@@ -241,7 +230,7 @@ void TearDownSockets() noexcept {
     CloseAllSockets();
     for (std::atomic<Chunk*>& place : g_chunks) {
         Chunk* chunk = place.load(std::memory_order_acquire);
-        // A thread that has not yet left its call still needs the slot; its chunk is never freed.
+        // A thread that has not yet left its call still needs its slot: that chunk is not freed.
         if (chunk != nullptr && !HasUsers(*chunk)) {
             place.store(nullptr, std::memory_order_relaxed);
             ZTK::allocation::RuntimeFree(chunk);

@@ -71,11 +71,19 @@ class SocketUse {
 };
 
 // Makes a handle for a new descriptor and takes it over; on failure the descriptor is closed, the
-// last error set and the result INVALID_SOCKET.
+// last error set (WSANOTINITIALISED without a start, WSAENOBUFS when the table cannot take it) and
+// the result INVALID_SOCKET.
 SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept;
 
 // Closes a handle: 0, or SOCKET_ERROR as SocketUse says.
 int CloseSocket(SOCKET socket) noexcept;
+
+// Counts one more start of the sockets.
+void CountStart() noexcept;
+
+// Counts one start less; the last one closes every socket that is still open. False with last error
+// WSANOTINITIALISED when there is none to take back.
+bool CountCleanup() noexcept;
 
 // Whether WSAStartup is in force. False sets the last error WSANOTINITIALISED.
 bool RequireSocketsStarted() noexcept;

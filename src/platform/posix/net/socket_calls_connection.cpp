@@ -13,8 +13,8 @@ namespace ZTKPosix {
 
 namespace {
 
-// The code for a call that the system ended with an error. A closed socket gives the code of a
-// cancelled call, however the system put it.
+// The code for a call that the system ended with an error. If the socket was closed meanwhile, it
+// is that of a cancelled call, whatever the system's error was.
 int FailTransfer(SocketUse& use) noexcept {
     const int error = errno;
     if (use.WasClosed()) {
@@ -94,7 +94,7 @@ SOCKET accept(SOCKET s, sockaddr* address, int* length) noexcept {
     const std::uint32_t flags = use.flags();
     const int needed = (flags & kSocketIPv6) != 0 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
     if (address != nullptr && (length == nullptr || *length < needed)) {
-        (void)FailSocket(WSAEFAULT);  // before a connection is taken off the queue and lost
+        WSASetLastError(WSAEFAULT);  // before a connection is taken off the queue and lost
         return INVALID_SOCKET;
     }
     const bool non_blocking = (flags & kSocketNonBlocking) != 0;
@@ -106,13 +106,13 @@ SOCKET accept(SOCKET s, sockaddr* address, int* length) noexcept {
                                &peer.length, SOCK_CLOEXEC | (non_blocking ? SOCK_NONBLOCK : 0));
     } while (descriptor < 0 && IsAcceptRetried(use, errno) && !use.WasClosed());
     if (descriptor < 0) {
-        (void)FailTransfer(use);
+        (void)FailTransfer(use);  // for the last error; its result is that of other calls
         return INVALID_SOCKET;
     }
     constexpr std::uint32_t kInherited = kSocketNonBlocking | kSocketIPv6 | kSocketStream;
     const SOCKET accepted = AdoptDescriptor(descriptor, (flags & kInherited) | kSocketHadPeer);
     if (accepted != INVALID_SOCKET && address != nullptr) {
-        (void)ToPlatformAddress(peer, address, length);
+        (void)ToPlatformAddress(peer, address, length);  // the room was checked above
     }
     return accepted;
 }
@@ -127,7 +127,8 @@ int connect(SOCKET s, const sockaddr* address, int length) noexcept {
         return FailSocket(WSAEINVAL);
     }
     if (use.Has(kSocketStream)) {
-        // Lets the connection's own address be bound again while it is in TIME_WAIT.
+        // Lets the connection's own address be bound again while it is in TIME_WAIT. If it failed,
+        // only that would be missing.
         const int enable = 1;
         (void)::setsockopt(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, &enable, sizeof(enable));
     }

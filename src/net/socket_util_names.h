@@ -1,4 +1,4 @@
-// Name work that the socket classes share.
+// Names and texts of addresses, as the socket classes keep them.
 #pragma once
 
 #include "ztk/sockets.h"
@@ -10,14 +10,20 @@ namespace ZTK::net {
 inline constexpr unsigned short kFamilyIPv4 = 2;
 inline constexpr unsigned short kFamilyIPv6 = 23;
 
-// The room for the text of an address, in characters: that of a socket's own, see
-// CSocket::GetIPAddress.
+// The room for a host name or the text of an address, in characters: that of a socket, see
+// CSocket::GetHost and GetIPAddress.
 inline constexpr DWORD kTextCapacity = 1025;
 
 // The reverse lookup of an address: fills the records that are not null. The service name is not
 // asked for and comes out empty. Returns 0, or the system's code with both records unchanged.
 int GetNameInfoW(const sockaddr* address, int address_bytes, TSOHostNameW* host,
                  TSOServiceNameW* service, int flags) noexcept;
+
+// Replaces host with the name that the system reports for an address, if it reports one.
+void ReadHostName(const SOCKET_ADDRESS& address, wchar_t (&host)[kTextCapacity]) noexcept;
+
+// Replaces text with that of an address without its port, if it has one.
+void WriteAddressText(SOCKET_ADDRESS& address, wchar_t (&text)[kTextCapacity]) noexcept;
 
 // Copies text up to its terminator and cuts it to fit; null empties the destination. Reads no
 // further than the destination could hold, so the source may lack a terminator there.

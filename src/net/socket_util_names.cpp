@@ -1,4 +1,4 @@
-#include "net/name_lookup.h"
+#include "net/socket_util_names.h"
 
 #include <cstdio>
 #include <cstring>
@@ -27,6 +27,7 @@ class LookupText {
         }
     }
     explicit LookupText(unsigned short port) noexcept : given_(true) {
+        // Five digits at the most: it fits.
         (void)std::snprintf(text_, sizeof(text_), "%d", int{port});
     }
     LookupText(const LookupText&) = delete;
@@ -68,8 +69,9 @@ bool StoreAddress(SOCKET_ADDRESS* address, const void* block, std::size_t bytes)
     return true;
 }
 
-// Callers take the result of a wildcard for granted and look at the address: a family without a
-// wildcard leaves it empty and is no failure.
+// Callers do not look at the result for a wildcard, but at the address: a family without a
+// wildcard leaves it empty and is no failure. The same holds when memory is short: the results of
+// StoreAddress do not matter.
 void StoreWildcard(unsigned short family, unsigned short port, SOCKET_ADDRESS* address) noexcept {
     if (family == net::kFamilyIPv4) {
         sockaddr_in block{};
@@ -148,6 +150,18 @@ int CSocketUtil::GetHostNameW(const sockaddr* address, int address_bytes, TSOHos
 int CSocketUtil::GetServName(const sockaddr* address, int address_bytes, TSOServiceNameW* service,
                              int flags) noexcept {
     return net::GetNameInfoW(address, address_bytes, nullptr, service, flags);
+}
+
+void net::ReadHostName(const SOCKET_ADDRESS& address, wchar_t (&host)[kTextCapacity]) noexcept {
+    TSOHostNameW name{};
+    if (GetNameInfoW(address.lpSockaddr, address.iSockaddrLength, &name, nullptr, 0) == 0) {
+        CopyText(host, name.name);
+    }
+}
+
+void net::WriteAddressText(SOCKET_ADDRESS& address, wchar_t (&text)[kTextCapacity]) noexcept {
+    // A failure leaves the text as it was, and shows again in the call that uses the address.
+    (void)CSocketUtil::IPAddressToString(&address, text, kTextCapacity);
 }
 
 int net::GetNameInfoW(const sockaddr* address, int address_bytes, TSOHostNameW* host,
