@@ -1,7 +1,8 @@
 # Functions that make the tests. One program is one test of ctest.
 #
 #   ztk_add_test(<name> <sources>...)        against the shipped library
-#   ztk_add_fault_test(<name> <sources>...)  against the variant whose memory can be refused
+#   ztk_add_fault_test(<name> <sources>...)  against the variant whose memory can be refused; run three
+#                                            times over, and fails if more and more stays behind
 
 if(WIN32)
     # There are no prebuilt ones for this compiler; Debian ships the sources.
@@ -16,8 +17,18 @@ endif()
 
 # What every test links beside the library under test.
 add_library(ztk_test_support OBJECT ${PROJECT_SOURCE_DIR}/tests/support/text.cpp)
+if(NOT WIN32)
+    target_sources(ztk_test_support PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/watchdog_posix.cpp)
+endif()
 target_include_directories(ztk_test_support PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(ztk_test_support PUBLIC ztk_build_flags ztk_wide_text GTest::gtest_main)
+
+# What a program of three rounds links beside.
+add_library(ztk_leak_watch OBJECT
+    ${PROJECT_SOURCE_DIR}/tests/support/leak_watch.cpp
+    ${PROJECT_SOURCE_DIR}/tests/support/open_handles_$<IF:$<BOOL:${WIN32}>,windows,posix>.cpp)
+target_include_directories(ztk_leak_watch PRIVATE ${PROJECT_SOURCE_DIR}/include)
+target_link_libraries(ztk_leak_watch PUBLIC ztk_test_support)
 
 ztk_add_library(ZtkAgentLibFaulty ${PROJECT_SOURCE_DIR}/tests/support/failing_allocation.cpp)
 target_include_directories(ZtkAgentLibFaulty PRIVATE ${PROJECT_SOURCE_DIR}/tests)
@@ -39,7 +50,7 @@ endif()
 function(ztk_add_test_program name library)
     add_executable(${name} ${ARGN})
     target_link_libraries(${name} PRIVATE ${library} ztk_test_support)
-    add_test(NAME ${name} COMMAND ${name})
+    add_test(NAME ${name} COMMAND ${name} ${test_arguments})
     set_tests_properties(${name} PROPERTIES ${ztk_test_properties})
 endfunction()
 
@@ -48,5 +59,7 @@ function(ztk_add_test name)
 endfunction()
 
 function(ztk_add_fault_test name)
+    set(test_arguments --gtest_repeat=3 --gtest_recreate_environments_when_repeating)
     ztk_add_test_program(${name} ZtkAgentLibFaulty ${ARGN})
+    target_link_libraries(${name} PRIVATE ztk_leak_watch)
 endfunction()

@@ -8,11 +8,9 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "buffer/base64_codec.h"
-#include "support/barrier.h"
 #include "support/text.h"
 #include "ztk/memory.h"
 #include "ztk/strings.h"
@@ -199,28 +197,6 @@ TEST(Base64, AWideTextIsDecodedForAsManyCharactersAsItHas) {
         narrow.resize(8, '\0');
         const std::string bytes = DecodedByModel(narrow);
         EXPECT_TEXT(ZTK::StrConvert(bytes.c_str(), page), ZTK::Base64DecodeString(text, page));
-    }
-}
-
-TEST(Base64, ThreadsDecodeAtTheSameTime) {
-    constexpr int kThreads = 4;
-    ztk_test::Barrier start(kThreads);
-    const auto decode = [&start](char odd) {
-        std::string text(1001, odd);
-        const std::string expected = DecodedByModel(text);
-        start.ArriveAndWait();
-        for (int round = 0; round < 50; ++round) {
-            unsigned char out[1004];
-            auto* const in = reinterpret_cast<unsigned char*>(text.data());
-            EXPECT_EQ(Text(out, std::size_t(ZTK::Base64Decode(in, out, 1001, nullptr))), expected);
-        }
-    };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back(decode, "=Q \xFF"[i]);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
     }
 }
 

@@ -214,16 +214,14 @@ TYPED_TEST(Buffer, CharacterTestsFollowTheCharactersWidth) {
 }
 
 TEST(WideBuffer, TheStreamsModeDecidesTheEncoding) {
-    const struct {
-        const char* mode;
-        std::string_view bytes;
-    } cases[] = {{"r,ccs=UTF-8", "a\xE2\x82\xAC\xF0\x9F\x98\x80\r\nb"},
-                 {"r,ccs=UTF-16LE", "a\0\xAC\x20\x3D\xD8\x00\xDE\r\0\n\0b\0"sv}};
-    for (const auto& c : cases) {
-        TestFile file(c.bytes);
+    const std::pair<const char*, std::string_view> cases[] = {
+        {"r,ccs=UTF-8", "a\xE2\x82\xAC\xF4\x8F\xBF\xBF\r\nb"},
+        {"r,ccs=UTF-16LE", "a\0\xAC\x20\xFF\xDB\xFF\xDF\r\0\n\0b\0"sv}};
+    for (const auto& [mode, bytes] : cases) {
+        TestFile file(bytes);
         ZTK::CBuffer<wchar_t> loaded;
-        EXPECT_EQ(loaded.Load(file.Open(c.mode)), 2) << c.mode;
-        EXPECT_EQ(Show(loaded.GetBuffer(), 6), Show(L"a\x20AC\xD83D\xDE00\0b", 6)) << c.mode;
+        EXPECT_EQ(loaded.Load(file.Open(mode)), 2) << mode;
+        EXPECT_EQ(Show(loaded.GetBuffer(), 6), Show(L"a\x20AC\xDBFF\xDFFF\0b", 6)) << mode;
     }
 }
 

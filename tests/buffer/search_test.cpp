@@ -4,7 +4,6 @@
 #include <memory>
 #include <random>
 
-#include "buffer/skip_table.h"
 #include "support/buffer_text.h"
 #include "support/guarded_text.h"
 #include "support/search_model.h"
@@ -171,29 +170,6 @@ TYPED_TEST(Search, FollowsTheRulesWithTermsThatWrapTheTable) {
             ASSERT_NO_FATAL_FAILURE(this->ExpectAsInModel(term, false, text, 0));
         }
     }
-}
-
-TEST(SkipTable, HoldsTheMovesOfATerm) {
-    const auto table = [](auto* term, bool fold) {
-        const auto length = static_cast<std::size_t>(ZTK::StrLength(term));
-        std::vector<std::uint16_t> moves(ZTK::buffer::SkipTableSize(term, length, fold));
-        ZTK::buffer::FillSkipTable(moves.data(), static_cast<std::uint16_t>(moves.size()), term,
-                                   length, fold);
-        return moves;
-    };
-    std::vector<std::uint16_t> abca(100, 4);
-    abca['a'] = 1, abca['b'] = 2, abca['c'] = 1;
-    EXPECT_EQ(abca, table("abca", false));
-    EXPECT_EQ(abca, table(L"abca", false));
-    const auto folded = table("aBca", true);
-    EXPECT_EQ(folded.size(), 100U);
-    for (const char* same : {"aA", "bB", "Cc"}) {
-        EXPECT_EQ(folded[same[0]], folded[same[1]]) << same;
-    }
-    EXPECT_EQ(table("\xE9", false).size(), 24U);
-    EXPECT_EQ(table("\xE9", true).size(), 0xFFEAU);
-    EXPECT_EQ(table("a\xFF", true).size(), 0U);
-    EXPECT_EQ(table(L"a\xFFFF", false).size(), 0U);
 }
 
 TYPED_TEST(Search, KeepsTheHitsOfASearchThatCannotBegin) {

@@ -1,9 +1,8 @@
 // Messages and their receiver: what is framed, which hooks are asked, what is dropped and what is
-// kept.
+// kept, also when memory is short.
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <functional>
@@ -12,6 +11,8 @@
 #include <thread>
 #include <tuple>
 
+#include "support/faults.h"
+#include "support/text.h"
 #include "ztk/ztk.h"
 
 namespace {
@@ -273,16 +274,8 @@ TEST(Message, LoggedTextEndsWithItsPacket) {
             TextReceiver().Feed("3:abc;2:de;0:;9:partial");
         }
         ZTKCloseTraceLog();
-        std::FILE* file = std::fopen("message_test.log", "rb");
-        ASSERT_NE(file, nullptr);
-        std::string text;
-        for (int c; (c = std::fgetc(file)) != EOF;) {
-            text.append(c != 0 && c < 0x80 && c != '\r', static_cast<char>(c));  // from UTF-16
-        }
-        std::fclose(file);
-        EXPECT_EQ(text, expected[mode]);
+        EXPECT_EQ(ztk_test::TakeTraceLog("message_test.log"), expected[mode]);
     }
-    std::remove("message_test.log");
 }
 
 TEST(Message, ConsumerOnAnotherThreadGetsAllInOrder) {
@@ -292,7 +285,7 @@ TEST(Message, ConsumerOnAnotherThreadGetsAllInOrder) {
     HANDLE arrived = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     std::thread consumer([&] {
         for (int next = 0; next < kMessages;) {
-            WaitForSingleObject(arrived, INFINITE);
+            ASSERT_EQ(WaitForSingleObject(arrived, 10000), DWORD{WAIT_OBJECT_0}) << next;
             while (ZTK::CSocketMsg* message = receiver.Pop()) {
                 EXPECT_EQ(std::atoi(message->GetMsg()), next++);
                 receiver.PushPool(message);
@@ -314,6 +307,72 @@ TEST(Message, ConsumerOnAnotherThreadGetsAllInOrder) {
     }
     consumer.join();
     CloseHandle(arrived);
+}
+
+// --- When memory is short
+
+// Refuses each request of the middle chunk in turn. Whatever is refused, the chunk may be lost, but
+// what came before it stays: feeding the rest again completes it.
+TEST(MessageFault, RefusedMemoryLosesNothingThatWasReceived) {
+    const std::string some(20, 'x'), rest(61, 'x');
+    const struct {
+        int patience;
+        std::string before, during, after, packets;
+    } cases[] = {
+        {0, "", "3:abc;", "3:abc;", "3:abc; "},
+        {0, "", "3:a", "3:abc;", "3:abc; "},
+        {0, "16:abc", "defghijklmnop;", "defghijklmnop;", "16:abcdefghijklmnop; "},
+        {0, "64:abc", some, rest + ";", "64:abc" + rest + "; "},
+        {9, "2:ab;2:c", "d;2:e", "d;2:ef;2:gh;",
+         "2:ab; 2:cd; 2:ef; "},  // bytes behind a late header
+    };
+    for (const auto& row : cases) {
+        bool refused = true;
+        for (int n = 0; refused; ++n) {
+            SCOPED_TRACE(testing::Message() << "row " << &row - cases << ", request " << n);
+            const auto live = ztk_test::LiveBlocks();
+            {
+                TextReceiver receiver;
+                receiver.SetKeepRemainder(true);
+                receiver.prototype.patience = row.patience;
+                receiver.Feed(row.before);
+                const int received = receiver.made.empty() ? 0 : receiver.made[0].GetRecvSize();
+                const auto requests = ztk_test::Requests();
+                ztk_test::FailAlways(n);
+                receiver.Feed(row.during);
+                ztk_test::StopFailing();
+                refused = ztk_test::Requests() - requests > n;
+                if (refused && receiver.made[0].GetRecvSize() == received) {
+                    receiver.Feed(row.after);
+                    EXPECT_EQ(receiver.Drain(), row.packets);
+                } else if (refused && receiver.GetQueueSize() == 0) {
+                    receiver.Feed("1:z;");  // a queue slot was refused: the message waits whole
+                    EXPECT_NE(receiver.GetQueueSize(), 0u);
+                }
+            }
+            EXPECT_EQ(ztk_test::LiveBlocks(), live);
+        }
+    }
+}
+
+TEST(MessageFault, QueueAndPoolStayAsTheyAreWithoutMemory) {
+    TextReceiver receiver;
+    TextMessage message(&receiver.story);
+    ztk_test::FailAlways(0);
+    EXPECT_EQ(receiver.Push(&message), 0u);
+    EXPECT_EQ(receiver.PushPool(&message), 0u);
+    ztk_test::StopFailing();
+    for (std::uint64_t i = 1; i <= 16; ++i)
+        EXPECT_EQ(receiver.Push(&message), i);
+    ztk_test::FailAlways(0);
+    EXPECT_EQ(receiver.Push(&message), 16u) << "the ring could not grow";
+    char data[] = "0:;";
+    EXPECT_EQ(message.Add(data, 3), -1);
+    EXPECT_EQ(message.GetRecvSize(), 0);
+    ztk_test::StopFailing();
+    EXPECT_EQ(message.Add(data, 3), 3);
+    for (int i = 0; i < 16; ++i)
+        EXPECT_EQ(receiver.Pop(), &message);
 }
 
 }  // namespace

@@ -95,7 +95,7 @@ TEST_F(SocketUtil, ResultListsCarryThePlatformsFamilyAndAreFreed) {
     hints.ai_family = 23;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* list = nullptr;
-    for (const wchar_t* service : {L"80", kNull}) {
+    for (const wchar_t* service : {L"80", L"7", kNull}) {
         ASSERT_TRUE(CSocketUtil::GetAddrInfoW(L"::1", service, &hints, &list));
         EXPECT_EQ(list->ai_family, 23);
         EXPECT_EQ(list->ai_addr->sa_family, 23);

@@ -22,18 +22,15 @@ std::string Read(HANDLE file, DWORD count) {
 }
 
 TEST(Files, WhatCannotBeOpenedSaysWhy) {
-    const struct {
-        const char* path;
-        DWORD error;
-    } cases[] = {{"no-such-file", ERROR_FILE_NOT_FOUND},
-                 {"./no-such-file", ERROR_FILE_NOT_FOUND},
-                 {"no-such-folder/file", ERROR_PATH_NOT_FOUND},
-                 {"", ERROR_PATH_NOT_FOUND},
-                 {".", ERROR_ACCESS_DENIED},
-                 {"..", ERROR_ACCESS_DENIED}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(OpenToRead(c.path), INVALID_HANDLE_VALUE) << c.path;
-        EXPECT_EQ(GetLastError(), c.error) << c.path;
+    const std::pair<const char*, DWORD> cases[] = {{"no-such-file", ERROR_FILE_NOT_FOUND},
+                                                   {"./no-such-file", ERROR_FILE_NOT_FOUND},
+                                                   {"no-such-folder/file", ERROR_PATH_NOT_FOUND},
+                                                   {"", ERROR_PATH_NOT_FOUND},
+                                                   {".", ERROR_ACCESS_DENIED},
+                                                   {"..", ERROR_ACCESS_DENIED}};
+    for (const auto& [path, error] : cases) {
+        EXPECT_EQ(OpenToRead(path), INVALID_HANDLE_VALUE) << path;
+        EXPECT_EQ(GetLastError(), error) << path;
     }
 }
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
-#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -16,7 +15,7 @@ namespace {
 // The platform's constants have several types; these compare with results without warnings.
 constexpr DWORD kTaken = WAIT_OBJECT_0, kAbandoned = WAIT_ABANDONED_0, kTimedOut = WAIT_TIMEOUT;
 constexpr DWORD kFailed = WAIT_FAILED, kActive = STILL_ACTIVE, kNotOwner = ERROR_NOT_OWNER;
-constexpr DWORD kInvalidHandle = ERROR_INVALID_HANDLE, kLong = 30000;  // far beyond any wake-up
+constexpr DWORD kInvalidHandle = ERROR_INVALID_HANDLE, kLong = 10000;  // far beyond any wake-up
 constexpr bool kAny = false, kAll = true;
 
 // Closes at the end what a test has opened through it.
@@ -60,65 +59,97 @@ struct Worker {
     }
 };
 
-TEST_F(KernelObjects, KeepTheirStateAndRefuseBadHandles) {
-    // Steps of an action and its objects, =, and a result for each object, or one if it is for all.
-    // Actions: s set, r reset, u release a mutex, c close, g resume, d duplicate, t exit code,
-    // w wait, | wait for any, & wait for all; behind @ on a thread that then ends. Results: 1 done,
-    // h bad handle, n not the owner; of a wait: index of what was taken, A or B if it was
-    // abandoned, - timed out.
-    const char* const scripts[] = {
-        "wpp=0- waa=-- saa=11 waa=0- sa=1 ra=1 wa=-",
-        "wqq=00 rqq=11 wq=- we=- se=1 wee=00 re=1 we=-",
-        "s0xym=hhhh r0xym=hhhh u0xye=hhhh g0xye=hhhh t0xye=hhhh d0xy=hhh c0xy=hhh",
-        "w0xy=hhh |e0=h |ex=h |ye=h &qx=h",
-        "sab=11 |eba=1 |eba=2 |eba=- sba=11 |aeb=0 |aeb=2 |aeb=-",
-        "sa=1 &ab=- wa=0 sab=11 &ab=0 wab=-- @&po=- wp=0",
-        "wo=0 @wo=- @uo=n uo=1 @wo=- uo=1 @uo=n uo=n @wo=0",
-        "@wmm=00 wm=A wm=0 ummm=11n @wm=0 |am=B um=1 @wmm=00 &qm=A umm=1n",
+TEST_F(KernelObjects, BadHandlesAreRefusedByEveryCall) {
+    DWORD code = 0;
+    HANDLE event = Event(true, true), mutex = Mutex();
+    const struct {
+        std::function<bool(HANDLE)> succeeds;
+        HANDLE of_a_wrong_kind;
+    } calls[] = {
+        {SetEvent, mutex},
+        {ResetEvent, mutex},
+        {ReleaseMutex, event},
+        {[](HANDLE on) { return ResumeThread(on) != kFailed; }, event},
+        {[&](HANDLE on) { return GetExitCodeThread(on, &code) != 0; }, event},
+        {[](HANDLE on) { return Duplicate(on) != nullptr; }, nullptr},
+        {CloseHandle, nullptr},
+        {[](HANDLE on) { return Wait(on, 0) != kFailed; }, nullptr},
+        {[&](HANDLE on) {
+             return WaitFor(kAny, {event, on}, 0) != kFailed;
+         },
+         nullptr},
+        {[&](HANDLE on) {
+             return WaitFor(kAll, {event, on}, 1) != kFailed;
+         },
+         nullptr},
     };
-    const std::string names = "abepqmo0yx", actions = "gwsrucdt";
-    DWORD time = 0, code = 0;
-    const auto wait = [&](HANDLE on) { return Wait(on, time); };
-    const auto duplicate = [](HANDLE on) { return DWORD(Duplicate(on) != nullptr); };
-    const auto exit_code = [&](HANDLE on) { return DWORD(GetExitCodeThread(on, &code)); };
-    const std::function<DWORD(HANDLE)> calls[] = {ResumeThread, wait,        SetEvent,  ResetEvent,
-                                                  ReleaseMutex, CloseHandle, duplicate, exit_code};
-    const auto letter = [](DWORD result, DWORD failure) {
-        if (const DWORD error = GetLastError(); result == failure && error != 0) {
-            return error == kInvalidHandle ? 'h' : error == kNotOwner ? 'n' : '?';
+    HANDLE closed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    CloseHandle(closed);
+    for (const auto& call : calls) {
+        for (HANDLE bad :
+             {call.of_a_wrong_kind, HANDLE{}, reinterpret_cast<HANDLE>(0x7654320), closed}) {
+            SetLastError(0);
+            EXPECT_FALSE(call.succeeds(bad)) << &call - calls << ", " << bad;
+            EXPECT_EQ(kInvalidHandle, GetLastError()) << &call - calls << ", " << bad;
         }
-        const DWORD first = result < kAbandoned ? '0' : 'A' - kAbandoned;
-        return result == kTimedOut ? '-' : char(first + result);
-    };
-    HANDLE invented = reinterpret_cast<HANDLE>(0x7654320);
-    for (const std::string script : scripts) {
-        for (time = 0; time < 2; ++time) {
-            std::vector<HANDLE> objects = {
-                Event(),     Event(), Event(true), Event(false, true), Event(true, true), Mutex(),
-                Mutex(true), nullptr, invented};
-            objects.push_back(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-            CloseHandle(objects.back());  // the last: the platform soon uses a value again
-            std::istringstream steps(script);
-            for (std::string step; steps >> step;) {
-                std::string results;
-                const auto perform = [&](std::size_t at) {
-                    std::vector<HANDLE> on;
-                    const auto action = actions.find(step[at]);
-                    for (std::size_t i = at + 1; step[i] != '='; ++i) {
-                        on.push_back(objects[names.find(step[i])]);
-                        SetLastError(0);
-                        if (action < actions.size()) {
-                            results += letter(calls[action](on.back()), action < 2 ? kFailed : 0);
-                        }
-                    }
-                    if (action == std::string::npos) {
-                        results += letter(WaitFor(step[at] == '&', on, time), kFailed);
-                    }
-                };
-                step[0] == '@' ? std::thread(perform, 1).join() : perform(0);
-                EXPECT_EQ(step.substr(step.find('=') + 1), results) << step << " in " << script;
-            }
+    }
+}
+
+TEST_F(KernelObjects, EventsStayWhatTheyWereMadeAndSetTo) {
+    for (const bool manual : {false, true}) {
+        for (const bool signalled : {false, true}) {
+            HANDLE event = Event(manual, signalled);
+            EXPECT_EQ(signalled ? kTaken : kTimedOut, Wait(event, 1));
+            EXPECT_EQ(signalled && manual ? kTaken : kTimedOut, Wait(event, 0));
+            EXPECT_TRUE(SetEvent(event) && SetEvent(event) && Wait(event, 0) == kTaken);
+            EXPECT_EQ(manual ? kTaken : kTimedOut, Wait(event, 1));
+            EXPECT_TRUE(SetEvent(event) && ResetEvent(event) && Wait(event, 0) == kTimedOut);
         }
+    }
+}
+
+TEST_F(KernelObjects, AWaitForAnyTakesTheFirstAndOneForAllTakesAllOrNone) {
+    HANDLE a = Event(), b = Event(), manual = Event(true, true), mutex = Mutex();
+    for (const DWORD time : {0, 1}) {
+        EXPECT_TRUE(SetEvent(a) && SetEvent(b));
+        EXPECT_EQ(kTaken, WaitFor(kAny, {b, a, manual}, time));
+        EXPECT_EQ(kTaken + 1, WaitFor(kAny, {b, a, manual}, time));
+        EXPECT_EQ(kTaken + 2, WaitFor(kAny, {b, a, manual}, time));
+        EXPECT_EQ(kTimedOut, WaitFor(kAny, {a, b}, time));
+        EXPECT_TRUE(SetEvent(a) && WaitFor(kAll, {manual, mutex, a, b}, time) == kTimedOut);
+        EXPECT_TRUE(Wait(a, 0) == kTaken && !ReleaseMutex(mutex)) << "it took a part";
+        EXPECT_TRUE(SetEvent(a) && SetEvent(b));
+        EXPECT_EQ(kTaken, WaitFor(kAll, {manual, mutex, a, b}, time));
+        EXPECT_TRUE(ReleaseMutex(mutex) && Wait(a, 0) == kTimedOut && Wait(b, 0) == kTimedOut);
+    }
+}
+
+TEST_F(KernelObjects, AMutexBelongsToItsOwnerLevelByLevelUntilTheThreadEnds) {
+    HANDLE mutex = Mutex(true), other = Mutex(), unset = Event();
+    const auto on_thread = [](const std::function<void()>& body) { std::thread(body).join(); };
+    const auto not_released = [&] { return !ReleaseMutex(mutex) && GetLastError() == kNotOwner; };
+    for (const DWORD time : {0, 1}) {
+        EXPECT_EQ(kTaken, Wait(mutex, time));
+        for (int level = 0; level < 2; ++level) {
+            on_thread([&] {
+                EXPECT_EQ(kTimedOut, Wait(mutex, time));
+                EXPECT_EQ(kTimedOut, WaitFor(kAll, {other, mutex}, time));
+                EXPECT_TRUE(not_released());
+            });
+            EXPECT_TRUE(ReleaseMutex(mutex));
+        }
+        EXPECT_TRUE(not_released());
+        on_thread([&] { EXPECT_TRUE(Wait(mutex, time) == kTaken && Wait(mutex, time) == kTaken); });
+        EXPECT_EQ(kAbandoned, Wait(mutex, time));
+        EXPECT_EQ(kTaken, Wait(mutex, time)) << "abandoned is told once";
+        EXPECT_TRUE(ReleaseMutex(mutex) && ReleaseMutex(mutex) && not_released());
+        on_thread([&] { EXPECT_EQ(kTaken, Wait(mutex, time)); });
+        EXPECT_EQ(kAbandoned + 1, WaitFor(kAny, {unset, mutex}, time));
+        EXPECT_TRUE(ReleaseMutex(mutex));
+        on_thread([&] { EXPECT_EQ(kTaken, Wait(mutex, time)); });
+        EXPECT_EQ(kAbandoned, WaitFor(kAll, {other, mutex}, time));
+        EXPECT_TRUE(ReleaseMutex(mutex) && ReleaseMutex(other) && not_released());
+        EXPECT_EQ(kTaken, Wait(mutex, 0));
     }
 }
 
@@ -204,7 +235,10 @@ TEST_F(KernelObjects, EachSetReleasesExactlyOneThread) {
     Worker endless([&] { return consume(INFINITE); }), second([&] { return consume(INFINITE); });
     Worker polling([&] { return consume(0); }), hasty([&] { return consume(1); });
     for (int i = 0; i < 3000; ++i) {
-        EXPECT_TRUE(SetEvent(work) && Wait(done) == kTaken) << "wake-up lost in round " << i;
+        if (!SetEvent(work) || Wait(done) != kTaken) {
+            ADD_FAILURE() << "wake-up lost in round " << i;
+            break;
+        }
     }
     SetEvent(stop);
     EXPECT_EQ(3000U, endless.Result() + second.Result() + polling.Result() + hasty.Result());

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 #include <thread>
 
@@ -23,12 +24,6 @@ using MSXML2::IXMLDOMNodePtr;
 
 constexpr wchar_t kVersion6[] = L"Msxml2.DOMDocument.6.0";
 constexpr wchar_t kVersion4[] = L"Msxml2.DOMDocument.4.0";
-
-// Runs on a thread of its own, whose COM state is fresh.
-template <class Body>
-void OnFreshThread(Body body) {
-    std::thread(body).join();
-}
 
 _bstr_t Widen(const std::string& text) {
     return text.c_str();
@@ -69,19 +64,13 @@ class DomTest : public testing::Test {
 };
 
 TEST(ComTest, CreationNeedsAnInitialisedThread) {
-    OnFreshThread([] {
-        IXMLDOMDocument2Ptr document;
-        EXPECT_EQ(document.CreateInstance(kVersion6), CO_E_NOTINITIALIZED);
-        EXPECT_EQ(document, nullptr);
-    });
+    IXMLDOMDocument2Ptr document;
+    std::thread([&] { EXPECT_EQ(document.CreateInstance(kVersion6), CO_E_NOTINITIALIZED); }).join();
+    EXPECT_EQ(document, nullptr);
 }
 
 TEST_F(DomTest, ClassesAreFoundByProgIdAndById) {
-    struct Row {
-        const wchar_t* name;
-        HRESULT result;
-    };
-    const Row rows[] = {
+    const std::pair<const wchar_t*, HRESULT> rows[] = {
         {kVersion6, S_OK},
         {L"msxml2.domdocument.4.0", S_OK},
         {L"{88d96a05-F192-11D4-A65F-0040963251E5}", S_OK},
@@ -93,10 +82,10 @@ TEST_F(DomTest, ClassesAreFoundByProgIdAndById) {
         {L"{", CO_E_CLASSSTRING},
         {L"", CO_E_CLASSSTRING},
     };
-    for (const Row& row : rows) {
+    for (const auto& [name, result] : rows) {
         IXMLDOMDocument2Ptr document;
-        EXPECT_EQ(document.CreateInstance(row.name), row.result) << ztk_test::Show(row.name);
-        EXPECT_EQ(document != nullptr, row.result == S_OK);
+        EXPECT_EQ(document.CreateInstance(name), result) << ztk_test::Show(name);
+        EXPECT_EQ(document != nullptr, result == S_OK);
     }
 }
 
@@ -114,20 +103,17 @@ TEST_F(DomTest, AClassTakenOutIsNotFoundUntilPutBack) {
 }
 
 TEST_F(DomTest, VersionsAndPropertiesDecideOnDefinitions) {
-    struct Row {
+    const struct {
         const wchar_t* version;
         _variant_t prohibit;
         bool loads;
-    };
-    const Row rows[] = {
-        {kVersion6, {}, false},
-        {kVersion6, _variant_t(short{0}), true},
-        {kVersion6, _variant_t(false), true},
-        {kVersion4, {}, true},
-        {kVersion4, _variant_t(LONG{1}), false},
-        {kVersion4, _variant_t(VARIANT_TRUE, VT_BOOL), false},
-    };
-    for (const Row& row : rows) {
+    } rows[] = {{kVersion6, {}, false},
+                {kVersion6, _variant_t(short{0}), true},
+                {kVersion6, _variant_t(false), true},
+                {kVersion4, {}, true},
+                {kVersion4, _variant_t(LONG{1}), false},
+                {kVersion4, _variant_t(VARIANT_TRUE, VT_BOOL), false}};
+    for (const auto& row : rows) {
         const IXMLDOMDocument2Ptr document = Make(row.version);
         if (row.prohibit.vt != VT_EMPTY) {
             EXPECT_EQ(document->setProperty(_bstr_t(L"ProhibitDTD"), row.prohibit), S_OK);
@@ -215,43 +201,29 @@ TEST_F(DomTest, VariantsOwnTheirCopies) {
 }
 
 // Numbers as a caller of the DOM itself sees them; the XML classes only tell that they are no text.
-double NumberOf(const VARIANT& value) {
-    switch (value.vt) {
-        case VT_I1:
-            return value.cVal;
-        case VT_UI1:
-            return value.bVal;
-        case VT_I2:
-        case VT_BOOL:
-            return value.iVal;
-        case VT_UI2:
-            return value.uiVal;
-        case VT_I4:
-            return value.lVal;
-        case VT_UI4:
-            return value.ulVal;
-        case VT_R4:
-            return value.fltVal;
-        case VT_CY:
-            return static_cast<double>(value.cyVal.int64);
-        case VT_I8:
-            return static_cast<double>(value.llVal);
-        case VT_UI8:
-            return static_cast<double>(value.ullVal);
-        default:
-            return value.dblVal;
-    }
+double NumberOf(const VARIANT& v) {
+    const std::map<VARTYPE, double> numbers = {{VT_I1, v.cVal},
+                                               {VT_UI1, v.bVal},
+                                               {VT_I2, v.iVal},
+                                               {VT_UI2, v.uiVal},
+                                               {VT_I4, v.lVal},
+                                               {VT_UI4, v.ulVal},
+                                               {VT_R4, v.fltVal},
+                                               {VT_BOOL, v.iVal},
+                                               {VT_I8, double(v.llVal)},
+                                               {VT_UI8, double(v.ullVal)},
+                                               {VT_CY, double(v.cyVal.int64)}};
+    const auto number = numbers.find(v.vt);
+    return number != numbers.end() ? number->second : v.dblVal;
 }
 
 TEST_F(DomTest, DeclaredTypesMakeValues) {
     constexpr VARTYPE kNone = VT_EMPTY;  // no value of the type
-    struct Row {
-        const char* type;
-        const char* text;
+    const struct {
+        const char *type, *text;
         VARTYPE kind;
         double number;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"i1", "-128", VT_I1, -128},
         {"i1", "128", kNone, 0},
         {"ui1", "255", VT_UI1, 255},
@@ -300,7 +272,7 @@ TEST_F(DomTest, DeclaredTypesMakeValues) {
         {"int", "12x", kNone, 0},
     };
     const IXMLDOMDocument2Ptr document = Make();
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.type) + " '" + row.text + "'");
         ASSERT_TRUE(Load(document, "<a xmlns:d='urn:schemas-microsoft-com:datatypes' d:dt='" +
                                        std::string(row.type) + "'>" + row.text + "</a>"));

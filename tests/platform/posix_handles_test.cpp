@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr DWORD kPatience = 10000;
+
 TEST(PosixHandles, ValuesAreNeverUsedAgain) {
     std::set<HANDLE> seen;
     for (int i = 0; i < 5000; ++i) {
@@ -30,7 +32,7 @@ TEST(PosixHandles, AnObjectCannotBeTakenTwiceAtOnce) {
     // Twice in a wait for any is fine, also when the wait has to queue up.
     EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(2, both, FALSE, 0));
     std::thread setter([&] { SetEvent(both[0]); });
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(2, both, FALSE, INFINITE));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(2, both, FALSE, kPatience));
     setter.join();
     EXPECT_EQ(WAIT_TIMEOUT, WaitForMultipleObjects(2, both, FALSE, 5));
     EXPECT_TRUE(CloseHandle(both[0]) && CloseHandle(both[1]));
@@ -41,7 +43,7 @@ HANDLE late, late_taken;
 pthread_key_t key;
 
 void TakeMutexLate(void* mutex) {
-    (void)WaitForSingleObject(mutex, INFINITE);
+    (void)WaitForSingleObject(mutex, kPatience);
     SetEvent(late_taken);
 }
 
@@ -52,7 +54,7 @@ struct SlowToDie {
 
 DWORD LeaveMuchToTheEnd(LPVOID early) {
     static thread_local SlowToDie object;
-    (void)WaitForSingleObject(early, INFINITE);
+    (void)WaitForSingleObject(early, kPatience);
     return *object.done + static_cast<DWORD>(pthread_setspecific(key, late));
 }
 
@@ -64,11 +66,11 @@ TEST(PosixThreads, EndAfterTheirThreadLocalObjectsAndMayTakeAMutexInTheirLastDes
     // Made after the layer's own key, so that its destructor runs after the layer's.
     ASSERT_EQ(0, pthread_key_create(&key, TakeMutexLate));
     HANDLE thread = CreateThread(nullptr, 0, LeaveMuchToTheEnd, early, 0, nullptr);
-    EXPECT_TRUE(WaitForSingleObject(thread, INFINITE) == WAIT_OBJECT_0 && destroyed);
-    EXPECT_EQ(WAIT_ABANDONED, WaitForSingleObject(early, INFINITE));
+    EXPECT_TRUE(WaitForSingleObject(thread, kPatience) == WAIT_OBJECT_0 && destroyed);
+    EXPECT_EQ(WAIT_ABANDONED, WaitForSingleObject(early, kPatience));
     // The thread's handle is signalled before the last destructors run.
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(late_taken, INFINITE));
-    EXPECT_EQ(WAIT_ABANDONED, WaitForSingleObject(late, INFINITE));
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(late_taken, kPatience));
+    EXPECT_EQ(WAIT_ABANDONED, WaitForSingleObject(late, kPatience));
     for (HANDLE handle : {early, late, late_taken, thread}) {
         EXPECT_TRUE(CloseHandle(handle));
     }

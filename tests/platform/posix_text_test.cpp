@@ -116,7 +116,10 @@ TEST(PosixMessageBox, WithoutAHandlerTheTextGoesToStandardError) {
     close(STDIN_FILENO);
     EXPECT_EQ(MessageBoxW(nullptr, L"\xE4\nline", L"Caption", MB_OK), IDOK);
     EXPECT_EQ(MessageBoxW(nullptr, nullptr, nullptr, MB_OK), IDOK);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Caption\n\xC3\xA4\nline\nError\n\n");
+    const std::string text(5000, 'x');
+    EXPECT_EQ(MessageBoxW(nullptr, ZTK::StrConvert(text.c_str(), 0), L"Long", MB_OK), IDOK);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Caption\n\xC3\xA4\nline\nError\n\nLong\n" + text + "\n");
     dup2(terminal, STDIN_FILENO);
     close(terminal);
 }

@@ -1,17 +1,16 @@
-// The wide string: what is special about it by example, everything against a model under random
-// operations.
+// The wide string: comparing, cutting, searching, changing, and what it is without a buffer.
 #include "ztk/wide_string.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "support/faults.h"
 #include "support/text.h"
+#include "ztk/strings.h"
 
 namespace {
 
@@ -70,166 +69,192 @@ TEST(WideString, ARangeThatRunsPastTheEndIsRefused) {
     }
 }
 
-// --- Everything else against a standard string.
-
-using Text = std::u16string;
-
-std::vector<wchar_t> Wide(const Text& text) {
-    std::vector<wchar_t> wide(text.begin(), text.end());
-    wide.push_back(0);
-    return wide;
+TEST(WideString, IsSearchedFromAPositionForwardAndFromTheEndBackward) {
+    String s(L"abcabc");
+    const struct {
+        const wchar_t* find;
+        std::uint64_t pos, found, found_backward;
+    } cases[] = {{L"abc", 0, 0, 3},     {L"abc", 1, 3, 3},       {L"abc", 3, 3, 3},
+                 {L"abc", 4, kNone, 0}, {L"c", 1, 2, 5},         {L"c", 2, 2, 2},
+                 {L"c", 5, 5, kNone},   {L"c", 6, kNone, kNone}, {L"", 0, 6, kNone},
+                 {L"", 5, 6, 6},        {L"", 6, kNone, kNone},  {L"abcd", 0, kNone, kNone},
+                 {L"a", 0, 0, 3},       {L"B", 0, kNone, kNone}, {L"a", ~0ull, kNone, kNone}};
+    for (const auto& [find, pos, found, found_backward] : cases) {
+        SCOPED_TRACE(ztk_test::Show(find) + " from " + std::to_string(pos));
+        EXPECT_EQ(s.Find(find, pos), found);
+        EXPECT_EQ(s.RFind(find, pos), found_backward);
+        if (find[0] != 0 && find[1] == 0) {
+            EXPECT_EQ(s.Find(find[0], pos), found);
+            EXPECT_EQ(s.RFind(find[0], pos), found_backward);
+        }
+        EXPECT_TRUE(pos != 0 || s.Contains(find) == (found != kNone));
+        EXPECT_TRUE(pos != 0 || s.Beginswith(find) == (found == 0));
+    }
+    EXPECT_EQ(s.Find(L'\0', 0), kNone);
+    EXPECT_EQ(std::pair(s.RFind(L'\0', 0), s.RFind(L'\0', 1)), std::pair(std::uint64_t{6}, kNone));
+    String empty;
+    EXPECT_EQ(std::pair(empty.RFind(L'\0', 0), empty.Find(L"", 0)), std::pair(kNone, kNone));
+    // The first character is not counted, but the terminator is.
+    EXPECT_EQ(s.CountOf(L'a') + s.CountOf(L'c') * 10 + s.CountOf(0) * 100, 121);
+    EXPECT_EQ(empty.CountOf(0), 0);
+    EXPECT_TRUE(s.GetAt(5) == L'c' && s.GetAt(6) == 0 && s.GetAt(~0ull) == 0);
+    EXPECT_TRUE(s.Compare(L"abd") < 0 && s.Compare(L"abcab") > 0 && s.Compare(L"abcabc") == 0);
+    EXPECT_TRUE(s.Equal(String(L"ABCabc"), false) && !s.Equal(String(L"ABCabc"), true));
+    EXPECT_FALSE(s.Equal(String(L"abcabd"), false));
 }
 
-struct Model {
-    Text text;
-    std::size_t room = 260;
-    std::uint64_t expected = 0;  // what the last operation should have returned
-    std::uint64_t result = 0;    // and what it did
+// Characters that a string has room for: with one more, SetSize empties it.
+unsigned RoomOf(String& s) {
+    s.Clear();
+    s = L"x";
+    unsigned room = 200;
+    for (; !s.IsEmpty(); ++room) {
+        s.SetSize(room + 1);
+    }
+    return room - 1;
+}
 
-    void Store(const Text& s) {
-        room = std::max(room, s.size() + text.size());
-        text = s;
-    }
-    void Append(const Text& s) {
-        room = std::max(room, s.size() + text.size());
-        text += s;
-    }
-    void SetSize(std::size_t n) {
-        if (n > room) {
-            room = n;
-            text.clear();
-        }
-    }
-    std::uint64_t Found(std::size_t at) const { return at == Text::npos ? kNone : at; }
-    std::uint64_t Find(const Text& s, std::size_t pos) const {
-        const bool searchable = pos < text.size();
-        return !searchable ? kNone : s.empty() ? text.size() : Found(text.find(s, pos));
-    }
-    std::uint64_t RFind(const Text& s, std::size_t pos) const {
-        if (pos >= text.size() || (s.empty() && pos == 0)) {
-            return kNone;
-        }
-        return s.empty() ? text.size() : Found(text.rfind(s, text.size() - pos));
-    }
-    void Replace(const Text& find, const Text& repl) {
-        Text replaced = text;
-        for (std::size_t at = 0; !find.empty() && (at = replaced.find(find, at)) != Text::npos;
-             at += repl.size()) {
-            replaced.replace(at, find.size(), repl);
-        }
-        if (Find(find, 0) != kNone && !find.empty()) {
-            Store(replaced);
-        }
-        expected = text.size();
-    }
-    void ReplaceEach(char16_t from, char16_t to) {
-        expected = static_cast<std::uint64_t>(std::ranges::count(text, from));
-        std::ranges::replace(text, from, to);
-    }
-    void MakeLower() {
-        std::ranges::replace(text, u'A', u'a');
-        std::ranges::replace(text, u'Z', u'z');
-    }
-    void Trim(const Text& set) {
-        const std::size_t old = text.size();
-        const std::size_t begin = std::min(text.find_first_not_of(set), old);
-        Store(text.substr(begin, text.find_last_not_of(set) + 1 - begin));
-        expected = old - text.size();
-    }
-};
-
-class WideStringModel : public testing::Test {
-  protected:
-    std::size_t Below(std::size_t n) { return random_() % n; }
-    char16_t Character() { return u"abAZ@[ \x20AC\xFF21"[Below(Below(4) == 0 ? 9 : 2)]; }
-    Text RandomText(std::size_t most) {
-        Text text(Below(most + 1), 0);
-        std::generate(text.begin(), text.end(), [this] { return Character(); });
+TEST(WideString, ChangesGiveTheirTextTheirResultAndTheirRoom) {
+    const auto xs = [](std::size_t count) {
+        std::vector<wchar_t> text(count + 1, L'x');
+        text.back() = 0;
         return text;
+    };
+    const struct {
+        std::size_t length;  // of the text before, which is all x
+        std::function<std::uint64_t(String&)> change;
+        std::uint64_t result;
+        const wchar_t* text;  // null: all x
+        unsigned size, room;
+    } cases[] = {
+        {3, [&](String& s) { return s = L"ab", 0; }, 0, L"ab", 2, 260},
+        {259, [&](String& s) { return s = L'a', 0; }, 0, L"a", 1, 260},
+        {3, [&](String& s) { return s += L"ab", 0; }, 0, L"xxxab", 5, 260},
+        {3, [&](String& s) { return s += L'\x20AC', 0; }, 0, L"xxx\x20AC", 4, 260},
+        {3, [&](String& s) { return s.SetAt(1, L'a'), s.SetAt(3, L'a'), 0; }, 0, L"xax", 3, 260},
+        {3, [&](String& s) { return s.SetSize(260), 0; }, 0, L"xxx", 3, 260},
+        {3, [&](String& s) { return s.SetSize(261), 0; }, 0, L"", 0, 261},
+        // Storing asks for room for the old text and the new one together, appending for the sum.
+        {200, [&](String& s) { return s = xs(60).data(), 0; }, 0, nullptr, 60, 260},
+        {200, [&](String& s) { return s = xs(61).data(), 0; }, 0, nullptr, 61, 261},
+        {200, [&](String& s) { return s += xs(60).data(), 0; }, 0, nullptr, 260, 260},
+        {200, [&](String& s) { return s += xs(61).data(), 0; }, 0, nullptr, 261, 261},
+        {260, [&](String& s) { return s += L'x', 0; }, 0, nullptr, 261, 261},
+        // From the own text, also where it moves.
+        {200, [&](String& s) { return s.Append(s.GetBuffer() + 50), 0; }, 0, nullptr, 350, 350},
+        {200, [&](String& s) { return s.Assign(s.GetBuffer() + 150), 0; }, 0, nullptr, 50, 260},
+        {250, [&](String& s) { return s.Assign(s.GetBuffer() + 50), 0; }, 0, nullptr, 200, 450},
+        {5, [&](String& s) { return s.Replace(L"xx", L"ab"); }, 5, L"ababx", 5, 260},
+        {5, [&](String& s) { return s.Replace(L"xx", L""); }, 1, L"x", 1, 260},
+        {5, [&](String& s) { return s.Replace(L"", L"ab"); }, 5, nullptr, 5, 260},
+        {5, [&](String& s) { return s.Replace(L"y", L"ab"); }, 5, nullptr, 5, 260},
+        {130, [&](String& s) { return s.Replace(L"x", L"xx"); }, 260, nullptr, 260, 390},
+        {3, [&](String& s) { return s.Replace(L'x', L'y'); }, 3, L"yyy", 3, 260},
+        {3, [&](String& s) { return s.Replace(L'y', L'x'); }, 0, nullptr, 3, 260},
+        {3, [&](String& s) { return s = L"x yx ", s.Trim(L" x"); }, 4, L"y", 1, 260},
+        {3, [&](String& s) { return s = L"y x y", s.Trim(L"x "); }, 0, L"y x y", 5, 260},
+        {3, [&](String& s) { return s.Trim(L"x"); }, 3, L"", 0, 260},
+        {3, [&](String& s) { return s.Trim(L""); }, 0, nullptr, 3, 260},
+        {200, [&](String& s) { return s += L" ", s.Trim(L" "); }, 1, nullptr, 200, 401},
+        {3, [&](String& s) { return s = L"AZ@[`{\xC4\xFF21", s.MakeLower(), 0; }, 0,
+         L"az@[`{\xC4\xFF21", 8, 260},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(&row - cases);
+        String s(xs(row.length).data());
+        EXPECT_EQ(row.change(s), row.result);
+        EXPECT_TEXT(row.text == nullptr ? xs(row.size).data() : row.text, s.GetBuffer());
+        EXPECT_EQ(s.GetLength(), row.size);
+        EXPECT_EQ(s.IsEmpty(), row.size == 0);
+        EXPECT_EQ(RoomOf(s), row.room);
     }
+}
 
-    // One random operation on both.
-    void Change(String& s, Model& m) {
-        const Text text = RandomText(Below(8) == 0 ? 300 : 5);
-        const Text other = RandomText(3);
-        const std::size_t at = Below(m.text.size() + 1);
-        const Text tail = m.text.substr(at);
-        const Text part = tail.substr(0, 2);
-        const char16_t c = Character();
-        const auto wide_c = static_cast<wchar_t>(c);
-        const std::pair<std::function<void()>, std::function<void()>> changes[] = {
-            {[&] { s = Wide(text).data(); }, [&] { m.Store(text); }},
-            {[&] { s = wide_c; }, [&] { m.Store({c}); }},
-            {[&] { s += Wide(text).data(); }, [&] { m.Append(text); }},
-            {[&] { s += wide_c; }, [&] { m.Append({c}); }},
-            {[&] { s.Append(s.GetBuffer() + at); }, [&] { m.Append(tail); }},
-            {[&] { s.Assign(s.GetBuffer() + at); }, [&] { m.Store(tail); }},
-            {[&] { s.SetSize(at * 10); }, [&] { m.SetSize(at * 10); }},
-            {[&] { s.SetAt(at, wide_c); },
-             [&] { m.text.replace(at, !tail.empty(), !tail.empty(), c); }},
-            {[&] { m.result = s.Replace(Wide(part).data(), Wide(other).data()); },
-             [&] { m.Replace(part, other); }},
-            {[&] { m.result = s.Replace(L'a', wide_c); }, [&] { m.ReplaceEach(u'a', c); }},
-            {[&] { m.result = s.Trim(Wide(other).data()); }, [&] { m.Trim(other); }},
-            {[&] { s.MakeLower(); }, [&] { m.MakeLower(); }},
-        };
-        const auto& [on_string, on_model] = changes[Below(std::size(changes))];
-        m.result = m.expected = 0;
-        on_string();
-        on_model();
-        EXPECT_EQ(m.result, m.expected);
+// --- When memory is short
+
+// A text that needs more room than a new string has.
+const wchar_t* Long() {
+    return ZTK::StrFormat(L"%300d", 1);
+}
+
+void WithoutMemory(const std::function<void()>& call) {
+    ztk_test::FailAlways(0);
+    call();
+    ztk_test::StopFailing();
+}
+
+void ExpectNoBuffer(String& s) {
+    int cursor = 0;
+    EXPECT_TRUE(!s.GetBuffer() && !static_cast<wchar_t*>(s) && s.IsEmpty());
+    EXPECT_EQ(s.GetLength() + s.GetAt(0) + static_cast<unsigned>(s.CountOf(0)), 0u);
+    EXPECT_EQ(s.Find(L"x") & s.Find(L'x') & s.RFind(L"x") & s.RFind(L'x'), String::npos);
+    EXPECT_TRUE(s.Beginswith(L"x") && !s.Contains(L"")) << "callers know it";
+    EXPECT_EQ(s.Replace(L"x", L"y") + s.Replace(L'x', L'y') + s.Trim(L"x"), 0u);
+    EXPECT_TEXT(L"", s.SubStr(0).GetBuffer());
+    EXPECT_TEXT(L"", s.Tokenize(L',', cursor).GetBuffer());
+    const String text;
+    const wchar_t* const null = nullptr;
+    EXPECT_TRUE(s == null && s < text && s < L"" && s != L"" && s.Equal(null));
+    EXPECT_FALSE(s == text || text == s || s == L"" || s != null || s < null || s > null);
+    EXPECT_FALSE(s > L"" || text < null || text < s || text == null);
+    EXPECT_TRUE(text > null && text != null && s.Compare(text) < 0 && text.Compare(s) > 0);
+    EXPECT_EQ(s.Compare(String(s)), -1) << "a copy has an empty buffer";
+    s.MakeLower();
+    s.Clear();
+    s.SetAt(0, L'x');
+    s.Append(L"x");
+    s += L'x';
+    EXPECT_TRUE(s.GetBuffer() == nullptr && cursor == 0);
+}
+
+TEST(WideStringFault, ARefusedGrowthLosesTheBufferAndTheNextTextBringsOneBack) {
+    String other(Long());
+    const std::function<void(String&)> growths[] = {
+        [](String& s) { s = Long(); },       [](String& s) { s.Assign(Long()); },
+        [](String& s) { s += Long(); },      [&](String& s) { s = other; },
+        [&](String& s) { s + other; },       [](String& s) { s.SetSize(300); },
+        [](String& s) { s.SetSize(~0ull); },
+    };
+    for (const auto& grow : growths) {
+        SCOPED_TRACE(&grow - growths);
+        String s(L"before");
+        WithoutMemory([&] { grow(s); });
+        ExpectNoBuffer(s);
+        s = L"";
+        EXPECT_EQ(s.GetBuffer(), nullptr) << "no room is needed for nothing";
+        s = L"y";
+        EXPECT_TEXT(L"y", s.GetBuffer());
     }
+}
 
-    void ExpectSameAnswers(String& s, const Model& m) {
-        const Text needle = RandomText(2);
-        const auto wide = Wide(needle);
-        const std::size_t pos = Below(Below(2) == 0 ? 3 : m.text.size() + 3);
-        const char16_t c = Below(5) == 0 ? u'\0' : Character();
-        const auto wide_c = static_cast<wchar_t>(c);
-        EXPECT_EQ(s.Find(wide.data(), pos), m.Find(needle, pos));
-        EXPECT_EQ(s.RFind(wide.data(), pos), m.RFind(needle, pos));
-        EXPECT_EQ(s.Find(wide_c, pos), c == 0 ? kNone : m.Find({c}, pos));
-        EXPECT_EQ(s.RFind(wide_c, pos), c != 0                        ? m.RFind({c}, pos)
-                                        : pos == 0 && !m.text.empty() ? m.text.size()
-                                                                      : kNone);
-        EXPECT_EQ(s.Contains(wide.data()), m.Find(needle, 0) != kNone);
-        EXPECT_EQ(s.Beginswith(wide.data()), !needle.empty() && m.text.starts_with(needle));
-        EXPECT_EQ(s.CountOf(wide_c),
-                  m.text.empty() ? 0 : std::count(m.text.begin() + 1, m.text.end(), c) + (c == 0));
-        EXPECT_EQ(s.GetAt(pos), pos < m.text.size() ? static_cast<wchar_t>(m.text[pos]) : 0);
-        const bool in_range = pos < m.text.size() && needle.size() <= m.text.size() - pos;
-        EXPECT_TEXT(Wide(in_range ? m.text.substr(pos, needle.size()) : Text()).data(),
-                    s.SubStr(pos, needle.size()).GetBuffer());
-        EXPECT_EQ(s.Compare(wide.data()) < 0, m.text < needle);
-        EXPECT_EQ(s == wide.data(), m.text == needle);
-        String folded(s);
-        folded.MakeLower();
-        EXPECT_TRUE(folded.Equal(s, false) && folded.Equal(s, true) == (folded == s));
+TEST(WideStringFault, AStringRefusedAtBirthWaitsForATextLongerThanItsRoom) {
+    const std::function<void(String&)> rescues[] = {[](String& s) { s = Long(); },
+                                                    [](String& s) { s.SetSize(262); }};
+    for (const auto& rescue : rescues) {
+        ztk_test::FailAfter(0);
+        String s(L"x");
+        ztk_test::StopFailing();
+        ExpectNoBuffer(s);
+        s = L"no longer than 260";
+        s.SetSize(260);
+        EXPECT_EQ(s.GetBuffer(), nullptr);
+        WithoutMemory([&] { s.SetSize(261); });
+        s.SetSize(261);
+        EXPECT_EQ(s.GetBuffer(), nullptr) << "the size was kept";
+        rescue(s);
+        EXPECT_NE(s.GetBuffer(), nullptr);
     }
+}
 
-    std::mt19937 random_{20231};
-};
-
-TEST_F(WideStringModel, AnswersAsTheModelUnderRandomOperations) {
-    for (int round = 0; round < 300 && !HasFailure(); ++round) {
-        SCOPED_TRACE(round);
-        String s;
-        Model m;
-        for (int step = 0; step < 60; ++step) {
-            Change(s, m);
-            ASSERT_TEXT(Wide(m.text).data(), s.GetBuffer());
-            ASSERT_EQ(s.GetLength(), m.text.size());
-            ASSERT_EQ(s.IsEmpty(), m.text.empty());
-            ExpectSameAnswers(s, m);
-        }
-        // The room is exact: it lets a size in, and one more empties the string.
-        s = L"x";
-        m.Store(u"x");
-        s.SetSize(m.room);
-        EXPECT_TEXT(L"x", s.GetBuffer());
-        s.SetSize(m.room + 1);
-        EXPECT_TEXT(L"", s.GetBuffer());
-    }
+TEST(WideStringFault, ACutWithoutMemoryHasNoBufferAndAReplaceChangesNothing) {
+    String s(L"a,b");
+    int cursor = 0;
+    WithoutMemory([&] {
+        EXPECT_EQ(s.SubStr(0, 1).GetBuffer(), nullptr);
+        EXPECT_EQ(s.Tokenize(L',', cursor).GetBuffer(), nullptr);
+        EXPECT_EQ(s.Replace(L"a", L"xx"), 3u);
+    });
+    EXPECT_TEXT(L"a,b", s.GetBuffer());
 }
 
 }  // namespace

@@ -26,12 +26,6 @@ bool Refused() noexcept {
     return number == first || fail_on.load();
 }
 
-void FailFrom(long long n, bool later_too) noexcept {
-    fail_at.store(kNever);
-    fail_on.store(later_too);
-    fail_at.store(requests.load() + n);
-}
-
 void* Counted(void* block) noexcept {
     if (block != nullptr) {
         live.fetch_add(1);
@@ -50,11 +44,13 @@ void CountRelease(const void* block) noexcept {
 namespace ztk_test {
 
 void FailAfter(long long n) noexcept {
-    FailFrom(n, false);
+    FailAlways(n);
+    fail_on.store(false);
 }
 
 void FailAlways(long long n) noexcept {
-    FailFrom(n, true);
+    fail_on.store(true);
+    fail_at.store(requests.load() + n);
 }
 
 void StopFailing() noexcept {

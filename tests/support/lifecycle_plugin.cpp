@@ -38,6 +38,8 @@ extern "C" {
     (void)ZTK::StrFormat("%d", 1);
     (void)ZTK::StrFormat(L"%d", 1);
     ZTK::RegisterThread(1, nullptr);
+    const LPCWSTR strings[ZTKPosix::kStringsPerBlock] = {L"left to be freed"};
+    ZTKPosix::AddStringBlock(&threads_run, 1, strings);
     (void)CreateEventW(nullptr, TRUE, FALSE, L"left open");
     (void)CreateMutexW(nullptr, TRUE, L"left open and owned");
     CloseHandle(CreateMutexW(nullptr, TRUE, nullptr));

@@ -12,8 +12,8 @@
 
 namespace ztk_test {
 
-// The time limit for what should be done at once.
-inline constexpr DWORD kPatience = 20'000;
+// The bound on what should take no time at all.
+inline constexpr DWORD kPatience = 10'000;
 
 // An event: once opened it stays open for all who wait, or lets one of them pass.
 struct Gate {

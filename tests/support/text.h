@@ -22,6 +22,9 @@ std::string Show(const wchar_t* text);
 std::string Show(const char* text, std::size_t length);
 std::string Show(const wchar_t* text, std::size_t length);
 
+// What a file of the trace log holds, which is ASCII; without carriage returns. Removes the file.
+std::string TakeTraceLog(const char* name);
+
 testing::AssertionResult SameText(const char* expected_source, const char* actual_source,
                                   const char* expected, const char* actual);
 testing::AssertionResult SameText(const char* expected_source, const char* actual_source,

@@ -1,105 +1,87 @@
-// The bit mask against a model under random operations, and its edges.
+// The bit mask: blocks of 64 bits, and what is special about clearing, growing and comparing them.
 #include "ztk/bit_mask.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <bitset>
-#include <random>
-#include <vector>
+#include <utility>
 
 namespace {
 
 using ZTK::CBitMask;
 
-// The blocks, each a set of positions.
-struct Model {
-    std::vector<std::bitset<64>> blocks = std::vector<std::bitset<64>>(2);
-    std::uint64_t size = 64;
+TEST(BitMask, SettingABitSetsNoOther) {
+    for (std::uint64_t bit = 0; bit < 200; ++bit) {
+        CBitMask mask;
+        EXPECT_TRUE(mask.IsEmpty() && !mask && mask.Set(bit, true));
+        for (std::uint64_t other = 0; other < 256; ++other) {
+            ASSERT_EQ(mask.IsSet(other), bit == other) << bit << ", " << other;
+            ASSERT_NE(mask.IsClear(other), bit == other) << bit << ", " << other;
+        }
+        EXPECT_FALSE(mask.IsEmpty());
+        EXPECT_EQ(!mask, bit % 64 >= 32) << "it looks at the lower half of each block";
+        mask.Clear();
+        EXPECT_TRUE(mask.IsEmpty());
+    }
+}
 
-    void SetSize(std::uint64_t n, bool fill) {
-        if (n / 64 + 1 <= blocks.size()) {
-            blocks.clear();
+TEST(BitMask, ClearingABitOfTheUpperHalfClearsThatOfTheLowerOne) {
+    for (std::uint64_t bit = 0; bit < 256; ++bit) {
+        CBitMask mask;
+        mask.SetSize(255, false);
+        mask.SetSize(255, true);  // no growth, so it starts afresh
+        EXPECT_TRUE(mask.Set(bit, false));
+        const std::uint64_t block = bit / 64 * 64, half = bit % 32;
+        for (std::uint64_t other = 0; other < 256; ++other) {
+            // The last bit of a half takes all behind it along.
+            const bool cleared =
+                half == 31 ? other >= block + 31 && other < block + 64 : other == block + half;
+            ASSERT_EQ(mask.IsSet(other), !cleared) << bit << ", " << other;
         }
-        blocks.resize(n / 64 + 1, fill ? ~std::bitset<64>() : std::bitset<64>());
-        size = n;
     }
-    std::bitset<64>& BlockOf(std::uint64_t bit) {
-        if (bit / 64 >= blocks.size()) {
-            SetSize(bit + 256, false);
-        }
-        return blocks[bit / 64];
-    }
-    void Clear(std::uint64_t bit) {
-        std::bitset<64>& block = BlockOf(bit);
-        const std::size_t position = bit % 64;
-        for (std::size_t i = 31; i < 64 && (position == 31 || position == 63); ++i) {
-            block.reset(i);
-        }
-        block.reset(position < 32 ? position : position - 32);
-    }
-    bool Intersects(const Model& other) const {
-        const std::size_t theirs = other.blocks.size();
-        for (std::size_t i = 0; i < (size > theirs ? theirs : blocks.size()); ++i) {
-            if (i >= blocks.size() || i >= theirs || (blocks[i] & other.blocks[i]).none()) {
-                return false;
-            }
-        }
-        return true;
-    }
-    bool IsEmpty(std::uint64_t positions) const {
-        return std::ranges::all_of(blocks, [positions](const std::bitset<64>& block) {
-            return (block & std::bitset<64>(positions)).none();
-        });
-    }
-};
+}
 
-TEST(BitMask, IsTheModelUnderRandomOperations) {
-    std::mt19937 random(7);
-    for (int round = 0; round < 200; ++round) {
-        SCOPED_TRACE(round);
-        CBitMask masks[2] = {CBitMask(), CBitMask(1)};
-        Model models[2];
-        models[1].blocks[0][0] = true;
-        for (int step = 0; step < 200; ++step) {
-            const std::size_t i = random() % 2;
-            CBitMask& mask = masks[i];
-            Model& model = models[i];
-            const std::uint64_t bit = random() % (random() % 16 == 0 ? 2000 : 130);
-            const bool value = random() % 2 != 0;
-            switch (random() % 40) {
-                case 0:
-                    mask.SetSize(bit, value);
-                    model.SetSize(bit, value);
-                    break;
-                case 1:
-                    EXPECT_EQ(&~mask, &mask);
-                    std::ranges::for_each(model.blocks, [](auto& block) { block.flip(); });
-                    break;
-                case 2:
-                    mask = masks[1 - i];
-                    model = models[1 - i];
-                    break;
-                case 3:
-                    mask.Clear();
-                    std::ranges::for_each(model.blocks, [](auto& block) { block.reset(); });
-                    break;
-                default:
-                    EXPECT_TRUE(mask.Set(bit, value));
-                    value ? void(model.BlockOf(bit).set(bit % 64)) : model.Clear(bit);
-            }
-            const std::uint64_t probe = random() % (64 * model.blocks.size() + step % 2);
-            ASSERT_EQ(mask.IsSet(probe), model.BlockOf(probe)[probe % 64]);
-            ASSERT_EQ(mask.IsEmpty(), model.IsEmpty(~0ull));
-            ASSERT_EQ(!mask, model.IsEmpty(0xFFFFFFFF));
-            ASSERT_EQ(masks[0] & masks[1], models[0].Intersects(models[1]));
-            ASSERT_EQ(masks[1] & masks[0], models[1].Intersects(models[0]));
+TEST(BitMask, OnlyGrowthKeepsTheBitsThatWereThere) {
+    const std::pair<std::uint64_t, bool> sizes[] = {
+        {0, false}, {63, true}, {64, true}, {127, false}, {128, true}, {511, false}, {511, true}};
+    for (const auto& [size, fill] : sizes) {
+        CBitMask mask(1);
+        mask.SetSize(size, fill);
+        const bool kept = size >= 128;
+        for (std::uint64_t bit = 0; bit < 64 * (size / 64 + 1); ++bit) {
+            ASSERT_EQ(mask.IsSet(bit), kept && bit < 128 ? bit == 0 : fill) << size << ", " << bit;
         }
-        CBitMask copy(masks[0]);
-        masks[0].Clear();
-        for (std::uint64_t bit = 0; bit < 64 * models[0].blocks.size(); ++bit) {
-            ASSERT_NE(copy.IsClear(bit), models[0].BlockOf(bit)[bit % 64]) << bit;
-        }
+        mask.Set(600, true);  // the size grows on demand
+        EXPECT_TRUE(mask.IsSet(600) && mask.IsClear(599) && mask.IsClear(601));
+        EXPECT_EQ(mask.IsSet(0), kept || fill);
+    }
+}
+
+TEST(BitMask, MasksMeetWhenEachPairOfBlocksDoes) {
+    CBitMask mask, other;
+    EXPECT_FALSE(mask & other);
+    for (CBitMask* one : {&mask, &other}) {
+        EXPECT_TRUE(one->Set(3, true) && one->Set(64, true));
+    }
+    EXPECT_TRUE(mask & other);
+    EXPECT_TRUE(other.Set(3, false) && other.Set(4, true));
+    EXPECT_FALSE((mask & other) || (other & mask));
+    other = mask;
+    other.SetSize(191, true);  // a third block, which the first mask lacks
+    EXPECT_EQ(std::pair(mask & other, other & mask), std::pair(false, true));
+    mask.SetSize(1, true);
+    EXPECT_EQ(std::pair(mask & other, other & mask), std::pair(true, true));
+    EXPECT_EQ(&~mask, &mask);
+    EXPECT_TRUE(mask.IsEmpty() && !(mask & other));
+}
+
+TEST(BitMask, CopiesAreTheirOwn) {
+    CBitMask mask(5), assigned;
+    CBitMask copy(mask);
+    assigned.SetSize(500, true);
+    assigned = mask;
+    mask.Clear();
+    for (CBitMask* one : {&copy, &assigned}) {
+        EXPECT_TRUE(one->IsSet(0) && one->IsClear(1) && one->IsSet(2) && one->IsClear(300));
     }
 }
 

@@ -1,189 +1,147 @@
-// The handle set against a naive model of slots and objects, and cases of two threads or two names.
+// The handle set: what its slots hold and give away, and what takes two threads or names.
 #include "ztk/handle_set.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
-#include <map>
-#include <memory>
-#include <random>
 #include <thread>
-#include <utility>
-#include <vector>
 
 namespace {
 
 using ZTK::CSASync;
 
-constexpr int kBad = -1, kTimedOut = -2, kEvent = 3, kMutex = 4;
+constexpr auto kBad = static_cast<unsigned>(CSASync::BadSyncId);
+constexpr auto kTimedOut = static_cast<unsigned>(CSASync::SyncTimeout);
+constexpr int kPatience = 10000;  // milliseconds
 
-// What an open handle leads to, seen by one thread: a mutex is always free for it.
-struct Object {
-    bool mutex, manual;
-    int state;  // levels held, or whether signalled
-};
+HANDLE NewEvent() {
+    return CreateEventW(nullptr, TRUE, FALSE, nullptr);
+}
 
-// The set, written down slot by slot. A closed handle leads to no object.
-struct Model {
-    std::map<HANDLE, Object> open;
-    std::vector<HANDLE> handles = std::vector<HANDLE>(20);  // more than there are, never filled
-    std::vector<int> kinds = std::vector<int>(20);
-    int count = 0;
+bool IsOpen(HANDLE handle) {
+    return WaitForSingleObject(handle, 0) != WAIT_FAILED;
+}
 
-    Object* Find(HANDLE handle) { return open.contains(handle) ? &open[handle] : nullptr; }
-    int Take(HANDLE handle) {
-        Object* object = Find(handle);
-        if (object == nullptr || object->mutex) {
-            return object == nullptr ? kBad : ++object->state > 0;
-        }
-        return std::exchange(object->state, object->manual ? object->state : 0);
-    }
-    bool Release(HANDLE handle) {
-        Object* object = Find(handle);
-        return object && object->mutex && object->state > 0 && object->state-- > 0;
-    }
-    void Signal(HANDLE handle, int state) {
-        if (Object* object = Find(handle); object && !object->mutex) {
-            object->state = state;
-        }
-    }
-    bool Is(unsigned slot, int kind) { return handles[slot] && kinds[slot] == kind; }
-    bool Clear(unsigned slot) {
-        Is(slot, kEvent) ? Signal(handles[slot], 0) : void();
-        return (Is(slot, kMutex) && Release(handles[slot])) || handles[slot];
-    }
-    bool Close(unsigned slot) {
-        if (Is(slot, kMutex) || Is(slot, kEvent)) {
-            open.erase(handles[slot]);
-        }
-        return handles[slot];
-    }
-    bool SetHandle(HANDLE handle, unsigned slot, int kind) {
-        if (slot > 15 || !(handle || handles[slot])) {
-            return false;
-        }
-        count += !Close(slot);
-        handles[slot] = handle;
-        kinds[slot] = kind;
-        return true;
-    }
-    int GetID(HANDLE handle) {
-        const auto found = std::find(handles.begin(), handles.begin() + 16, handle);
-        return found == handles.begin() + 16 ? kBad : static_cast<int>(found - handles.begin());
-    }
-    int Wait(unsigned mask) {
-        int first = kTimedOut;
-        for (unsigned slot = 16; slot-- > 0;) {
-            if (Object* object = Find(handles[slot]); (mask >> slot & 1) != 0) {
-                if (object == nullptr) {
-                    return kBad;
-                }
-                first = object->mutex || object->state ? static_cast<int>(slot) : first;
-            }
-        }
-        HANDLE handle = handles[first < 0 ? 16 : static_cast<unsigned>(first)];
-        return Take(handle) == 1 ? GetID(handle) : first;
-    }
-};
-
-TEST(HandleSet, FollowsTheModelThroughRandomOperations) {
-    std::mt19937 random(20240611);
-    Model model;
+TEST(HandleSet, EachOfItsSlotsIsFilledOnceUntilAllAreClosed) {
     CSASync set;
-    unsigned slot = 0, other = 0;
-    bool flag = false, rare = false;
-    HANDLE handle = nullptr;  // of some slot; perhaps null, perhaps closed
-
-    using Results = std::pair<int, int>;  // what the set gave, and the model
-    const auto created = [&](HANDLE made, bool mutex) {
-        const bool expected = slot < 16 && !model.handles[slot];
-        if (expected) {
-            model.SetHandle(made, slot, mutex ? kMutex : kEvent);
-            model.open[made] = {mutex, flag, 0};
-        }
-        return Results(made != nullptr, expected);
-    };
-    const auto is = [&](int kind) { return model.Is(slot, kind); };
-    const auto taken = [&] { return model.Take(model.handles[slot]) == 1; };
-    const std::function<Results()> operations[] = {
-        [&] { return created(set.CreateEventW(7, slot, nullptr, flag), false); },
-        [&] { return created(set.CreateMutexW(7, slot, nullptr), true); },
-        [&] {
-            const int kind = static_cast<int>(random() % 6);
-            if (flag) {
-                handle = CreateEventW(nullptr, TRUE, other & 1, nullptr);
-                model.open[handle] = {false, true, static_cast<int>(other & 1)};
-            }
-            return Results(set.SetHandle(handle, slot, static_cast<ZTK::TSyncType>(kind)),
-                           model.SetHandle(handle, slot, kind));
-        },
-        [&] {
-            is(kEvent) ? model.Signal(model.handles[slot], 1) : void();
-            return Results(set.Signal(slot), is(kEvent));
-        },
-        [&] {
-            const unsigned mask = 1u << (slot & 15) | 1u << other;
-            return Results(set.Wait(mask | random() << 16, 0), model.Wait(mask));
-        },
-        [&] {
-            set = *std::make_unique<CSASync>(set);
-            flag ? set.ClearAll() : void();
-            for (unsigned i = 0; flag && i < 16; ++i) {
-                model.Clear(i);
-            }
-            return Results(set.Wait(random() << 16, 0), kBad);
-        },
-        [&] {
-            for (HANDLE closed : model.handles) {
-                model.open.erase(rare ? closed : nullptr);
-            }
-            rare ? set.CloseAll(), model = {std::move(model.open)} : model;
-            return Results(rare && ZTK::IsEventSignalled(handle), rare && handle);
-        },
-        [&] { return Results(set.GetID(handle), model.GetID(handle)); },
-        [&] { return Results(set.Clear(slot), model.Clear(slot)); },
-        [&] { return Results(set.Acquire(slot, 0), is(kMutex) && taken()); },
-        [&] {
-            return Results(set.Release(slot), is(kMutex) && model.Release(model.handles[slot]));
-        },
-        [&] { return Results(set.IsSignalled(slot), taken()); },
-        [&] { return Results(set.Close(slot), model.Close(slot)); },
-        [&] { return Results(ZTK::IsEventSignalled(handle), handle && model.Take(handle)); },
-    };
-    for (int step = 0; step < 40000; ++step) {
-        const auto operation = random() % std::size(operations);
-        slot = random() % 4 != 0 ? random() % 4 : random() % 20;  // some often, some out of range
-        other = random() % 4;
-        handle = set[other];
-        flag = random() % 2 != 0;
-        rare = random() % 32 == 0;
-        const auto [actual, expected] = operations[operation]();
-        ASSERT_EQ(actual, expected) << "step " << step << ": " << operation << " on " << slot;
-        for (unsigned i = 0; i < 20; ++i) {
-            ASSERT_EQ(set.GetHandle(i), model.handles[i]) << "step " << step << ": " << operation;
-        }
-        ASSERT_EQ(
-            set.ValidateHandles(),
-            std::count(model.handles.begin(), model.handles.end(), nullptr) + model.count == 20);
+    HANDLE made[18] = {};
+    EXPECT_EQ(set.GetID(nullptr), 0U) << "the first that is empty";
+    for (unsigned slot = 0; slot < 18; ++slot) {
+        made[slot] = slot % 2 == 0 ? set.CreateEventW(7, slot, nullptr, true)
+                                   : set.CreateMutexW(7, slot, nullptr);
+        EXPECT_EQ(made[slot] != nullptr, slot < 16) << slot;
+        EXPECT_FALSE(set.CreateEventW(7, slot, nullptr, true) ||
+                     set.CreateMutexW(7, slot, nullptr));
+        EXPECT_TRUE(set.GetHandle(slot) == made[slot] && set[slot] == made[slot]);
+        EXPECT_EQ(set.GetID(made[slot]), slot < 16 ? slot : kBad);
+        EXPECT_TRUE(set.ValidateHandles());
     }
+    EXPECT_EQ(set.SetHandle(made[0], 16, ZTK::SyncTypeEvent), 0);
+    set.CloseAll();
+    for (unsigned slot = 0; slot < 16; ++slot) {
+        EXPECT_FALSE(set[slot] || IsOpen(made[slot]) || set.Close(slot) || set.Clear(slot)) << slot;
+    }
+    EXPECT_TRUE(set.ValidateHandles() && set.GetID(nullptr) == 0);
+}
+
+TEST(HandleSet, EventsAreSignalledAndTakenAsTheyAreMade) {
+    for (const bool manual : {false, true}) {
+        CSASync set;
+        EXPECT_TRUE(set.CreateEventW(0, 2, nullptr, manual));
+        EXPECT_FALSE(set.IsSignalled(2));
+        EXPECT_TRUE(set.Signal(2) && set.IsSignalled(2));
+        EXPECT_EQ(set.IsSignalled(2), manual);
+        EXPECT_TRUE(set.Signal(2) && set.Clear(2) && !set.IsSignalled(2));
+        EXPECT_TRUE(set.Signal(2) && ZTK::IsEventSignalled(set[2]));
+        EXPECT_EQ(ZTK::IsEventSignalled(set[2]), manual);
+        set.Signal(2);
+        set.ClearAll();
+        EXPECT_FALSE(set.IsSignalled(2) || set.Acquire(2, 0) || set.Release(2));
+        EXPECT_FALSE(set.Signal(3) || set.Clear(3) || set.Signal(16) || set.Clear(16));
+        set.CloseAll();
+    }
+}
+
+TEST(HandleSet, AWaitTakesTheLowestSlotOfItsMask) {
+    CSASync set;
+    for (const unsigned slot : {1, 3}) {
+        set.CreateEventW(0, slot, nullptr, false);
+    }
+    set.CreateMutexW(0, 15, nullptr);
+    for (const int time : {0, 1}) {
+        EXPECT_EQ(set.Wait(0xA, time), kTimedOut);
+        EXPECT_TRUE(set.Signal(1) && set.Signal(3));
+        EXPECT_EQ(set.Wait(0x8008, time), 3U);
+        EXPECT_EQ(set.Wait(0x800A, time), 1U);
+        EXPECT_EQ(set.Wait(0x800A, time), 15U);
+        EXPECT_TRUE(set.Release(15) && !set.Release(15));
+        EXPECT_EQ(set.Wait(0xFFFF000A, time), kTimedOut) << "there is nothing above slot 15";
+        for (const DWORD mask : {0x0u, 0x10000u, 0x2u | 0x4u}) {
+            EXPECT_EQ(set.Wait(mask, time), kBad) << "no slot, or an empty one";
+        }
+    }
+    set.SetHandle(set[3], 0, ZTK::SyncTypeNone);
+    EXPECT_TRUE(set.Signal(3));
+    EXPECT_EQ(set.Wait(0x8, 0), 0U) << "a handle is named by its first slot";
+    EXPECT_TRUE(set.SetHandle(nullptr, 0, ZTK::SyncTypeNone) && set.Close(3) && set[3]);
+    EXPECT_EQ(set.Wait(0x8, 0), kBad) << "closed, but kept";
+    EXPECT_TRUE(ZTK::IsEventSignalled(set[3]) && !ZTK::IsEventSignalled(nullptr));
+    EXPECT_FALSE(set.ValidateHandles()) << "slot 0 counts, but holds nothing";
     set.CloseAll();
 }
 
-TEST(HandleSet, AnAbandonedMutexIsAcquiredButEndsAWaitAsBad) {
+TEST(HandleSet, AnotherHandleReplacesAndClosesOnlyEventsAndMutexes) {
+    for (int kind = 0; kind < 6; ++kind) {
+        SCOPED_TRACE(kind);
+        const auto type = static_cast<ZTK::TSyncType>(kind);
+        const bool owned = type == ZTK::SyncTypeEvent || type == ZTK::SyncTypeMutex;
+        const HANDLE handles[] = {NewEvent(), NewEvent()};
+        CSASync set;
+        EXPECT_FALSE(set.SetHandle(nullptr, 5, type));
+        EXPECT_TRUE(set.SetHandle(handles[0], 5, type) && set.GetID(handles[0]) == 5);
+        EXPECT_EQ(set.Signal(5), type == ZTK::SyncTypeEvent);
+        EXPECT_TRUE(set.SetHandle(handles[1], 5, type) && set[5] == handles[1]);
+        EXPECT_NE(IsOpen(handles[0]), owned);
+        EXPECT_TRUE(set.ValidateHandles() && IsOpen(handles[1]));
+        EXPECT_TRUE(set.SetHandle(nullptr, 5, type) && !set[5]);
+        EXPECT_NE(IsOpen(handles[1]), owned);
+        EXPECT_TRUE(owned || (CloseHandle(handles[0]) && CloseHandle(handles[1])));
+    }
+}
+
+TEST(HandleSet, CopiesShareHandles) {
+    CSASync set, assigned;
+    set.CreateEventW(0, 4, nullptr, true);
+    CSASync copy(set);
+    assigned = copy;
+    EXPECT_TRUE(copy.Signal(4) && assigned.ValidateHandles() && assigned.IsSignalled(4));
+    copy.CloseAll();
+    EXPECT_TRUE(set[4] && !set.IsSignalled(4));
+}
+
+TEST(HandleSet, AMutexIsAcquiredByLevelsAndAlsoWhenAbandonedButThenEndsAWaitAsBad) {
     CSASync set;
     set.CreateMutexW(0, 3, nullptr);
-    const auto abandon = [&] { std::thread([&] { EXPECT_EQ(set.Acquire(3, -1), 1); }).join(); };
-    abandon();
-    EXPECT_EQ(set.Acquire(3, 0), 1);
-    std::thread([&] { EXPECT_EQ(set.Acquire(3, 0) + set.Release(3), 0) << "held"; }).join();
+    HANDLE own = nullptr;
+    DuplicateHandle(GetCurrentProcess(), set[3], GetCurrentProcess(), &own, 0, FALSE,
+                    DUPLICATE_SAME_ACCESS);
+    const auto on_thread = [&](int expected) {
+        std::thread([&] { EXPECT_EQ(set.Acquire(3, 0), expected); }).join();
+    };
+    EXPECT_TRUE(!set.Signal(3) && set.Acquire(3, kPatience) && set.IsSignalled(3));
+    EXPECT_TRUE(set.Clear(3) && set.Release(3) && !set.Release(3));
+    on_thread(1);
+    EXPECT_EQ(set.Acquire(3, 0), 1) << "abandoned";
+    on_thread(0);
+    std::thread([&] { EXPECT_EQ(set.Release(3), 0); }).join();
     EXPECT_NE(set.Release(3), 0);
-    abandon();
-    EXPECT_EQ(set.Wait(1u << 3, 0), static_cast<unsigned>(CSASync::BadSyncId));
+    on_thread(1);
+    EXPECT_EQ(set.Wait(1u << 3, 0), kBad);
     EXPECT_NE(set.Release(3), 0) << "the caller has it all the same";
-    abandon();
-    EXPECT_FALSE(set.IsSignalled(3));
-    set.CloseAll();
+    on_thread(1);
+    EXPECT_TRUE(!set.IsSignalled(3) && set.Close(3));
+    std::thread([&] { EXPECT_TRUE(IsOpen(own)) << "closing released it"; }).join();
+    EXPECT_EQ(WaitForSingleObject(own, 0), DWORD{WAIT_ABANDONED});
+    EXPECT_TRUE(CloseHandle(own));
 }
 
 TEST(HandleSet, OneNamedObjectWakesAWaitThroughAnotherSet) {
@@ -192,7 +150,7 @@ TEST(HandleSet, OneNamedObjectWakesAWaitThroughAnotherSet) {
     EXPECT_TRUE(second.CreateEventW(0, 15, L"ztk-handle-set", false));
     EXPECT_FALSE(second.CreateMutexW(0, 1, L"ztk-handle-set")) << "it names an event";
     std::thread signaller([&] { first.Signal(0); });
-    EXPECT_EQ(second.Wait(1u << 15, -1), 15U);
+    EXPECT_EQ(second.Wait(1u << 15, kPatience), 15U);
     signaller.join();
     first.CloseAll();
     EXPECT_TRUE(second.IsSignalled(15)) << "each has a handle of its own";

@@ -80,6 +80,8 @@ bool IsOpen(HANDLE handle) {
     return WaitForSingleObject(handle, 0) != kFailed;
 }
 
+constexpr DWORD kPatience = 10000;
+
 // A registered thread that waits for the gate, deregisters itself and ends.
 struct Worker {
     DWORD id = 0;
@@ -91,9 +93,9 @@ struct Worker {
         DuplicateHandle(self, handle, self, &kept, 0, FALSE, DUPLICATE_SAME_ACCESS);
         EXPECT_TRUE(ResetEvent(gate) && ResumeThread(handle) == 1);
     }
-    ~Worker() { EXPECT_TRUE(WaitForSingleObject(kept, 10000) == kTaken && CloseHandle(kept)); }
+    ~Worker() { EXPECT_TRUE(WaitForSingleObject(kept, kPatience) == kTaken && CloseHandle(kept)); }
     static DWORD WINAPI Run(void*) {
-        WaitForSingleObject(gate, INFINITE);
+        EXPECT_EQ(WaitForSingleObject(gate, kPatience), kTaken);
         ZTK::DeRegisterThread(GetCurrentThreadId());
         return 0;
     }
@@ -123,7 +125,7 @@ TEST(ThreadRegistry, WaitingClosesHandlesOfThreadsThatStillRun) {
 }
 
 TEST(ThreadRegistry, WaitingEndsWhenAllThreadsHaveEnded) {
-    Worker workers[20];
+    Worker workers[64];  // as many as one wait takes
     // Not before the wait has taken the threads out of the registry: one that deregisters itself
     // earlier is not waited for.
     std::thread opener([&] {
@@ -132,7 +134,7 @@ TEST(ThreadRegistry, WaitingEndsWhenAllThreadsHaveEnded) {
         }
         SetEvent(gate);
     });
-    ZTK::WaitRegisteredThreadsExit(INFINITE);
+    ZTK::WaitRegisteredThreadsExit(kPatience);
     for (const Worker& worker : workers) {
         EXPECT_EQ(WaitForSingleObject(worker.kept, 0), kTaken);
     }

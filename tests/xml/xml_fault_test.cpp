@@ -1,7 +1,7 @@
 // What happens to documents, tags and attributes when memory runs out.
 #include <gtest/gtest.h>
 
-#include "support/faults.h"
+#include "support/refuse_each.h"
 #include "support/text.h"
 #include "support/xml.h"
 #include "ztk/ztk.h"
@@ -43,20 +43,12 @@ bool LoadAndRead() {
 // Refuses the n-th request for memory, or all from the n-th on, for every n that a run gets to.
 void RefuseEachRequest(void (*refuse)(long long)) {
     ASSERT_TRUE(LoadAndRead());
-    const long long live = ztk_test::LiveBlocks();
-    bool reached = true;
-    for (int n = 0; reached; ++n) {
+    ztk_test::RefuseEach(refuse, [] {
         bool complete = false;
-        refuse(n);
-        const long long before = ztk_test::Requests();
         const HRESULT raised = ztk_test::Raised([&] { complete = LoadAndRead(); });
-        reached = ztk_test::Requests() - before > n;
-        ztk_test::StopFailing();
-        EXPECT_TRUE(raised == S_OK || raised == E_OUTOFMEMORY || raised == E_POINTER)
-            << std::hex << raised << " at request " << std::dec << n;
-        EXPECT_TRUE(complete || reached);
-        ASSERT_EQ(ztk_test::LiveBlocks(), live) << "request " << n;
-    }
+        EXPECT_TRUE(raised == S_OK || raised == E_OUTOFMEMORY || raised == E_POINTER) << raised;
+        return complete;
+    });
 }
 
 TEST(XmlOutOfMemory, OneRefusedRequestIsReportedAndNothingLeaks) {
