@@ -9,9 +9,7 @@
 
 namespace {
 
-using ztk_test::Lines;
-using ztk_test::TestFile;
-using ztk_test::Text;
+using namespace ztk_test;
 
 template <class T>
 class BufferFault : public testing::Test {

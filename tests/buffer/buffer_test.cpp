@@ -10,10 +10,7 @@
 
 namespace {
 
-using ztk_test::Lines;
-using ztk_test::Show;
-using ztk_test::TestFile;
-using ztk_test::Text;
+using namespace ztk_test;
 using namespace std::string_view_literals;
 
 template <class T>

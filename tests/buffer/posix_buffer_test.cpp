@@ -9,8 +9,7 @@
 
 namespace {
 
-using ztk_test::Lines;
-using ztk_test::TestFile;
+using namespace ztk_test;
 
 TEST(PosixBuffer, LoadsAStreamThatHasNoLength) {
     std::string bytes;
@@ -65,8 +64,7 @@ TEST(PosixBuffer, AFileThatNoLengthCanTellIsNotSizedFor) {
     constexpr off_t kGiB = off_t{1} << 30;
     const struct {
         off_t bytes;
-        int narrow;
-        int wide;
+        int narrow, wide;
     } cases[] = {{2 * kGiB, -1, -2}, {4 * kGiB + 5, -1, -2}, {kGiB, 1 << 30, -2}};
     for (const auto& c : cases) {
         TestFile file("");

@@ -13,11 +13,7 @@
 namespace {
 
 using namespace std::string_view_literals;
-using ztk_test::GuardedText;
-using ztk_test::SearchModel;
-using ztk_test::SearchOutcome;
-using ztk_test::TestFile;
-using ztk_test::Text;
+using namespace ztk_test;
 
 constexpr DWORD kNoCase = ZTK::SEARCH_IGNORE_CASE, kWord = ZTK::SEARCH_WHOLE_WORD;
 

@@ -76,9 +76,15 @@ TEST_F(ClientSocket, NoEndFromThisSideIsADisconnect) {
 }
 
 TEST_F(ClientSocket, ShutdownFromManyThreadsClosesOnce) {
-    for (int round = 0; round < 50; ++round) {
+    // Also in time, every time, and whether or not the thread has reached its receive.
+    for (int round = 0; round < 200 && !HasFailure(); ++round) {
         CClientSocket client(&receiver_, 0);
-        StartReceiving(client);
+        const std::uint64_t peer = StartReceiving(client);
+        if (round % 2 == 0) {
+            ResetEvent(receiver_.received.event);
+            ztk_test::SendFrom(peer, "x");
+            EXPECT_TRUE(receiver_.received.Wait());
+        }
         ztk_test::Gate start;
         std::vector<std::thread> threads;
         for (int i = 0; i < 4; ++i) {
@@ -91,7 +97,12 @@ TEST_F(ClientSocket, ShutdownFromManyThreadsClosesOnce) {
         for (std::thread& thread : threads) {
             thread.join();
         }
-        ExpectReceiverEnds(client);
+        if (round % 2 == 0) {
+            ExpectReceiverEnds(client);
+        } else {
+            EXPECT_TRUE(WaitForSingleObject(thread_, ztk_test::kPatience) == WAIT_OBJECT_0);
+            CloseHandle(thread_);
+        }
     }
     EXPECT_EQ(receiver_.disconnects, 0);
 }
@@ -138,7 +149,7 @@ TEST_F(ClientSocket, WithoutASocketNothingHappens) {
     client_.WaitForThreadExit(0);
     EXPECT_EQ(client_.GetLastError(), 0U);
     thread_ = client_.Receive(0);
-    ExpectReceiverEnds(client_);
+    ExpectReceiverEnds(client_, 0);
     EXPECT_EQ(receiver_.disconnects, 0);
 }
 

@@ -8,10 +8,7 @@
 namespace {
 
 using ZTK::CClientSocket;
-using ztk_test::Endpoint;
-using ztk_test::ExpectThreadEnds;
-using ztk_test::kIPv4;
-using ztk_test::Server;
+using namespace ztk_test;
 
 using ServerSocket = ztk_test::IPv4LoopbackTest;
 using ServerSocketBothFamilies = ztk_test::LoopbackTest;
@@ -37,9 +34,12 @@ TEST_P(ServerSocketBothFamilies, ConnectionsAreAcceptedOneAfterAnother) {
 }
 
 TEST_P(ServerSocketBothFamilies, PortInUseAndForeignHostAreReportedOnceAndLeaveTheLastError) {
+    ZTK::TSOSocketInfo no_stream = Endpoint(family_, 0);  // cannot listen
+    no_stream.protocol = IPPROTO_UDP;
+    no_stream.socketType = SOCK_DGRAM;
     const wchar_t* foreign = family_.number == kIPv4.number ? L"::1" : L"127.0.0.1";
     for (const auto& endpoint :
-         {Endpoint(family_, server_.port()), Endpoint(family_, 0, foreign)}) {
+         {Endpoint(family_, server_.port()), Endpoint(family_, 0, foreign), no_stream}) {
         Server second(endpoint);
         EXPECT_FALSE(second.Start());
         ExpectThreadEnds(second.socket);
@@ -47,7 +47,7 @@ TEST_P(ServerSocketBothFamilies, PortInUseAndForeignHostAreReportedOnceAndLeaveT
         EXPECT_EQ(second.errors, 1);
         EXPECT_NE(second.error, 0);
         EXPECT_TRUE(second.error == WSAEADDRINUSE || endpoint.port == 0) << second.error;
-        EXPECT_EQ(second.socket.GetLastError(), 0U);
+        EXPECT_EQ(second.socket.GetLastError() != 0, endpoint.protocol == IPPROTO_UDP);
         EXPECT_NE(second.socket.GetSocket(), 0U) << "stays open until Shutdown";
     }
 }
@@ -98,6 +98,15 @@ TEST_F(ServerSocket, ConnectionDuringAStopIsNotHandedOn) {
     ExpectThreadEnds(server_.socket);
     EXPECT_TRUE(server_.accepted.empty());
     EXPECT_EQ(server_.errors, 0);
+}
+
+TEST_F(ServerSocket, AStopEndsTheThreadEveryTime) {
+    for (int round = 0; round < 200 && !HasFailure(); ++round) {
+        Server server(Endpoint(kIPv4, 0));
+        ASSERT_TRUE(server.Start());
+        server.Stop();
+        EXPECT_EQ(server.errors, 0);
+    }
 }
 
 TEST_F(ServerSocket, CallbackMayShutTheServerDown) {

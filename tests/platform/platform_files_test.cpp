@@ -7,8 +7,7 @@
 
 namespace {
 
-using ztk_test::OpenToRead;
-using ztk_test::TestFile;
+using namespace ztk_test;
 
 // Reads up to count bytes; "error" and its code if that fails.
 std::string Read(HANDLE file, DWORD count) {

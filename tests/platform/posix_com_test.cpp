@@ -7,11 +7,15 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <thread>
 
+#include "support/refuse_each.h"
 #include "support/text.h"
+#include "support/xml.h"
 #include "ztk/platform/com.h"
 
 namespace {
@@ -21,6 +25,7 @@ using MSXML2::IXMLDOMDocument2Ptr;
 using MSXML2::IXMLDOMElementPtr;
 using MSXML2::IXMLDOMNamedNodeMapPtr;
 using MSXML2::IXMLDOMNodePtr;
+using ztk_test::Raised;
 
 constexpr wchar_t kVersion6[] = L"Msxml2.DOMDocument.6.0";
 constexpr wchar_t kVersion4[] = L"Msxml2.DOMDocument.4.0";
@@ -198,6 +203,50 @@ TEST_F(DomTest, VariantsOwnTheirCopies) {
     EXPECT_EQ(VariantClear(&target), S_OK);
     EXPECT_EQ(target.vt, VT_EMPTY);
     EXPECT_THROW((void)static_cast<double>(text), _com_error);
+}
+
+TEST_F(DomTest, ShortMemoryIsReported) {
+    const IXMLDOMDocument2Ptr document = Make();
+    ASSERT_TRUE(
+        Load(document, "<a xmlns:d='urn:schemas-microsoft-com:datatypes' d:dt='bin.hex'>0aff</a>"));
+    const IXMLDOMElementPtr root = Root(document);
+    const auto copied = [](const VARIANT& source) {
+        _variant_t copy;
+        const HRESULT result = VariantCopy(&copy, &source);
+        EXPECT_EQ(copy.vt, result == S_OK ? source.vt : VARTYPE{VT_EMPTY});
+        return result;
+    };
+    const _bstr_t text(L"text");
+    const _variant_t variant(text), bytes(Value(root));
+    EXPECT_EQ(document->setProperty(text, _variant_t(true)), E_FAIL);
+    IErrorInfo* record = nullptr;
+    ASSERT_EQ(GetErrorInfo(0, &record), S_OK);
+    const std::function<HRESULT()> calls[] = {
+        [&] { return copied(variant); },
+        [&] { return copied(bytes); },
+        [&] { return root->get_nodeTypedValue(std::make_unique<_variant_t>().get()); },
+        [&] { return Raised([] { (void)_bstr_t(L"x"); }); },
+        [&] { return Raised([] { (void)_bstr_t("x"); }); },
+        [&] { return Raised([&] { (void)(text + text); }); },
+        [&] { return Raised([&] { (void)static_cast<const char*>(_bstr_t(text, true)); }); },
+        [&] { return IXMLDOMDocument2Ptr().CreateInstance(kVersion6); },
+        [&] {
+            BSTR description = nullptr;
+            const HRESULT result = record->GetDescription(&description);
+            EXPECT_EQ(description != nullptr, result == S_OK);
+            SysFreeString(description);
+            return result;
+        },
+    };
+    for (const auto& call : calls) {
+        SCOPED_TRACE(&call - calls);
+        ztk_test::RefuseEach(ztk_test::FailAfter, [&call] {
+            const HRESULT result = call();
+            EXPECT_TRUE(result == S_OK || result == E_OUTOFMEMORY) << result;
+            return result == S_OK;
+        });
+    }
+    record->Release();
 }
 
 // Numbers as a caller of the DOM itself sees them; the XML classes only tell that they are no text.

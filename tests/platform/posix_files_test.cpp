@@ -28,8 +28,7 @@ TEST(PosixFiles, OnlyRegularFilesAreOpenedAndOnlyForReading) {
     const wchar_t lone_surrogate[] = {0xD800, 0};
     const struct {
         const wchar_t* path;
-        DWORD access;
-        DWORD error;
+        DWORD access, error;
     } cases[] = {{nullptr, GENERIC_READ, ERROR_PATH_NOT_FOUND},
                  {ZTK::StrConvert(pipe.c_str(), 0), GENERIC_READ, ERROR_NOT_SUPPORTED},
                  {L"/dev/null", GENERIC_READ, ERROR_NOT_SUPPORTED},

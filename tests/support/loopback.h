@@ -189,8 +189,10 @@ struct LoopbackTest : testing::TestWithParam<Family> {
         return peer;
     }
     // The handle stays open until then, because the registry holds the same one.
-    void ExpectReceiverEnds(ZTK::CClientSocket& client) {
+    void ExpectReceiverEnds(ZTK::CClientSocket& client, DWORD expected_code = 1) {
+        DWORD code = 77;
         EXPECT_EQ(WaitForSingleObject(thread_, kPatience), WAIT_OBJECT_0);
+        EXPECT_TRUE(GetExitCodeThread(thread_, &code) && code == expected_code) << code;
         CloseHandle(thread_);
         EXPECT_EQ(ZTK::GetThreadHandle(client.GetThreadID()), nullptr);
     }

@@ -37,8 +37,7 @@ TEST(ComBinder, InitialisesForAsLongAsItLivesAlsoASecondTime) {
 
 TEST(ComBinder, PassesItsFlagsOnAndUndoesNothingThatFailed) {
     const struct {
-        DWORD thread;
-        DWORD binder;
+        DWORD thread, binder;
     } cases[] = {{COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED},
                  {COINIT_MULTITHREADED, COINIT_APARTMENTTHREADED}};
     for (const auto& models : cases) {

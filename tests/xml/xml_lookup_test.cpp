@@ -16,10 +16,7 @@
 
 namespace {
 
-using ztk_test::Plain;
-using ztk_test::Raised;
-using ztk_test::Show;
-using ztk_test::Tag;
+using namespace ztk_test;
 
 constexpr wchar_t kDocument[] =
     L"<a x='0'>"
@@ -195,8 +192,7 @@ TEST(XmlAttributeTable, FindsTheSameOfSeveralAttributesOfOneNameAsEver) {
     // Attributes are entered by their names of one letter. At a dot each name is looked up, and the
     // place of the one that is found is written down as a letter: a for the first that was entered.
     const struct {
-        const char* names;
-        const char* found;
+        const char *names, *found;
     } cases[] = {
         {"AAA.", "b"},
         {"BAAA.AB.", "cabf"},

@@ -15,10 +15,7 @@
 
 namespace {
 
-using ztk_test::Outline;
-using ztk_test::Raised;
-using ztk_test::Show;
-using ztk_test::Tag;
+using namespace ztk_test;
 
 constexpr wchar_t kByteOrderMark[] = L"\xFEFF<?xml version='1.0' encoding='UTF-8'?><a/>";
 
@@ -114,9 +111,7 @@ TEST(XmlDocument, ValuesOfElementsAndAttributes) {
 // An element that declares a type has no text value, or fails to have one.
 TEST(XmlDocument, DeclaredTypes) {
     const struct {
-        const wchar_t* type;
-        const wchar_t* text;
-        const wchar_t* value;
+        const wchar_t *type, *text, *value;
         bool raises;
         bool original_only = false;
     } cases[] = {
