@@ -46,26 +46,19 @@ std::string DecodedByModel(std::string text) {
     std::string result;
     text.resize((text.size() + 3) / 4 * 4, '\0');
     for (std::size_t i = 0; i < text.size() && text[i] != '='; i += 4) {
-        std::vector<unsigned char> s;
-        for (std::size_t k = i; k < i + 4; ++k) {
-            const std::size_t index = kAlphabet.find(text[k]);
-            s.push_back(static_cast<unsigned char>(index < 64 ? index : 0xFF));
+        int s[4];
+        for (std::size_t k = 0; k < 4; ++k) {
+            const std::size_t index = kAlphabet.find(text[i + k]);
+            s[k] = index < 64 ? static_cast<int>(index) : 0xFF;
         }
-        std::vector<int> out{s[0] << 2};
-        if (text[i + 1] != '=') {
-            out[0] |= s[1] >> 4;
-            if ((s[1] & 0x0F) != 0 || text[i + 2] != '=') {
-                out.push_back((s[1] & 0x0F) << 4);
-            }
-            if (text[i + 2] != '=') {
-                out[1] |= s[2] >> 2;
-                if ((s[2] & 0x03) != 0 || text[i + 3] != '=') {
-                    out.push_back((s[2] & 0x03) << 6);
-                }
-                if (text[i + 3] != '=') {
-                    out[2] |= s[3];
-                }
-            }
+        const bool two = text[i + 1] != '=', three = two && text[i + 2] != '=';
+        const bool four = three && text[i + 3] != '=';
+        std::vector<int> out{s[0] << 2 | (two ? s[1] >> 4 : 0)};
+        if (three || (two && (s[1] & 0x0F) != 0)) {
+            out.push_back((s[1] & 0x0F) << 4 | (three ? s[2] >> 2 : 0));
+        }
+        if (four || (three && (s[2] & 0x03) != 0)) {
+            out.push_back((s[2] & 0x03) << 6 | (four ? s[3] : 0));
         }
         result.append(out.begin(), out.end());
     }

@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "support/refuse_each.h"
 #include "support/text.h"
@@ -267,69 +268,69 @@ double NumberOf(const VARIANT& v) {
 }
 
 TEST_F(DomTest, DeclaredTypesMakeValues) {
-    constexpr VARTYPE kNone = VT_EMPTY;  // no value of the type
     const struct {
         const char *type, *text;
         VARTYPE kind;
         double number;
     } rows[] = {
         {"i1", "-128", VT_I1, -128},
-        {"i1", "128", kNone, 0},
         {"ui1", "255", VT_UI1, 255},
-        {"ui1", "-1", kNone, 0},
         {"i2", " +32767 ", VT_I2, 32767},
         {"ui2", "65535", VT_UI2, 65535},
         {"int", "-2147483648", VT_I4, -2147483648.0},
-        {"i4", "2147483648", kNone, 0},
         {"ui4", "4294967295", VT_UI4, 4294967295.0},
         {"i8", "-9007199254740992", VT_I8, -9007199254740992.0},
         {"ui8", "9007199254740992", VT_UI8, 9007199254740992.0},
         {"r4", "0.5", VT_R4, 0.5},
         {"r8", "1e308", VT_R8, 1e308},
         {"float", "-.5E+1", VT_R8, -5},
-        {"r8", "1e309", kNone, 0},
-        {"r8", "inf", kNone, 0},
-        {"r8", "+-1", kNone, 0},
         {"fixed.14.4", "-12.5", VT_CY, -125000},
         {"fixed.14.4", "99999999999999.9999", VT_CY, 999999999999999999.0},
-        {"fixed.14.4", "1.23456", kNone, 0},
-        {"fixed.14.4", ".", kNone, 0},
         {"boolean", "1", VT_BOOL, -1},
         {"boolean", "0", VT_BOOL, 0},
-        {"boolean", "yes", kNone, 0},
         {"date", "1899-12-30", VT_DATE, 0},
         {"date", "1900-01-01", VT_DATE, 2},
         {"date", "2000-02-29", VT_DATE, 36585},
-        {"date", "1900-02-29", kNone, 0},
         {"date", "1899-12-29", VT_DATE, -1},
         {"date", "0001-01-01", VT_DATE, -693593},
-        {"date", "2000-13-01", kNone, 0},
         {"dateTime", "1899-12-29T18:00:00", VT_DATE, -1.75},
         {"dateTime", "2000-02-29", VT_DATE, 36585},
         {"dateTime", "2000-02-29T12:00:00.000", VT_DATE, 36585.5},
-        {"dateTime", "2000-02-29T24:00:00", kNone, 0},
-        {"dateTime", "2000-02-29T12:00:00Z", kNone, 0},
         {"dateTime.tz", "2000-02-29T12:00:00+06:00", VT_DATE, 36585.75},
         {"dateTime.tz", "2000-02-29T12:00:00Z", VT_DATE, 36585.5},
         {"time", "06:00:00", VT_DATE, 0.25},
-        {"time", "06:00:00.", kNone, 0},
         {"time.tz", "06:00:00-06:00", VT_DATE, 0},
-        {"bin.hex", "0aF", kNone, 0},
-        {"bin.hex", "0g", kNone, 0},
-        {"bin.base64", "A", kNone, 0},
-        {"int", "", kNone, 0},
-        {"int", "12x", kNone, 0},
     };
-    const IXMLDOMDocument2Ptr document = Make();
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.type) + " '" + row.text + "'");
-        ASSERT_TRUE(Load(document, "<a xmlns:d='urn:schemas-microsoft-com:datatypes' d:dt='" +
-                                       std::string(row.type) + "'>" + row.text + "</a>"));
+    const auto value_of = [document = Make()](const char* type, const std::string& text) {
+        const auto head = "<a xmlns:d='urn:schemas-microsoft-com:datatypes' d:dt='";
+        EXPECT_TRUE(Load(document, head + (type + ("'>" + text)) + "</a>"));
         _variant_t value;
         const HRESULT result = Root(document)->get_nodeTypedValue(&value);
-        EXPECT_EQ(result, row.kind == kNone ? DISP_E_TYPEMISMATCH : S_OK);
-        EXPECT_EQ(value.vt, row.kind);
-        EXPECT_DOUBLE_EQ(NumberOf(value), row.number);
+        EXPECT_EQ(result, value.vt == VT_EMPTY ? DISP_E_TYPEMISMATCH : S_OK);
+        return value;
+    };
+    for (const auto& row : rows) {
+        const _variant_t value = value_of(row.type, row.text);
+        EXPECT_EQ(value.vt, row.kind) << row.type << " " << row.text;
+        EXPECT_DOUBLE_EQ(NumberOf(value), row.number) << row.type << " " << row.text;
+    }
+    const std::map<const char*, std::vector<std::string>> refused = {
+        {"i1", {"128"}},
+        {"ui1", {"-1"}},
+        {"i4", {"2147483648"}},
+        {"r8", {"1e309", "inf", "+-1"}},
+        {"fixed.14.4", {"1.23456", "."}},
+        {"boolean", {"yes"}},
+        {"date", {"1900-02-29", "2000-13-01"}},
+        {"dateTime", {"2000-02-29T24:00:00", "2000-02-29T12:00:00Z"}},
+        {"time", {"06:00:00."}},
+        {"bin.hex", {"0aF", "0g"}},
+        {"bin.base64", {"A"}},
+        {"int", {"", "12x"}}};
+    for (const auto& [type, texts] : refused) {
+        for (const std::string& text : texts) {
+            EXPECT_EQ(value_of(type, text).vt, VT_EMPTY) << type << " " << text;
+        }
     }
     SetErrorInfo(0, nullptr);
 }
