@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "support/refuse_each.h"
@@ -109,22 +110,19 @@ TEST_F(DomTest, AClassTakenOutIsNotFoundUntilPutBack) {
 }
 
 TEST_F(DomTest, VersionsAndPropertiesDecideOnDefinitions) {
-    const struct {
-        const wchar_t* version;
-        _variant_t prohibit;
-        bool loads;
-    } rows[] = {{kVersion6, {}, false},
-                {kVersion6, _variant_t(short{0}), true},
-                {kVersion6, _variant_t(false), true},
-                {kVersion4, {}, true},
-                {kVersion4, _variant_t(LONG{1}), false},
-                {kVersion4, _variant_t(VARIANT_TRUE, VT_BOOL), false}};
-    for (const auto& row : rows) {
-        const IXMLDOMDocument2Ptr document = Make(row.version);
-        if (row.prohibit.vt != VT_EMPTY) {
-            EXPECT_EQ(document->setProperty(_bstr_t(L"ProhibitDTD"), row.prohibit), S_OK);
+    const std::tuple<const wchar_t*, _variant_t, bool> rows[] = {
+        {kVersion6, {}, false},
+        {kVersion6, _variant_t(short{0}), true},
+        {kVersion6, _variant_t(false), true},
+        {kVersion4, {}, true},
+        {kVersion4, _variant_t(LONG{1}), false},
+        {kVersion4, _variant_t(VARIANT_TRUE, VT_BOOL), false}};
+    for (const auto& [version, prohibit, loads] : rows) {
+        const IXMLDOMDocument2Ptr document = Make(version);
+        if (prohibit.vt != VT_EMPTY) {
+            EXPECT_EQ(document->setProperty(_bstr_t(L"ProhibitDTD"), prohibit), S_OK);
         }
-        EXPECT_EQ(Load(document, "<!DOCTYPE a []><a/>"), row.loads);
+        EXPECT_EQ(Load(document, "<!DOCTYPE a []><a/>"), loads);
         EXPECT_TRUE(Load(document, "<a/>"));
     }
 }
@@ -299,6 +297,8 @@ TEST_F(DomTest, DeclaredTypesMakeValues) {
         {"dateTime.tz", "2000-02-29T12:00:00+06:00", VT_DATE, 36585.75},
         {"dateTime.tz", "2000-02-29T12:00:00Z", VT_DATE, 36585.5},
         {"time", "06:00:00", VT_DATE, 0.25},
+        {"time", "23:59:59.5", VT_DATE, 86399.5 / 86400},
+        {"date", "2100-03-01", VT_DATE, 73110},
         {"time.tz", "06:00:00-06:00", VT_DATE, 0},
     };
     const auto value_of = [document = Make()](const char* type, const std::string& text) {
@@ -315,15 +315,19 @@ TEST_F(DomTest, DeclaredTypesMakeValues) {
         EXPECT_DOUBLE_EQ(NumberOf(value), row.number) << row.type << " " << row.text;
     }
     const std::map<const char*, std::vector<std::string>> refused = {
-        {"i1", {"128"}},
+        {"i1", {"128", "-129"}},
+        {"i2", {"32768"}},
+        {"ui2", {"65536"}},
+        {"ui4", {"4294967296"}},
         {"ui1", {"-1"}},
         {"i4", {"2147483648"}},
         {"r8", {"1e309", "inf", "+-1"}},
         {"fixed.14.4", {"1.23456", "."}},
-        {"boolean", {"yes"}},
-        {"date", {"1900-02-29", "2000-13-01"}},
+        {"boolean", {"yes", "2", ""}},
+        {"date",
+         {"1900-02-29", "2000-13-01", "2000-00-01", "2000-01-00", "2000-04-31", "2000-1-1"}},
         {"dateTime", {"2000-02-29T24:00:00", "2000-02-29T12:00:00Z"}},
-        {"time", {"06:00:00."}},
+        {"time", {"06:00:00.", "06:60:00", "06:00:60", "6:00:00", "06:00"}},
         {"bin.hex", {"0aF", "0g"}},
         {"bin.base64", {"A"}},
         {"int", {"", "12x"}}};
