@@ -110,7 +110,7 @@ void CBuffer<T>::Add(const T* s) noexcept {
 
 template <class T>
 void CBuffer<T>::Add(const T* s, int n) noexcept {
-    (void)Append(s, n);
+    (void)Append(s, n);  // as above
 }
 
 template <class T>

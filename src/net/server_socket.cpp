@@ -136,8 +136,8 @@ DWORD CServerSocket::AcceptLoop() {
             Shutdown();
             return kFailed;
         }
-        // Fails when the connection is broken already, which the host notices by itself.
         int enable = 1;
+        // Fails when the connection is broken already, which the host notices by itself.
         (void)CSocketUtil::SetOptions(accepted, SOL_SOCKET, SO_DONTLINGER, &enable, sizeof(enable));
         listener->OnAccept(this, accepted);
         listener = listener_;

@@ -87,8 +87,8 @@ void CSocket::SetSocketError(int code) noexcept {
 void CSocket::SetAsyncMode(int enable) noexcept {
     const std::uint64_t socket = socket_;
     if (socket != 0) {
-        // A failure shows in the calls that follow.
         DWORD mode = enable != 0;
+        // A failure shows in the calls that follow.
         (void)ioctlsocket(static_cast<SOCKET>(socket), FIONBIO, &mode);
     }
 }

@@ -153,7 +153,8 @@ std::uint64_t CBitMask::BlockOrNone(std::uint64_t index) const noexcept {
 }
 
 bool CBitMask::operator&(const CBitMask& other) const noexcept {
-    // Bits are set against blocks: callers rely on which blocks that compares.
+    // The one side counts bits, the other blocks of 64 bits. Callers rely on the blocks that this
+    // rule compares.
     const std::uint64_t compared = size_ > other.block_count_ ? other.block_count_ : block_count_;
     for (std::uint64_t i = 0; i < compared; ++i) {
         if ((BlockOrNone(i) & other.BlockOrNone(i)) == 0) {

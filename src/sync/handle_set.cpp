@@ -115,7 +115,7 @@ bool CSASync::Signal(unsigned int slot) noexcept {
 bool CSASync::Clear(unsigned int slot) noexcept {
     // Callers are told of the slot, not of the calls.
     if (Holds(slot, SyncTypeEvent)) {
-        (void)ResetEvent(handles_[slot]);
+        (void)ResetEvent(handles_[slot]);  // as above
     } else if (Holds(slot, SyncTypeMutex)) {
         (void)ReleaseMutex(handles_[slot]);  // as above
     }
