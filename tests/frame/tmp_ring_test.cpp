@@ -96,13 +96,4 @@ TYPED_TEST(TmpRing, ManyThreadsNeverShareASlotWithin256Requests) {
     EXPECT_EQ(lost + shared, 0);
 }
 
-// Without any pacing: the counter must come through its wraps whatever the threads' timing.
-TYPED_TEST(TmpRing, UnpacedThreadsAllGetASlot) {
-    this->OnThreads([&](int) {
-        for (int i = 0; i < 20000; ++i) {
-            ASSERT_NE(Request<TypeParam>(16), nullptr);
-        }
-    });
-}
-
 }  // namespace

@@ -145,7 +145,7 @@ TEST(PosixFiles, AFailedOpenAndTheLastCloseLeaveNoDescriptor) {
     EXPECT_EQ(ztk_test::OpenHandles(), open);
 }
 
-// --- Short memory. That of COM and documents is a matter of posix_com_test and xml_fault_test.
+// --- Short memory. That of COM and documents is a matter of posix_com_test and xml_lookup_test.
 
 HANDLE Duplicate(HANDLE source) {
     HANDLE copy = nullptr;
