@@ -84,36 +84,6 @@ class Search : public testing::Test {
 using Widths = testing::Types<char, wchar_t>;
 TYPED_TEST_SUITE(Search, Widths);
 
-// Outcomes that callers know, written down by hand.
-TYPED_TEST(Search, FindsWhatItsRulesSay) {
-    const struct {
-        const char* term;
-        bool fold;
-        const char* text;
-        DWORD flags;
-        const char* hits;
-    } cases[] = {
-        {"ab", false, "abab", 0, "0:1 0:1 "},
-        {"aa", false, "aaaa", 0, "0:1 0:1 "},
-        {"c", false, "a\nb\nc", 0, "4:3 "},
-        {"aabb", false, "aaabbx", 0, ""},  // stepped over
-        {"is", false, "this is", kWord, "0:1 "},
-        {"is", false, "this\nis", kWord, "5:2 "},
-        {"is", false, "is this is\nisn't", kWord, "0:1 0:1 "},
-        {"ab", false, "AB", kNoCase, "0:1 "},
-        {"ab", false, "xAB", kNoCase, ""},  // the table does not know upper case
-        {"ab", true, "xAB", kNoCase, "0:1 "},
-        {"ab", true, "xAB", 4, ""},
-    };
-    for (const auto& c : cases) {
-        this->SetTerm(c.term, c.fold);
-        this->SearchText(c.text, c.flags);
-        EXPECT_EQ(c.hits, this->Hits()) << &c - cases;
-    }
-    this->SearchText(std::string(9000, '\n') + "ab", kNoCase);
-    EXPECT_EQ("9000:9001 ", this->Hits());
-}
-
 // Terms, texts and the outcome as it has always been: the hits, and behind them the number of steps
 // that the search took, told by its callback. Wide characters are the sign-extended narrow ones.
 TYPED_TEST(Search, TakesItsStepsAndNoOther) {
@@ -123,6 +93,19 @@ TYPED_TEST(Search, TakesItsStepsAndNoOther) {
         DWORD flags;
         const char *text, *outcome, *if_wide = nullptr;
     } cases[] = {
+        {"ab", false, 0, "abab", "0:1 0:1 2"},
+        {"aa", false, 0, "aaaa", "0:1 0:1 2"},
+        {"c", false, 0, "a\nb\nc", "4:3 5"},
+        // "aabb" is stepped over.
+        {"aabb", false, 0, "aaabbx", "1"},
+        {"is", false, kWord, "this is", "0:1 4"},
+        {"is", false, kWord, "this\nis", "5:2 4"},
+        {"is", false, kWord, "is this is\nisn't", "0:1 0:1 9"},
+        {"ab", false, kNoCase, "AB", "0:1 1"},
+        // The table does not know upper case.
+        {"ab", false, kNoCase, "xAB", "1"},
+        {"ab", true, kNoCase, "xAB", "0:1 2"},
+        {"ab", true, 4, "xAB", "2"},
         {"aababba", false, 0, "bbaabaabbaaabbaaaaaaaabbbaabbaabbaababba", "0:1 34"},
         {"b", false, 2, "bbbaabbabbabaaaaaabbaabaabbabb", "30"},
         {"A\nb", true, 3, "bb\naabb\nAaAA\naaabA\nb", "12"},
@@ -155,15 +138,9 @@ TYPED_TEST(Search, TakesItsStepsAndNoOther) {
         {"z[{", false, 0, "[`{Zz`@[[@[Z{z{`Zz[{z`zz``@z[{", "0:1 0:1 13"},
         {"a\366a\237\366", false, 2, "\366\366\237\366a\237a\237\366a\237aa\366\366a\366a\237\366",
          "0:1 16", "0:1 10"},
-        {"\366a\237\366", false, 0,
-         "a\237\237\366\366a\366\366a\237\366\237a\237a\237\366\366a\366\237\366aa\237\237aa\366a"
-         "\366\237\366a\237a\366a\237\366",
-         "0:1 0:1 34", "0:1 0:1 24"},
         {"\377", false, 0,
          "a\377a\377aaa\377aa\377a\377a\377\377a\377\377\377\377\377\377a\377a\377aaa",
          "0:1 0:1 0:1 0:1 0:1 0:1 0:1 0:1 0:1 0:1 0:1 0:1 0:1 0:1 0:1 30"},
-        {"a\377\377", true, 3, "b\200b\377b\377b\377\200\377\200\377\200a\377\377a\377\377\377",
-         "6"},
         {"a-a", false, 0, "aba-abaa-b-babbbba-b", "0:1 10"},
     };
     this->buffer.SetLength(100);
@@ -201,6 +178,12 @@ TYPED_TEST(Search, TakesItsStepsWithTermsThatWrapTheTable) {
             ASSERT_NO_FATAL_FAILURE(this->ExpectOutcome(text, 0, outcome)) << letters;
         }
     }
+}
+
+TYPED_TEST(Search, CountsManyLines) {
+    this->SetTerm("ab");
+    this->SearchText(std::string(9000, '\n') + "ab", kNoCase);
+    EXPECT_EQ("9000:9001 ", this->Hits());
 }
 
 TYPED_TEST(Search, KeepsTheHitsOfASearchThatCannotBegin) {

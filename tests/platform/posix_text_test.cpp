@@ -2,13 +2,13 @@
 // beyond the trace log's use, and the message box. Some rows are rules that the runtimes on Windows
 // keep differently from version to version.
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <string>
 
+#include "support/guarded_text.h"
 #include "support/text.h"
 #include "ztk/logging.h"
 #include "ztk/strings.h"
@@ -46,10 +46,10 @@ TEST(PosixFormat, ABadFormatGivesNothing) {
 
 // end is where readable memory ends.
 template <class Char>
-void ReadAtTheEndOfMemory(void* end) {
+void ReadAtTheEndOfMemory(char* end) {
     constexpr Char kZ[] = {'z', 0}, kFormat[] = {'%', '.', '*', 's', 0};
     for (int count = 1; count < 40; ++count) {
-        Char* const s = static_cast<Char*>(end) - count;
+        Char* const s = reinterpret_cast<Char*>(end) - count;
         *std::fill_n(s, count - 1, Char{'a'}) = 0;
         ASSERT_EQ(StrLength(s), static_cast<unsigned>(count - 1));
         ASSERT_EQ(StrFind(s, kZ), nullptr);
@@ -61,14 +61,9 @@ void ReadAtTheEndOfMemory(void* end) {
 }
 
 TEST(PosixText, NothingBehindATextIsRead) {
-    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    void* const pages =
-        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    void* const end = static_cast<char*>(pages) + page;
-    ASSERT_EQ(mprotect(end, page, PROT_NONE), 0);
-    ReadAtTheEndOfMemory<char>(end);
-    ReadAtTheEndOfMemory<wchar_t>(end);
-    munmap(pages, 2 * page);
+    constexpr std::size_t kRoom = 1 << 16;
+    ReadAtTheEndOfMemory<char>(ztk_test::GuardedPages(kRoom) + kRoom);
+    ReadAtTheEndOfMemory<wchar_t>(ztk_test::GuardedPages(kRoom) + kRoom);
 }
 
 TEST(PosixCodePages, LongTextsAndUnmappableOnesConvert) {
