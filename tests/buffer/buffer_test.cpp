@@ -2,7 +2,6 @@
 // it and its searches do when memory runs out.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
 #include <limits>
 #include <new>

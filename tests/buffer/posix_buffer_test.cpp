@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <thread>
+#include <utility>
 
 #include "support/buffer_text.h"
 
@@ -62,18 +63,15 @@ TEST(PosixBuffer, AStreamOfTheOtherOrientationOrDirectionGivesNothing) {
 // Files of these sizes, without their bytes on the disk.
 TEST(PosixBuffer, AFileThatNoLengthCanTellIsNotSizedFor) {
     constexpr off_t kGiB = off_t{1} << 30;
-    const struct {
-        off_t bytes;
-        int narrow, wide;
-    } cases[] = {{2 * kGiB, -1, -2}, {4 * kGiB + 5, -1, -2}, {kGiB, 1 << 30, -2}};
-    for (const auto& c : cases) {
+    const std::pair<off_t, int> cases[] = {{2 * kGiB, -1}, {4 * kGiB + 5, -1}, {kGiB, 1 << 30}};
+    for (const auto& [bytes, expected] : cases) {
         TestFile file("");
         std::FILE* const stream = file.Open("r+");
-        ASSERT_EQ(::ftruncate(::fileno(stream), c.bytes), 0);
+        ASSERT_EQ(::ftruncate(::fileno(stream), bytes), 0);
         ZTK::CBuffer<wchar_t> wide;
-        EXPECT_EQ(wide.ReAllocForFile(stream), c.wide);
+        EXPECT_EQ(wide.ReAllocForFile(stream), -2);
         EXPECT_EQ(wide.GetBuffer(), nullptr);
-        EXPECT_EQ(ZTK::CBuffer<char>().ReAllocForFile(stream), c.narrow);
+        EXPECT_EQ(ZTK::CBuffer<char>().ReAllocForFile(stream), expected);
     }
 }
 

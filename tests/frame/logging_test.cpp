@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "ztk/logging.h"
-#include "ztk/memory.h"
 
 namespace {
 
@@ -107,21 +106,6 @@ TEST_F(Logging, HexLinesHaveLabelBlankDigitsAndLineFeed) {
     ZTK::LogHex(nullptr, nullptr, 0);
     EXPECT_EQ(Closed(),
               Utf16("recv: 012345\r\n0123456789ABCDEFFEDCBA9876543210\r\n0123\r\nrecv: \r\n\r\n"));
-}
-
-TEST_F(Logging, TracesAndNarrowTextsTakeOneWideRingSlotEach) {
-    wchar_t *first = nullptr, *again = nullptr;
-    ASSERT_EQ(ZTK::ZTKGetTmpString(first, 4), 1U);
-    ZTK::EnableLogging(true, 0);
-    for (int i = 0; i < 127; ++i) {
-        ZTK::LogTextA("a");
-        ZTKTrace(L"%d", i);
-    }
-    ZTKTrace(L"%512000d", 1);  // too long: none
-    ZTKCloseTraceLog();
-    ZTKTrace(L"one also without a file");
-    ASSERT_EQ(ZTK::ZTKGetTmpString(again, 4), 1U);
-    EXPECT_EQ(again, first);
 }
 
 // The first thread's lines fit every buffer, those of the last are longer than any.

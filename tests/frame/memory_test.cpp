@@ -35,13 +35,9 @@ TEST(Memory, BlocksAreZeroFilledAndRefusalsAreNull) {
 TEST(Memory, GrowthKeepsTheOldBytesAndReadsZeroBeyondThem) {
     // A block of the host, which shares the heap. Bytes cut off must not come back.
     void* block = HeapAlloc(GetProcessHeap(), 0, 100);
-    std::size_t kept = 100;
-    std::memset(block, 0xAB, kept);
-    for (const std::size_t size : {200, 10, 100000}) {
-        block = ZTK::MemRealloc(block, size);
-        kept = std::min(kept, size);
-        EXPECT_TRUE(Holds(block, 0xAB, 0, kept) && Holds(block, 0, kept, size)) << size;
-    }
+    block = ZTK::MemRealloc(std::memset(block, 0xAB, 100), 10);
+    block = ZTK::MemRealloc(block, 100000);
+    EXPECT_TRUE(Holds(block, 0xAB, 0, 10) && Holds(block, 0, 10, 100000));
     EXPECT_EQ(ZTK::MemRealloc(block, UINT64_MAX / 2), nullptr);
     EXPECT_TRUE(Holds(block, 0xAB, 0, 1)) << "a refused growth must leave the block as it was";
     EXPECT_NE(HeapFree(GetProcessHeap(), 0, block), FALSE);

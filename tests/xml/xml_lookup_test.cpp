@@ -129,15 +129,6 @@ TEST(XmlTag, IterationVisitsEveryKindOfChildAndEnds) {
     }
 }
 
-TEST(XmlTag, LookupsMakeNewTagsAndKeepAttributes) {
-    ZTK::CXml xml(kDocument);
-    const Tag one(xml.GetRoot()->GetTag(L"b"));
-    const Tag two(xml.GetRoot()->GetTag(L"b"));
-    EXPECT_NE(one, two);
-    EXPECT_EQ(one->GetAttribute(L"id"), one->GetAttribute(L"id"));
-    EXPECT_NE(one->GetAttribute(L"id"), two->GetAttribute(L"id"));
-}
-
 TEST(XmlTag, WorksAfterReleaseWithWhatItHasRead) {
     ZTK::CXml xml(kDocument);
     const Tag tag(xml.GetRoot()->GetTag(L"b"));
@@ -163,12 +154,9 @@ TEST(XmlToken, OrdersByCodeUnit) {
         for (std::size_t j = 0; j < std::size(ascending); ++j) {
             const ZTK::CXMLToken a(ascending[i]);
             const ZTK::CXMLToken b(ascending[j]);
-            EXPECT_EQ(a == b, i == j);
-            EXPECT_EQ(a != b, i != j);
-            EXPECT_EQ(a < b, i < j);
-            EXPECT_EQ(a <= b, i <= j);
-            EXPECT_EQ(a > b, i > j);
-            EXPECT_EQ(a >= b, i >= j);
+            EXPECT_TRUE((a == b) == (i == j) && (a != b) == (i != j)) << i << ", " << j;
+            EXPECT_TRUE((a < b) == (i < j) && (a <= b) == (i <= j)) << i << ", " << j;
+            EXPECT_TRUE((a > b) == (i > j) && (a >= b) == (i >= j)) << i << ", " << j;
         }
     }
 }

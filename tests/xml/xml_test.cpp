@@ -28,7 +28,6 @@ TEST(XmlDocument, NodesAppearUnderTheDomsNamesAndValues) {
     } cases[] = {
         {L"<a/>", "a=\"\""},
         {L"<p:a xmlns:p='urn:x'/>", "p:a=\"\""},
-        {L"<a>x</a>", "a=\"x\"(#text=\"x\")"},
         {L"<a>t<!--c--><?pi d e?><![CDATA[<z>]]></a>",
          "a=\"t<z>\"(#text=\"t\" #comment=\"c\" pi=\"d e\" #cdata-section=\"<z>\")", true},
         {L"<a><b>1</b><c><d>2</d></c></a>",
@@ -82,7 +81,6 @@ TEST(XmlDocument, ValuesOfElementsAndAttributes) {
         {L"<a i='  1&lt;2 '/>", L"i", L"  1<2 "},
         {L"<a i='x\ty\nz'/>", L"i", L"x y z"},
         {L"<a i='x&#9;y'/>", L"i", L"x\ty"},
-        {L"<a i=''/>", L"i", L""},
         {L"<p:a xmlns:p='urn:x' p:i='1'/>", L"p:i", L"1"},
         {L"<p:a xmlns:p='urn:x' p:i='1'/>", L"xmlns:p", L"urn:x", true},
         {L"<a xmlns='urn:x'/>", L"xmlns", L"urn:x", true},
@@ -336,10 +334,9 @@ TEST(XmlValue, OfANodeIsARingString) {
 
 TEST(XmlValue, MayBeLongerThanARingString) {
     for (const std::size_t length : {511'999u, 512'000u, 2'000'000u}) {
-        std::vector<wchar_t> text = {L'<', L'a', L'>'};
-        text.insert(text.end(), length, L'x');
-        text.insert(text.end(), {L'<', L'/', L'a', L'>', 0});
-        const MSXML2::IXMLDOMNodePtr node = NodeOf(text.data());
+        const std::string text = "<a>" + std::string(length, 'x') + "</a>";
+        const std::vector<wchar_t> wide(text.c_str(), text.c_str() + text.size() + 1);
+        const MSXML2::IXMLDOMNodePtr node = NodeOf(wide.data());
         const wchar_t* const first = ZTK::CXml::GetXMLTextValue(node);
         for (int i = 0; i < 7; ++i) {
             EXPECT_EQ(ZTK::StrLength(ZTK::CXml::GetXMLTextValue(node)), length);
