@@ -124,17 +124,33 @@ class ZTK_API CBuffer {
     // the reading alike; feof and ferror tell which it was. REQUIRES: the stream is one of the C
     // runtime that the library itself uses (on Windows, msvcrt).
     //
-    // A narrow buffer reads bytes. A wide one reads wide characters as fgetwc does: the mode in
-    // which the stream was opened decides how the file is decoded ("r,ccs=UTF-8") and what becomes
-    // of a byte-order mark. A character beyond 16 bits becomes a surrogate pair.
+    // A narrow buffer reads bytes, those of a byte-order mark too. A wide one reads wide characters
+    // as fgetwc does: the mode in which the stream was opened decides how the file is decoded, and
+    // the buffer recognises nothing by itself. A character beyond 16 bits becomes a surrogate pair.
+    //
+    //   - "r,ccs=UTF-8", "r,ccs=UTF-16LE": A byte-order mark at the start of a regular file is
+    //     passed over. On Windows a mark of the other of the two overrules the mode.
+    //   - "r,ccs=UNICODE": UTF-16 of the byte order that its mark tells, else little-endian. On
+    //     Windows a mark of UTF-8 is understood as well, one of big-endian UTF-16 is not, and
+    //     without a mark the file is in the ANSI code page.
+    //   - "r": On Linux in the encoding of the process's locale (plain ASCII in the "C" locale), on
+    //     Windows a byte is a character. A byte-order mark is text.
+    //   - Other modes, on Linux only: UTF-16 is UNICODE by another name; for the rest REQUIRES: the
+    //     text is trusted. The C library ends the process over some input that its decoders make
+    //     nothing of. That holds for UNICODE and UTF-16, too, in a pipe that brings the mark alone.
+    //
+    // Bytes that do not decode end the reading on Linux, and what stands behind them is not read;
+    // on Windows they become U+FFFD. Half a character at the end of a file is left out. GetNext has
+    // closed the stream by then: whoever must know of an error uses Load and ferror.
 
     // Replaces the text by the rest of the stream and the lines by its lines, and returns their
     // number. A last line needs no line feed. 0 for a null fp, with the buffer emptied. The stream
     // is left at its end and open.
     //
     // Storage is sized by the length of the file first; a stream that has none (a pipe) is read
-    // into storage that grows as needed. When memory is short the result is 0, the buffer is empty,
-    // and the stream has been read in part. Uses 64 KiB of the stack.
+    // into storage that grows as needed. When memory is short for the text or the list of lines,
+    // the result is 0, the buffer is empty, and the stream has been read in part; a line without a
+    // record counts, and GetNext gives null for it. Uses 64 KiB of the stack.
     int Load(std::FILE* fp);
 
     // With an fp: appends the next line of the stream, adds it to the lines and returns it. At end

@@ -162,6 +162,7 @@ class ZTK_API CSocketUtil {
 
     // Whether text holds at least one character that is neither a letter nor a digit. A purely
     // lexical test: "10.0.0.1" and "my-host" pass, "localhost", an empty and a null text do not.
+    // Beyond ASCII the C runtime's iswalnum decides: on Linux nothing is a letter there.
     static bool IsHostName(const wchar_t* text) noexcept;
 
     // The English sentence for a socket error code, "Unknown socket error" for any other. Static

@@ -167,8 +167,9 @@ ZTK_API std::uint64_t StrReplace(wchar_t* s, wchar_t from, wchar_t to) noexcept;
 //     runtime does with it what it likes.
 //
 // Null, not an empty string, when the result is empty, format is null or fails, and for a result of
-// 512000 elements or more. A success takes one ring string, a failure none. REQUIRES: the arguments
-// are of the types that the format names.
+// 512000 elements or more, for which no memory is taken. A success takes one ring string, a failure
+// none. What a width or precision beyond that costs is up to the C runtime on Windows; on Linux it
+// costs nothing. REQUIRES: the arguments are of the types that the format names.
 [[nodiscard]] ZTK_API const char* StrFormat(const char* format, ...) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrFormat(const wchar_t* format, ...) noexcept;
 

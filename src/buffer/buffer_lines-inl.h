@@ -65,6 +65,7 @@ int CBuffer<T>::Load(std::FILE* fp) {
     }
     const int room = text_ == nullptr ? 0 : capacity_;
     std::ptrdiff_t start = 0;
+    int found = 0;  // lines
     T block[buffer::kBlockBytes / sizeof(T)];
     buffer::StreamReader<T> reader(fp);
     while (const std::size_t count = reader.Read(block, std::size(block))) {
@@ -80,9 +81,14 @@ int CBuffer<T>::Load(std::FILE* fp) {
         }
         CopyLines(block, static_cast<std::size_t>(kept), text_ + length_, [&](std::size_t end) {
             lines_.Append(text_ + start, false);
+            ++found;
             start = length_ + static_cast<std::ptrdiff_t>(end) + 1;
         });
         length_ += static_cast<int>(kept);
+        if (lines_.Count() != found) {
+            Clear();  // no memory for a slot: a line would be missing
+            return 0;
+        }
     }
     if (length_ == 0) {
         return 0;
@@ -96,6 +102,10 @@ int CBuffer<T>::Load(std::FILE* fp) {
     if (start != length_) {
         // Not terminated: the character behind it may be left over from an earlier text.
         lines_.Append(text_ + start, false);
+        ++found;
+    }
+    if (lines_.Count() != found) {
+        Clear();  // as above
     }
     return lines_.Count();
 }

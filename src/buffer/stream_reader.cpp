@@ -18,8 +18,7 @@ std::size_t ReadCharacter(std::FILE* stream, char* units) {
     return c == EOF ? 0 : 1;
 }
 
-std::size_t ReadCharacter(std::FILE* stream, wchar_t* units) {
-    const std::wint_t c = FgetwcUnderLock(stream);
+std::size_t Store(std::FILE* stream, std::wint_t c, wchar_t* units) {
     if (c == WEOF) {
         // Where the runtime's characters have 16 bits, 0xFFFF may be a unit of the text.
         constexpr bool is_also_unit = sizeof(std::wint_t) == sizeof(wchar_t);
@@ -38,6 +37,18 @@ std::size_t ReadCharacter(std::FILE* stream, wchar_t* units) {
     units[0] = static_cast<wchar_t>(0xD800 + ((code - 0x10000) >> 10));
     units[1] = static_cast<wchar_t>(0xDC00 + (code & 0x3FF));
     return 2;
+}
+
+std::size_t ReadCharacter(std::FILE* stream, wchar_t* units) {
+    return Store(stream, FgetwcUnderLock(stream), units);
+}
+
+// The first of the characters that one call reads.
+std::size_t ReadFirst(std::FILE* stream, char* units) {
+    return ReadCharacter(stream, units);
+}
+std::size_t ReadFirst(std::FILE* stream, wchar_t* units) {
+    return Store(stream, FgetwcFirst(stream), units);
 }
 
 }  // namespace
@@ -68,12 +79,10 @@ std::size_t StreamReader<wchar_t>::Read(wchar_t* block, std::size_t room) {
     if (IsOver(stream_)) {
         return 0;
     }
-    std::size_t count = 0;
-    while (room - count >= kMostUnits) {
-        const std::size_t units = ReadCharacter(stream_, block + count);
-        if (units == 0) {
-            break;
-        }
+    std::size_t count = ReadFirst(stream_, block);
+    std::size_t units = count;
+    while (units != 0 && room - count >= kMostUnits) {
+        units = ReadCharacter(stream_, block + count);
         count += units;
     }
     return count;
@@ -86,21 +95,19 @@ LinePart ReadLinePart(std::FILE* stream, T* block, std::size_t room) {
     if (IsOver(stream)) {
         return {count, LineEnd::kStream};
     }
-    while (room - count >= kMostUnits) {
-        const std::size_t units = ReadCharacter(stream, block + count);
-        if (units == 0) {
-            return {count, LineEnd::kStream};
-        }
-        if (block[count] == '\r') {
-            continue;
-        }
+    std::size_t units = ReadFirst(stream, block);
+    while (units != 0) {
         if (block[count] == '\n' || block[count] == 0) {
             block[count] = 0;
             return {count + 1, LineEnd::kLine};
         }
-        count += units;
+        count += block[count] == '\r' ? 0 : units;
+        if (room - count < kMostUnits) {
+            return {count, LineEnd::kNone};
+        }
+        units = ReadCharacter(stream, block + count);
     }
-    return {count, LineEnd::kNone};
+    return {count, LineEnd::kStream};
 }
 
 template LinePart ReadLinePart<char>(std::FILE*, char*, std::size_t);

@@ -1,4 +1,5 @@
 // Start and end of Windows Sockets, and the helpers that need no name lookup.
+#include "platform/character_class.h"
 #include "platform/code_page.h"
 #include "platform/socket_calls.h"
 #include "ztk/sockets.h"
@@ -83,7 +84,7 @@ bool CSocketUtil::IsHostName(const wchar_t* text) noexcept {
         return false;
     }
     for (; *text != 0; ++text) {
-        if (IsAlphaNum(*text) == 0) {
+        if (iswalnum(*text) == 0) {
             return true;
         }
     }

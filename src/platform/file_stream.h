@@ -1,6 +1,7 @@
 // The C runtime's streams as far as a buffer reads them: _fileno and _filelength (the size of the
 // file behind an open stream in bytes, or -1), _lock_file and _unlock_file, and _fgetc_nolock,
-// which is fgetc for a caller that holds the stream's lock. FgetwcUnderLock is that for fgetwc.
+// which is fgetc for a caller that holds the stream's lock. FgetwcUnderLock is that for fgetwc, and
+// FgetwcFirst for the first of several characters, before which a byte-order mark may have to go.
 //
 // Wide characters are read with fgetwc on both targets: how a stream decodes depends on the mode in
 // which the caller opened it, which only the runtime knows. It returns wint_t, whose width does not
@@ -24,6 +25,9 @@ namespace ZTK {
 #if defined(_WIN32)
 // The runtime exports no form of it that leaves the lock out.
 inline std::wint_t FgetwcUnderLock(std::FILE* stream) {
+    return fgetwc(stream);
+}
+inline std::wint_t FgetwcFirst(std::FILE* stream) {
     return fgetwc(stream);
 }
 #endif

@@ -1,4 +1,4 @@
-// A hint for fresh blocks of many megabytes that are about to be filled.
+// Hints about the pages of large blocks on a heap.
 #pragma once
 
 #include <cstddef>
@@ -10,9 +10,11 @@
 namespace ZTK {
 
 #if defined(_WIN32)
-// The system has no such hint for a part of a heap.
+// The system has no such hints for a part of a heap.
 inline void ExpectLargeBlockFilled(void*, std::size_t) noexcept {}
+inline void DropContents(void*, std::size_t) noexcept {}
 #else
+using ZTKPosix::DropContents;
 using ZTKPosix::ExpectLargeBlockFilled;
 #endif
 

@@ -28,9 +28,12 @@ Char* RequestSlot(int count) noexcept {
 // Characters that are converted without being measured first.
 constexpr int kShort = 4160;
 
-// The most elements that one element of the other width becomes in the pages below.
+// What elements of the other width become in the pages below: at most kMostFromOne from one, and at
+// least one from kMostToOne.
 template <class Target>
 constexpr int kMostFromOne = sizeof(Target) == 1 ? 3 : 1;
+template <class Target>
+constexpr int kMostToOne = sizeof(Target) == 1 ? 1 : 3;
 
 // The pages that convert any text, malformed or not, into no more than kMostFromOne elements each.
 // Which page CP_ACP stands for is the platform's affair: all that it can be are such pages.
@@ -38,13 +41,35 @@ bool AlwaysFits(UINT code_page) noexcept {
     return code_page == CP_UTF8 || code_page == CP_ACP;
 }
 
-// Straight into a slot for the longest possible result. REQUIRES: AlwaysFits(code_page).
+// For a result that is longer than the room of the slot. Measured, so that the slot grows no
+// further than it must.
+template <class Target, class Source>
+[[gnu::noinline]] const Target* ConvertAndGrow(const Source* text, int count, UINT code_page,
+                                               const frame::TmpSlot<Target>& slot) noexcept {
+    const int needed = ConvertText(code_page, text, count, nullptr, 0);
+    Target* const grown = frame::GrowTmpSlot(slot, static_cast<std::uint32_t>(needed));
+    (void)ConvertText(code_page, text, count, grown, needed);  // as it was measured
+    return grown;
+}
+
+// Straight into a slot, which mostly has room for the longest possible result or, from its last
+// texts, for this one. REQUIRES: AlwaysFits(code_page), count <= kShort / kMostFromOne<Target>.
 template <class Target, class Source>
 const Target* ConvertInPlace(const Source* text, int count, UINT code_page) noexcept {
-    const int room = count * kMostFromOne<Target>;
-    Target* const slot = RequestSlot<Target>(room);
-    (void)ConvertText(code_page, text, count, slot, room);  // cannot fail: see AlwaysFits
-    return slot;
+    const auto least = static_cast<std::uint32_t>((count - 1) / kMostToOne<Target> + 1);
+    const frame::TmpSlot<Target> slot = frame::RequestTmpSlot<Target>(least);
+    const int most = count * kMostFromOne<Target>;
+    const int room = static_cast<int>(slot.room);
+    if (room >= most) {
+        (void)ConvertText(code_page, text, count, slot.text, most);  // cannot fail: see AlwaysFits
+        return slot.text;
+    }
+    const DWORD last_error = GetLastError();
+    if (ConvertText(code_page, text, count, slot.text, room) != 0) {
+        return slot.text;
+    }
+    SetLastError(last_error);
+    return ConvertAndGrow(text, count, code_page, slot);
 }
 
 // A page that may be unknown is tried with a buffer on the stack first, because a failure must not

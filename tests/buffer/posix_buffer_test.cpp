@@ -46,6 +46,41 @@ TEST(PosixBuffer, ADecodingErrorEndsTheReading) {
     EXPECT_EQ(stream, nullptr);
 }
 
+// The C library aborts the process where it finds nothing behind the mark.
+TEST(PosixBuffer, AByteOrderMarkIsPassedOver) {
+    const struct {
+        const char* mode;
+        std::string bytes;
+        int lines;
+    } cases[] = {{"r,ccs=UNICODE", "\xFF\xFE", 0},
+                 {"r,ccs=UTF-16", "\xFE\xFF", 0},
+                 {"r,ccs=UTF-16LE", "\xFF\xFE", 0},
+                 {"r,ccs=UTF-8", "\xEF\xBB\xBF", 0},
+                 {"r,ccs=UNICODE", {"\xFF\xFE\x61\0\n\0", 6}, 1},
+                 {"r,ccs=UTF-16", {"\xFE\xFF\0a\0\n", 6}, 1},
+                 {"r,ccs=UTF-16LE", {"\xFF\xFE\x61\0\n\0", 6}, 1},
+                 {"r,ccs=UTF-8", "\xEF\xBB\xBF\x61\n", 1},
+                 {"r,ccs=UTF-16LE", {"a\0\n\0\xFF\xFE\n\0", 8}, 2}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
+        TestFile file(c.bytes);
+        for (const int mode : {_IOFBF, _IONBF}) {
+            ZTK::CBuffer<wchar_t> loaded, read;
+            std::FILE*& stream = file.Open(c.mode);
+            ASSERT_EQ(std::setvbuf(stream, nullptr, mode, 4096), 0);
+            const bool skipped = mode == _IONBF && c.bytes[0] == '\xFE';  // without room for it
+            EXPECT_EQ(loaded.Load(stream), skipped ? 0 : c.lines);
+            EXPECT_EQ(Lines(loaded, 1), c.lines == 0 || skipped ? "(none)|" : "a|");
+            read.ReAllocForFile(file.Open(c.mode));
+            for (int line = 0; line < c.lines; ++line) {
+                EXPECT_NE(read.GetNext(stream, 0), nullptr);
+            }
+            EXPECT_EQ(read.GetNext(stream, 0), nullptr);
+            EXPECT_EQ(Lines(read, 1), c.lines == 0 ? "(none)|" : "a|");
+        }
+    }
+}
+
 TEST(PosixBuffer, AStreamOfTheOtherOrientationOrDirectionGivesNothing) {
     TestFile file("a\nb\n");
     ZTK::CBuffer<char> narrow;

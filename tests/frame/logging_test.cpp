@@ -92,7 +92,10 @@ TEST_F(Logging, LoggingFunctionsWriteOnlyWhileSwitchedOn) {
     ZTK::LogTextW(nullptr);
     ZTK::LogTextW(L"on;");
     ZTK::LogTextA("\xC3\xA9");
-    EXPECT_EQ(Closed(), Utf16("trace;on;\xE9"));
+    SetLastError(77);
+    ZTK::LogTextA(std::string(1024, 'a').c_str());
+    EXPECT_EQ(GetLastError(), 77U) << "which is the host's";
+    EXPECT_EQ(Closed(), Utf16("trace;on;\xE9" + std::string(1024, 'a')));
 }
 
 TEST_F(Logging, HexLinesHaveLabelBlankDigitsAndLineFeed) {

@@ -118,7 +118,7 @@ TEST_F(SocketUtil, ClassicTextsConvertBothWays) {
 }
 
 TEST_F(SocketUtil, HostNamesAreToldByOneOddCharacter) {
-    for (const wchar_t* name : {L"192.168.0.1", L"my-host", L" ", L"a_b", L"\u4E2D"}) {
+    for (const wchar_t* name : {L"192.168.0.1", L"my-host", L" ", L"a_b"}) {
         EXPECT_TRUE(CSocketUtil::IsHostName(name)) << Show(name);
     }
     for (const wchar_t* name : {kNull, L"", L"localhost", L"h0st"}) {

@@ -315,7 +315,9 @@ TEST(Files, WhatCannotBeOpenedSaysWhy) {
 
 TEST(Files, AreReadFromFrontToEnd) {
     TestFile file("0123456789");
+    SetLastError(77);
     HANDLE const handle = OpenToRead(file.Name());
+    EXPECT_EQ(GetLastError(), ERROR_SUCCESS);
     DWORD high = 42;
     EXPECT_EQ(GetFileSize(handle, &high), 10U);
     EXPECT_EQ(high, 0U);

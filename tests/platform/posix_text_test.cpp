@@ -2,20 +2,29 @@
 // beyond the trace log's use, and the message box. Some rows are rules that the runtimes on Windows
 // keep differently from version to version.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <fstream>
 #include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
 
 #include "support/guarded_text.h"
 #include "support/text.h"
 #include "ztk/logging.h"
+#include "ztk/memory.h"
 #include "ztk/strings.h"
 
 namespace {
 
 using namespace ZTK;
+using namespace std::string_view_literals;
 
 TEST(PosixFormat, TheEngineKnowsAllModifiers) {
     EXPECT_TEXT("5-67", StrFormat("%zu%td%jd", std::size_t{5}, std::ptrdiff_t{-6}, INTMAX_C(7)));
@@ -30,6 +39,10 @@ TEST(PosixFormat, TheEngineKnowsAllModifiers) {
     EXPECT_TEXT("\xE4\xB8\xAD", StrFormat("%.5ls", L"\x4E2D\x4E2D"));  // none in part
     EXPECT_TEXT(L"\xE4|\xFFFD", StrFormat(L"%hs|%hc", "\xC3\xA4", 0xE4));
     EXPECT_EQ(std::string(400, '0'), StrFormat("%.400f", 0.0) + 2);
+    EXPECT_EQ("5." + std::string(2000, '0') + "e-01", StrFormat("%.2000e", 0.5));
+    EXPECT_EQ("0x1." + std::string(2000, '0') + "p+0 inf",
+              StrFormat("%.2000a %.2000f", 1.0, INFINITY));
+    EXPECT_EQ("0.5" + std::string(1999, '0') + "|1", StrFormat("%#.2000g|%.2000g", 0.5, 1.0));
     EXPECT_GT(StrCompare("\x80", "\x7F", false), 0);
 }
 
@@ -42,6 +55,10 @@ TEST(PosixFormat, ABadFormatGivesNothing) {
     EXPECT_EQ(written, 7);
     EXPECT_EQ(StrFormat("%2147483647d%d", 1, 1), nullptr);  // a length beyond int
     EXPECT_EQ(StrFormat("%*d", INT32_MIN, 1), nullptr);
+    // Far too long for a ring: neither is memory taken for it nor a digit made.
+    EXPECT_EQ(StrFormat("%.2147483600f", 1.5), nullptr);
+    EXPECT_EQ(StrFormat(L"%#.2147483600Lg", 1e4000L), nullptr);
+    ZTKTrace(L"%2147483647d", 1);  // one more than its length is no int
 }
 
 // end is where readable memory ends.
@@ -57,6 +74,14 @@ void ReadAtTheEndOfMemory(char* end) {
         ASSERT_EQ(StrConvert(s, 0) == nullptr, count == 1);
         s[count - 1] = 'a';  // no terminator: the precision alone ends the reading
         ASSERT_EQ(StrLength(StrFormat(kFormat, count, s)), static_cast<unsigned>(count));
+        // Of the other width, and with a character at the end that does not fit.
+        const auto other_width = [s](int most) {
+            return std::is_same_v<Char, char> ? StrLength(StrFormat(L"%.*hs", most, s))
+                                              : StrLength(StrFormat("%.*ls", most, s));
+        };
+        ASSERT_EQ(other_width(count), static_cast<unsigned>(count));
+        s[count - 1] = sizeof(Char) == 1 ? static_cast<Char>(0xF0) : static_cast<Char>(0xD83D);
+        ASSERT_EQ(other_width(count), static_cast<unsigned>(count - 1));
     }
 }
 
@@ -74,6 +99,25 @@ TEST(PosixCodePages, LongTextsAndUnmappableOnesConvert) {
     EXPECT_TEXT(L"a\xFFFDz", StrConvert("a\x81z", 1252));
     EXPECT_TEXT("??z", StrConvert(L"\xD83D\xDE00z", 1252));  // one for each unit
     EXPECT_EQ(StrConvert(L"a", 1200), nullptr);              // UTF-16 is no narrow page
+    EXPECT_TEXT("\xC1\x6F", StrConvert(L"A\x4E2D", 37));
+}
+
+TEST(PosixCodePages, ShiftStatesSwallowNeitherTheTerminatorNorTheSubstitute) {
+    for (const unsigned page : {50220U, 50225U, 65000U, 930U, 935U, 50939U, 1364U, 1399U}) {
+        SCOPED_TRACE(page);
+        const char* const narrow = StrConvert(L"\x4E2D\xD800\x4E2Dz\x4E2D", page);
+        EXPECT_TEXT(L"\x4E2D?\x4E2Dz\x4E2D", StrConvert(narrow, page));
+        for (const char* const hostile : {"\x0E"
+                                          "A",
+                                          "A\x0E", "\x1B$BA", "+A", "\x0E\x41\x42\x43"}) {
+            wchar_t* junk = nullptr;
+            for (int i = 0; i < 256; ++i) {
+                ASSERT_EQ(ZTKGetTmpString(junk, 64), 1U);
+                std::fill_n(junk, 64, L'x');
+            }
+            EXPECT_LE(StrLength(StrConvert(hostile, page)), 4U) << hostile;
+        }
+    }
 }
 
 TEST(PosixTextStream, AFullDiskDoesNotStopTheWriter) {
@@ -83,6 +127,38 @@ TEST(PosixTextStream, AFullDiskDoesNotStopTheWriter) {
     }
     ZTKCloseTraceLog();
     EXPECT_FALSE(ZTKOpenTraceLog(L"/tmp"));
+}
+
+// The limit cuts the file inside the mark and at every byte of the pattern, and no signal tells.
+TEST(PosixTextStream, ADiskThatWasFullLeavesWholeCharacters) {
+    std::vector<wchar_t> text;
+    for (int i = 0; i < 6000; ++i) {
+        text.push_back(L"\n\xD83D\xDE00"[i % 3]);
+    }
+    text.push_back(0);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    for (rlim_t most = 0; most < 12; ++most) {
+        const rlimit full{most, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &full);
+        const bool opened = ZTKOpenTraceLog(L"posix_text_test.log");
+        ZTKWriteTraceLog(text.data());  // more than the buffer: most of it is refused
+        setrlimit(RLIMIT_FSIZE, &before);
+        ZTKWriteTraceLog(L"end");
+        ZTKCloseTraceLog();
+        std::ifstream file("posix_text_test.log", std::ios::binary);
+        std::string bytes{std::istreambuf_iterator<char>(file), {}}, kept;
+        SCOPED_TRACE(most);
+        ASSERT_TRUE(opened && bytes.substr(0, 2) == "\xFF\xFE");
+        for (std::size_t at = 2; at < bytes.size();) {
+            const std::string_view rest = std::string_view(bytes).substr(at, 4);
+            const bool whole = rest == "\r\0\n\0"sv || rest == "\x3D\xD8\0\xDE"sv;
+            kept += whole ? "" : std::string(1, bytes[at]);
+            at += whole ? 4 : 2;
+        }
+        EXPECT_EQ(kept, "end");
+    }
+    std::remove("posix_text_test.log");
 }
 
 int boxes;

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "frame/base/fatal.h"
+#include "platform/large_block.h"
 #include "platform/memory/allocation.h"
 #include "ztk/memory.h"
 
@@ -44,7 +45,11 @@ template <typename Char>
 class TmpRing {
   public:
     // REQUIRES: 1 <= count <= kMaxRingText.
-    Char* Request(std::uint32_t count) noexcept;
+    TmpSlot<Char> Request(std::uint32_t count) noexcept;
+    // REQUIRES: as above; index is one that Request gave.
+    Char* Grow(std::int32_t index, std::uint32_t count) noexcept {
+        return EnsureTmpSlot(slots_[index], count)->Text();
+    }
 
     void Clear() noexcept;
     void Free() noexcept;
@@ -60,8 +65,9 @@ class TmpRing {
 
 // The text lies directly behind the capacity. Blocks that a slot has outgrown stay allocated until
 // the library is unloaded, linked through `older`: a thread that was held up between its request
-// and its last write then still writes into memory. Capacities double, so all outgrown blocks of a
-// slot together are no larger than its current one.
+// and its last write then still writes into memory. Only their pages are given back, where the
+// system can do that: capacities double, so all outgrown blocks of a slot together are as large as
+// its current one, and the rings would hold twice what their texts need.
 template <typename Char>
 struct TmpRing<Char>::Block {
     Block* older;
@@ -93,6 +99,9 @@ auto TmpRing<Char>::EnsureTmpSlot(std::atomic<Block*>& slot, std::uint32_t count
     while (block == nullptr || block->capacity < count) {
         Block* larger = Block::Create(count, block);
         if (slot.compare_exchange_strong(block, larger, std::memory_order_acq_rel)) {
+            if (block != nullptr) {
+                DropContents(block->Text(), block->capacity * sizeof(Char));
+            }
             return larger;
         }
         allocation::ProcessFree(larger);  // another thread grew the slot first; look at its block
@@ -101,13 +110,14 @@ auto TmpRing<Char>::EnsureTmpSlot(std::atomic<Block*>& slot, std::uint32_t count
 }
 
 template <typename Char>
-Char* TmpRing<Char>::Request(std::uint32_t count) noexcept {
+TmpSlot<Char> TmpRing<Char>::Request(std::uint32_t count) noexcept {
     const std::int32_t index = NextTmpIndex(next_, kRingSlots);
-    Char* text = EnsureTmpSlot(slots_[index], count)->Text();
+    Block* const block = EnsureTmpSlot(slots_[index], count);
+    Char* const text = block->Text();
     // Atomic: a thread that was held up before this line may run into the request that gets the
     // same slot 256 requests later.
     std::atomic_ref<Char>(*text).store(0, std::memory_order_relaxed);
-    return text;
+    return {text, block->capacity, index};
 }
 
 template <typename Char>
@@ -136,11 +146,25 @@ constinit TmpRing<Char> ring;
 
 template <typename Char>
 Char* RequestTmpString(std::uint32_t count) noexcept {
-    return count == 0 || count > kMaxRingText ? nullptr : ring<Char>.Request(count);
+    return count == 0 || count > kMaxRingText ? nullptr : ring<Char>.Request(count).text;
+}
+
+template <typename Char>
+TmpSlot<Char> RequestTmpSlot(std::uint32_t count) noexcept {
+    return ring<Char>.Request(count);
+}
+
+template <typename Char>
+Char* GrowTmpSlot(const TmpSlot<Char>& slot, std::uint32_t count) noexcept {
+    return ring<Char>.Grow(slot.index, count);
 }
 
 template char* RequestTmpString(std::uint32_t) noexcept;
 template wchar_t* RequestTmpString(std::uint32_t) noexcept;
+template TmpSlot<char> RequestTmpSlot(std::uint32_t) noexcept;
+template TmpSlot<wchar_t> RequestTmpSlot(std::uint32_t) noexcept;
+template char* GrowTmpSlot(const TmpSlot<char>&, std::uint32_t) noexcept;
+template wchar_t* GrowTmpSlot(const TmpSlot<wchar_t>&, std::uint32_t) noexcept;
 
 void ClearRings() noexcept {
     ring<char>.Clear();

@@ -14,6 +14,23 @@ inline constexpr std::uint32_t kMaxRingText = 512000;  // characters, terminator
 template <typename Char>
 [[nodiscard]] Char* RequestTmpString(std::uint32_t count) noexcept;
 
+// A slot whose requester learns only while it writes how much room it needs.
+template <typename Char>
+struct TmpSlot {
+    Char* text;
+    std::uint32_t room;  // characters that it holds now, at least as many as were asked for
+    std::int32_t index;
+};
+
+// As RequestTmpString does. REQUIRES: 1 <= count <= kMaxRingText.
+template <typename Char>
+[[nodiscard]] TmpSlot<Char> RequestTmpSlot(std::uint32_t count) noexcept;
+
+// The text of a slot that was just requested, with room for count characters; what it held is
+// there, too. REQUIRES: as above.
+template <typename Char>
+[[nodiscard]] Char* GrowTmpSlot(const TmpSlot<Char>& slot, std::uint32_t count) noexcept;
+
 // Attach and detach work; no other thread uses the rings then. FreeRings leaves the slots dangling:
 // nothing may be requested afterwards.
 void ClearRings() noexcept;

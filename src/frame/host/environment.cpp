@@ -19,7 +19,7 @@ bool GetEnvironmentVar(const wchar_t* name, String& value) noexcept {
     if (const DWORD needed = Lookup(name, text, frame::ScratchText::kShort);
         needed > frame::ScratchText::kShort) {
         // More than needed if another thread has changed the variable meanwhile.
-        if (!text.Reserve(static_cast<int>(needed) + 1) || Lookup(name, text, needed) > needed) {
+        if (!text.Reserve(std::size_t{needed}) || Lookup(name, text, needed) > needed) {
             return false;
         }
     }

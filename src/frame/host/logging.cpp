@@ -5,6 +5,7 @@
 #include "frame/base/static_object.h"
 #include "frame/base/tmp_ring.h"
 #include "frame/host/hex_line.h"
+#include "frame/host/last_error_keeper.h"
 #include "frame/host/logging_switches.h"
 #include "frame/host/scratch_text.h"
 #include "frame/host/trace_log.h"
@@ -29,11 +30,13 @@ constinit StaticObject<LogState> log_state;
 
 // Takes a ring slot as every conversion does; a text too long for one is not written.
 void WriteUtf8(const char* text) noexcept {
+    const LastErrorKeeper keeper;  // a text that is measured first fails before it converts
     ScratchText wide;
     int count = MultiByteToWideChar(CP_UTF8, 0, text, -1, wide.get(), ScratchText::kShort);
     if (count == 0) {
         count = MultiByteToWideChar(CP_UTF8, 0, text, -1, nullptr, 0);
-        if (!wide.Reserve(count)) {
+        const auto room = static_cast<std::uint32_t>(count);
+        if (room == 0 || room > kMaxRingText || !wide.Reserve(room)) {
             return;
         }
         count = MultiByteToWideChar(CP_UTF8, 0, text, -1, wide.get(), count);

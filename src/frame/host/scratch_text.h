@@ -1,6 +1,8 @@
 // A wide text of the calling function's own, on the stack unless it is long.
 #pragma once
 
+#include <cstddef>
+
 #include "platform/memory/allocation.h"
 
 namespace ZTK::frame {
@@ -9,7 +11,7 @@ namespace ZTK::frame {
 // thread may get the slot again while the text is still on its way to the file.
 class ScratchText {
   public:
-    static constexpr int kShort = 1024;  // characters that need no allocation
+    static constexpr std::size_t kShort = 1024;  // characters that need no allocation
 
     ScratchText() = default;
     ScratchText(const ScratchText&) = delete;
@@ -20,10 +22,10 @@ class ScratchText {
     wchar_t* get() noexcept { return long_ != nullptr ? long_ : short_; }
 
     // Makes room for characters, dropping the text. False when memory is short. Called once.
-    bool Reserve(int characters) noexcept {
+    // REQUIRES: the caller has bounded the number, so that its bytes can be counted.
+    bool Reserve(std::size_t characters) noexcept {
         if (characters > kShort) {
-            long_ = static_cast<wchar_t*>(
-                allocation::RuntimeAlloc(static_cast<std::size_t>(characters) * sizeof(wchar_t)));
+            long_ = static_cast<wchar_t*>(allocation::RuntimeAlloc(characters * sizeof(wchar_t)));
         }
         return characters <= kShort || long_ != nullptr;
     }

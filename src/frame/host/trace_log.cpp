@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "frame/base/tmp_ring.h"
+#include "frame/host/last_error_keeper.h"
 #include "frame/host/scratch_text.h"
 #include "platform/formatting.h"
 #include "platform/text_stream.h"
@@ -30,7 +31,8 @@ void WriteTraceLog(const wchar_t* text) noexcept {
     if (stream == nullptr) {
         return;
     }
-    // A full disk must not disturb the agent: write errors are ignored.
+    // A full disk must not disturb the agent: write errors are ignored, and their codes stay here.
+    const LastErrorKeeper keeper;
     (void)fputws(text, stream);
     if ((writes_since_flush.fetch_add(1, std::memory_order_relaxed) + 1) % kWritesPerFlush == 0) {
         (void)fflush(stream);  // as above
@@ -56,32 +58,38 @@ bool OpenTraceLog(const wchar_t* path) noexcept {
     return stream != nullptr;
 }
 
-// Formats into text; the length without terminator, or -1 when the format fails or memory is short.
+constexpr int kNone = -1;
+
+// Formats into text; the length without terminator, or kNone when the format fails, memory is short
+// or the text is too long for a ring slot. No memory is asked for then.
 int FormatInto(ScratchText& text, const wchar_t* format, std::va_list arguments) noexcept {
     std::va_list again;
     va_copy(again, arguments);
     int length = _vsnwprintf(text.get(), ScratchText::kShort, format, again);
     va_end(again);
-    if (length >= 0 && length < ScratchText::kShort) {
+    if (length >= 0 && static_cast<std::size_t>(length) < ScratchText::kShort) {
         return length;
     }
     va_copy(again, arguments);
     length = _vscwprintf(format, again);
     va_end(again);
-    if (length < 0 || !text.Reserve(length + 1)) {
-        return -1;
+    if (length < 0 || static_cast<std::uint32_t>(length) >= kMaxRingText) {
+        return kNone;
     }
-    // As long as it was counted.
-    (void)_vsnwprintf(text.get(), static_cast<std::size_t>(length) + 1, format, arguments);
+    const std::size_t room = static_cast<std::size_t>(length) + 1;
+    if (!text.Reserve(room)) {
+        return kNone;
+    }
+    (void)_vsnwprintf(text.get(), room, format, arguments);  // as long as it was counted
     return length;
 }
 
 void Trace(const wchar_t* format, std::va_list arguments) noexcept {
     ScratchText text;
     const int length = FormatInto(text, format, arguments);
-    // A slot is taken whether or not a trace log is open. A failed format asks for 0 characters,
-    // which the ring refuses, as it does a text that is too long.
-    if (RequestTmpString<wchar_t>(static_cast<std::uint32_t>(length) + 1) != nullptr) {
+    // A slot is taken whether or not a trace log is open, but none for a text that there is not.
+    if (length != kNone &&
+        RequestTmpString<wchar_t>(static_cast<std::uint32_t>(length) + 1) != nullptr) {
         text.get()[length] = L'\0';
         WriteTraceLog(text.get());
     }

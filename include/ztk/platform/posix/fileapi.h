@@ -33,8 +33,8 @@ inline constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;  // what GetFileSize retu
 // Opens a regular file for reading. path is a path of this system, with slashes, in UTF-16; it is
 // converted to UTF-8. access must be GENERIC_READ alone and disposition OPEN_EXISTING; share,
 // security, attributes and template_file have no effect: other programs may do with the file what
-// they like, and child processes do not inherit it. Returns a handle at the start of the file, or
-// INVALID_HANDLE_VALUE with last error
+// they like, and child processes do not inherit it. Returns a handle at the start of the file, with
+// last error ERROR_SUCCESS, or INVALID_HANDLE_VALUE with last error
 //   ERROR_FILE_NOT_FOUND       no such file in an existing directory
 //   ERROR_PATH_NOT_FOUND       no such directory; a null or empty path
 //   ERROR_ACCESS_DENIED        no permission; a directory

@@ -2,10 +2,71 @@
 #include "platform/posix/files/file_stream.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
+#include <string_view>
 
 namespace ZTKPosix {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::wint_t kByteOrderMark = 0xFEFF;
+
+constexpr std::string_view kLittle = "\xFF\xFE"sv;
+constexpr std::string_view kBig = "\xFE\xFF"sv;
+constexpr std::string_view kMarks[] = {"\xFF\xFE\0\0"sv, "\0\0\xFE\xFF"sv, "\xEF\xBB\xBF"sv,
+                                       kLittle, kBig};
+
+// The first bytes of a file, one more than a mark can have.
+class FileStart {
+  public:
+    explicit FileStart(int file) noexcept {
+        const ssize_t got = ::pread(file, bytes_, sizeof bytes_, 0);
+        size_ = got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
+
+    bool BeginsWith(std::string_view mark) const noexcept { return Text().starts_with(mark); }
+    bool IsOnlyAMark() const noexcept {
+        return std::find(std::begin(kMarks), std::end(kMarks), Text()) != std::end(kMarks);
+    }
+    bool HasAMark() const noexcept {
+        return std::any_of(std::begin(kMarks), std::end(kMarks),
+                           [this](std::string_view mark) { return BeginsWith(mark); });
+    }
+    long Size() const noexcept { return static_cast<long>(size_); }
+
+  private:
+    std::string_view Text() const noexcept { return {bytes_, size_}; }
+
+    char bytes_[5];
+    std::size_t size_;
+};
+
+// Whether the stream's buffer, which setvbuf can make that small, would hold a mark and no more.
+bool CutsAMark(const std::FILE* stream) noexcept {
+    const auto room = stream->_IO_buf_end - stream->_IO_buf_base;
+    return room > 0 && static_cast<std::size_t>(room) <= kLittle.size();
+}
+
+// Takes the stream to where its decoder meets no mark on its own, if it is at such a place now.
+void AvoidLoneMark(std::FILE* stream, const FileStart& start) noexcept {
+    if (start.IsOnlyAMark()) {
+        // Not to its end: more may have been written to the file meanwhile.
+        (void)std::fseek(stream, start.Size(), SEEK_SET);  // a regular file can be sought in
+    } else if (CutsAMark(stream) && start.BeginsWith(kLittle)) {
+        (void)std::fseek(stream, static_cast<long>(kLittle.size()), SEEK_SET);  // as above
+    } else if (CutsAMark(stream) && start.BeginsWith(kBig)) {
+        // Without its mark the text would be taken for one of the other byte order.
+        (void)std::fseek(stream, 0, SEEK_END);  // as above
+    }
+}
+
+}  // namespace
 
 int _fileno(std::FILE* stream) noexcept {
     return ::fileno(stream);
@@ -27,6 +88,17 @@ void _lock_file(std::FILE* stream) noexcept {
 
 void _unlock_file(std::FILE* stream) noexcept {
     ::funlockfile(stream);
+}
+
+std::wint_t FgetwcPastMark(std::FILE* stream) {
+    const int file = ::fileno(stream);
+    if (::lseek(file, 0, SEEK_CUR) != 0) {
+        return FgetwcUnderLock(stream);
+    }
+    const FileStart start(file);
+    AvoidLoneMark(stream, start);
+    const std::wint_t first = FgetwcUnderLock(stream);
+    return first == kByteOrderMark && start.HasAMark() ? FgetwcUnderLock(stream) : first;
 }
 
 }  // namespace ZTKPosix

@@ -33,6 +33,30 @@ inline std::wint_t FgetwcUnderLock(std::FILE* stream) {
     return ::fgetwc_unlocked(stream);
 }
 
+// The same for the first of several characters: what FgetwcUnderLock would return, but a byte-order
+// mark at the start of the file is passed over, as the platform's runtime does when it opens one.
+//
+// That concerns streams that were opened with "ccs=", and regular files. In all of those modes a
+// file that holds nothing but a mark of UTF-8, UTF-16 or UTF-32 is empty; the C library would abort
+// the process over it where its decoder takes the mark and finds no character behind it. Any other
+// mark is one if the stream decodes it to U+FEFF. Where setvbuf has left a stream no room for more
+// than a mark, a file in big-endian UTF-16 is empty, too.
+//
+// The C library still aborts where a read gives it bytes of which its decoder makes nothing: a mark
+// that comes alone through a pipe, escape sequences that fill a buffer. Modes with a state of their
+// own, all but UTF-8 and UTF-16LE, are for regular files and for text that can be trusted.
+std::wint_t FgetwcPastMark(std::FILE* stream);
+
+// REQUIRES: as above.
+inline std::wint_t FgetwcFirst(std::FILE* stream) {
+    // Streams of a ccs mode are wide from the start. One that has filled its buffer is past its
+    // own, which costs no system call to find out. The C library has no calls that tell either.
+    const bool nothing_read =
+        stream->_IO_read_end == nullptr || stream->_IO_read_end == stream->_IO_buf_base;
+    const bool may_start = stream->_mode > 0 && nothing_read;
+    return may_start ? FgetwcPastMark(stream) : FgetwcUnderLock(stream);
+}
+
 }  // namespace ZTKPosix
 
 namespace ZTK {
@@ -41,5 +65,6 @@ using ZTKPosix::_filelength;
 using ZTKPosix::_fileno;
 using ZTKPosix::_lock_file;
 using ZTKPosix::_unlock_file;
+using ZTKPosix::FgetwcFirst;
 using ZTKPosix::FgetwcUnderLock;
 }  // namespace ZTK

@@ -154,6 +154,7 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD /*share*/, LPSECURITY_ATTRI
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return INVALID_HANDLE_VALUE;
     }
+    SetLastError(ERROR_SUCCESS);  // as on the platform: the file was not made or emptied here
     return handle;
 }
 

@@ -35,11 +35,12 @@ const char* FindValue(const wchar_t* name) noexcept {
 
 DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD room) noexcept {
     const char* const value = FindValue(name);
-    if (value == nullptr) {
+    const int needed =
+        value == nullptr ? 0 : MultiByteToWideChar(CP_UTF8, 0, value, -1, nullptr, 0);
+    if (needed == 0) {  // also a value of more than INT_MAX characters, which no caller can take
         SetLastError(ERROR_ENVVAR_NOT_FOUND);
         return 0;
     }
-    const int needed = MultiByteToWideChar(CP_UTF8, 0, value, -1, nullptr, 0);
     if (buffer == nullptr || static_cast<DWORD>(needed) > room) {
         return static_cast<DWORD>(needed);
     }

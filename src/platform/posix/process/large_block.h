@@ -1,4 +1,4 @@
-// A hint for fresh blocks of many megabytes that are about to be filled.
+// Hints about the pages of large blocks on a heap. Nothing happens where the system refuses them.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,11 @@ namespace ZTKPosix {
 
 // Asks the system to back the block by huge pages, where it is a large one. Filling it then costs
 // one page fault for two megabytes instead of one for every four kilobytes, which is most of what
-// filling a fresh block costs. Only a hint: nothing happens where the system does not offer it.
+// filling a fresh block costs.
 void ExpectLargeBlockFilled(void* block, std::size_t bytes) noexcept;
+
+// Gives the memory of the whole pages inside the block back to the system. The block stays
+// allocated and may be read and written at any time; those pages read as zeros until they are.
+void DropContents(void* block, std::size_t bytes) noexcept;
 
 }  // namespace ZTKPosix

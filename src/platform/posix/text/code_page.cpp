@@ -51,6 +51,9 @@ Outcome ConvertUnicode(const Source* text, std::size_t count, Sink& sink) noexce
     }
 }
 
+// A terminator at the end does not go through iconv: in a text that ends inside a shift sequence it
+// would be taken for a part of a character, and in any such page the way back to the initial state
+// belongs in front of it.
 template <class Target, class Source, class Sink>
 Outcome ConvertByIconv(UINT code_page, const Source* text, std::size_t count, Sink& sink) noexcept {
     using Direction = IconvConversion::Direction;
@@ -59,7 +62,8 @@ Outcome ConvertByIconv(UINT code_page, const Source* text, std::size_t count, Si
     if (!conversion.IsOpen()) {
         return Outcome::kUnknownPage;
     }
-    conversion.SetSource(text, count * sizeof(Source));
+    const bool terminated = text[count - 1] == 0;
+    conversion.SetSource(text, (terminated ? count - 1 : count) * sizeof(Source));
     char bytes[512];
     Target piece[sizeof bytes / sizeof(Target)];
     while (const std::size_t size = conversion.Next(bytes, sizeof bytes)) {
@@ -68,7 +72,8 @@ Outcome ConvertByIconv(UINT code_page, const Source* text, std::size_t count, Si
             return Outcome::kNoRoom;
         }
     }
-    return Outcome::kDone;
+    constexpr Target kTerminator = 0;
+    return !terminated || sink.Append(&kTerminator, 1) ? Outcome::kDone : Outcome::kNoRoom;
 }
 
 int Fail(DWORD code) noexcept {

@@ -10,11 +10,12 @@ inline constexpr UINT CP_UTF8 = 65001;
 
 // Converts source_length characters of source (-1: up to and with the terminator, which is then
 // converted, too). With destination_length 0 only measures. Malformed input and lone surrogates
-// become U+FFFD, in a page without it '?'.
+// become U+FFFD, in a page without it '?'. In a page with shift states the result begins and ends
+// in the initial one, and a terminator at the end of the source is one at the end of the result.
 //
 // Pages: CP_ACP, CP_UTF8 and by their platform number those that the system's iconv has, such as
-// 1252, 932, 28591 (ISO 8859-1) or 54936. The pages of UTF-16 and UTF-32 (1200, 1201, 12000, 12001)
-// do not convert here.
+// 37 (EBCDIC), 1252, 932, 28591 (ISO 8859-1) or 54936. The pages of UTF-16 and UTF-32 (1200, 1201,
+// 12000, 12001) do not convert here.
 //
 // Returns the characters written or needed and leaves the last error as it was; or 0 with last
 // error

@@ -24,26 +24,41 @@ struct PageName {
     const char* name;
 };
 constexpr PageName kPageNames[] = {
+    {37, "IBM037"},
+    {708, "ASMO-708"},
     {1200, ""},
     {1201, ""},
     {12000, ""},
     {12001, ""},
     {10000, "MACINTOSH"},
+    {10017, "MAC-UK"},
+    {10029, "MAC-CENTRALEUROPE"},
+    {10079, "MAC-IS"},
+    {20106, "DIN_66003"},
+    {20107, "SEN_850200_B"},
+    {20108, "NS_4551-1"},
     {20127, "US-ASCII"},
+    {20261, "T.61-8BIT"},
+    {20269, "ISO_6937"},
     {20866, "KOI8-R"},
     {20932, "EUC-JP"},
     {20936, "GB2312"},
+    {20949, "EUC-KR"},
+    {21025, "IBM1025"},
     {21866, "KOI8-U"},
+    {38598, "ISO-8859-8"},
     {50220, "ISO-2022-JP"},
     {50225, "ISO-2022-KR"},
     {51932, "EUC-JP"},
     {51936, "EUC-CN"},
     {51949, "EUC-KR"},
+    {51950, "EUC-TW"},
     {54936, "GB18030"},
     {65000, "UTF-7"},
 };
 
-// The name that iconv knows the page by. Numbers 28591 and up are the parts of ISO 8859.
+// The name that iconv knows the page by. Numbers 28591 and up are the parts of ISO 8859, those from
+// 20273 to 20924 and from 50930 to 50939 the pages of IBM of the same last digits.
 bool NameOfPage(UINT page, char (&name)[kNameRoom]) noexcept {
     const auto* known = std::find_if(std::begin(kPageNames), std::end(kPageNames),
                                      [page](const PageName& entry) { return entry.page == page; });
@@ -51,6 +66,10 @@ bool NameOfPage(UINT page, char (&name)[kNameRoom]) noexcept {
         std::snprintf(name, kNameRoom, "%s", known->name);
     } else if (page > 28590 && page < 28607) {
         std::snprintf(name, kNameRoom, "ISO-8859-%u", page - 28590);
+    } else if (page >= 20273 && page <= 20924) {
+        std::snprintf(name, kNameRoom, "IBM%u", page - 20000);
+    } else if (page >= 50930 && page <= 50939) {
+        std::snprintf(name, kNameRoom, "IBM%u", page - 50000);
     } else {
         std::snprintf(name, kNameRoom, "CP%u", page);
     }
@@ -95,12 +114,10 @@ std::size_t IconvConversion::Next(char* buffer, std::size_t room) noexcept {
         if (iconv(conversion_, &source_, &left_, &out, &out_left) != static_cast<std::size_t>(-1)) {
             break;
         }
-        if (errno == E2BIG || out_left < 2) {
+        if (errno == E2BIG || out_left < kLeastRoom) {
             return static_cast<std::size_t>(out - buffer);
         }
-        const std::size_t added = AppendSubstitute(out);
-        out += added;
-        out_left -= added;
+        PutSubstitute(out, out_left);
     }
     if (!flushed_) {
         // Pages with shift states return to the initial one.
@@ -111,19 +128,23 @@ std::size_t IconvConversion::Next(char* buffer, std::size_t room) noexcept {
 }
 
 // Passes over the element that could not be converted.
-std::size_t IconvConversion::AppendSubstitute(char* buffer) noexcept {
-    if (direction_ == Direction::kToNarrow) {
-        const std::size_t skipped = std::min(left_, sizeof(wchar_t));
-        source_ += skipped;
-        left_ -= skipped;
-        buffer[0] = '?';
-        return 1;
+void IconvConversion::PutSubstitute(char*& out, std::size_t& out_left) noexcept {
+    const bool to_narrow = direction_ == Direction::kToNarrow;
+    const std::size_t skipped = to_narrow ? std::min(left_, sizeof(wchar_t)) : 1;
+    source_ += skipped;
+    left_ -= skipped;
+    wchar_t substitute = to_narrow ? L'?' : wchar_t{0xFFFD};
+    char* text = reinterpret_cast<char*>(&substitute);
+    std::size_t text_left = sizeof substitute;
+    if (to_narrow) {
+        // By iconv, too: only it knows the shift state, and which byte the page has for this. All
+        // pages have one.
+        (void)iconv(conversion_, &text, &text_left, &out, &out_left);
+        return;
     }
-    ++source_;
-    --left_;
-    constexpr wchar_t kSubstitute = 0xFFFD;
-    std::memcpy(buffer, &kSubstitute, sizeof kSubstitute);
-    return sizeof kSubstitute;
+    std::memcpy(out, text, text_left);
+    out += text_left;
+    out_left -= text_left;
 }
 
 }  // namespace ZTKPosix

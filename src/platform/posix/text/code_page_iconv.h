@@ -24,12 +24,14 @@ class IconvConversion {
     void SetSource(const void* source, std::size_t bytes) noexcept;
 
     // Converts the next piece of the source into buffer and returns its bytes; 0 at the end. What
-    // has no counterpart becomes U+FFFD in wide and '?' in narrow text, one for each byte or unit.
-    // REQUIRES: room for at least 16 bytes.
+    // has no counterpart becomes U+FFFD in wide text and the page's question mark in narrow, one
+    // for each byte or unit. The last piece returns to the page's initial shift state. REQUIRES:
+    // room for at least kLeastRoom bytes.
+    static constexpr std::size_t kLeastRoom = 64;
     std::size_t Next(char* buffer, std::size_t room) noexcept;
 
   private:
-    std::size_t AppendSubstitute(char* buffer) noexcept;
+    void PutSubstitute(char*& out, std::size_t& out_left) noexcept;
 
     void* conversion_;
     Direction direction_;

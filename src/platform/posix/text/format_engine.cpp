@@ -211,7 +211,8 @@ class Run {
 
     void WriteNumber(const Spec& spec, const NumberParts& number) noexcept {
         const std::uint64_t padding =
-            Padding(spec, number.prefix_size + number.zeros + number.digits_size);
+            Padding(spec, number.prefix_size + number.zeros + number.digits_size +
+                              number.trailing_zeros + number.exponent_size);
         const bool zero_padded = spec.zero && !spec.left && number.may_pad_with_zeros;
         if (!spec.left && !zero_padded) {
             sink_.Fill(' ', padding);
@@ -219,6 +220,8 @@ class Run {
         sink_.AppendAscii(number.prefix, number.prefix_size);
         sink_.Fill('0', number.zeros + (zero_padded ? padding : 0));
         sink_.AppendAscii(number.digits, number.digits_size);
+        sink_.Fill('0', number.trailing_zeros);
+        sink_.AppendAscii(number.exponent, number.exponent_size);
         if (spec.left) {
             sink_.Fill(' ', padding);
         }
@@ -282,12 +285,22 @@ class Run {
         }
     }
 
+    // Whether the first unit alone tells that its character does not fit into room units. Then
+    // nothing behind it is read: the text may end there.
+    static bool IsTooLong(char lead, std::uint64_t room) noexcept {
+        const auto byte = static_cast<unsigned char>(lead);
+        return byte >= 0xF0 && byte <= 0xF4 && room < 2;
+    }
+    static bool IsTooLong(wchar_t unit, std::uint64_t room) noexcept {
+        return (IsHighSurrogate(unit) || IsLowSurrogate(unit)) && room < 3;
+    }
+
     // Calls put with each character of text in the units of the output, up to the first that would
     // exceed limit units. Returns the units that put was given.
     template <class Source, class Put>
     static std::uint64_t Transcode(const Source* text, std::uint64_t limit, Put put) noexcept {
         std::uint64_t size = 0;
-        while (size < limit && *text != 0) {
+        while (size < limit && *text != 0 && !IsTooLong(*text, limit - size)) {
             const EncodedCharacter<Char> encoded(TakeCharacter(text, nullptr));
             if (encoded.size > limit - size) {
                 break;

@@ -1,8 +1,10 @@
 // The digits of numbers for the format engine.
 #include "platform/posix/text/format_number.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 #include "platform/memory/allocation.h"
 #include "text/ascii.h"
@@ -88,17 +90,25 @@ IntegerText::IntegerText(const Spec& spec, std::uint64_t magnitude, bool negativ
     parts_.may_pad_with_zeros = spec.precision == Spec::kNone;
 }
 
-// The C library does the conversion itself; width and padding are left to the engine.
+// The digits behind the point of the smallest value above 0, which has the most of all: each bit
+// there takes one. No value has as many significant digits, nor digits before the point.
+template <class Value>
+constexpr int kMostDigits =
+    std::numeric_limits<Value>::digits - std::numeric_limits<Value>::min_exponent;
+
+// The C library does the conversion itself; width and padding are left to the engine, and so are
+// the zeros behind the last digit: a precision may ask for more of them than there is memory for.
 template <class Value>
 void FloatText::Write(const Spec& spec, const char* modifier, Value value) noexcept {
     char format[16];
     std::snprintf(format, sizeof format, "%%%s%s%s%s%s%c", spec.plus ? "+" : "",
                   spec.space ? " " : "", spec.alternate ? "#" : "",
                   spec.precision == Spec::kNone ? "" : ".*", modifier, spec.conversion);
+    const int precision = std::min(spec.precision, kMostDigits<Value>);
     const auto print = [&](char* buffer, std::size_t room) {
         return spec.precision == Spec::kNone
                    ? std::snprintf(buffer, room, format, value)
-                   : std::snprintf(buffer, room, format, spec.precision, value);
+                   : std::snprintf(buffer, room, format, precision, value);
     };
     const int size = print(local_, sizeof local_);
     if (size < 0) {
@@ -113,6 +123,7 @@ void FloatText::Write(const Spec& spec, const char* modifier, Value value) noexc
     }
     good_ = true;
     Split(static_cast<std::size_t>(size));
+    AppendZeros(spec, static_cast<std::size_t>(spec.precision - precision));
 }
 
 template void FloatText::Write(const Spec&, const char*, double) noexcept;
@@ -144,6 +155,24 @@ void FloatText::Split(std::size_t size) noexcept {
     parts_.digits = buffer_ + prefix;
     parts_.digits_size = kept - prefix;
     parts_.may_pad_with_zeros = is_number;
+}
+
+void FloatText::AppendZeros(const Spec& spec, std::size_t count) noexcept {
+    const char letter = static_cast<char>(spec.conversion | 0x20);
+    const bool drops_zeros = letter == 'g' && !spec.alternate;
+    if (count == 0 || drops_zeros || !parts_.may_pad_with_zeros) {
+        return;
+    }
+    const char* const end = parts_.digits + parts_.digits_size;
+    const char mark = letter == 'a' ? 'p' : 'e';
+    const char* const exponent =
+        letter == 'f'
+            ? end
+            : std::find_if(parts_.digits, end, [mark](char c) { return (c | 0x20) == mark; });
+    parts_.trailing_zeros = count;
+    parts_.exponent = exponent;
+    parts_.exponent_size = static_cast<std::size_t>(end - exponent);
+    parts_.digits_size -= parts_.exponent_size;
 }
 
 FloatText::~FloatText() {

@@ -8,13 +8,17 @@
 
 namespace ZTKPosix::format {
 
-// A number in its parts: prefix (sign, 0x), zeros that the precision asks for, digits.
+// A number in its parts, in the order of the text: prefix (sign, 0x), zeros that the precision asks
+// for, digits, zeros behind the last digit that a value can have, exponent.
 struct NumberParts {
     const char* prefix = "";
     std::size_t prefix_size = 0;
     std::size_t zeros = 0;
     const char* digits = "";
     std::size_t digits_size = 0;
+    std::size_t trailing_zeros = 0;
+    const char* exponent = "";
+    std::size_t exponent_size = 0;
     bool may_pad_with_zeros = false;
 };
 
@@ -48,6 +52,7 @@ class FloatText {
     template <class Value>
     void Write(const Spec& spec, const char* modifier, Value value) noexcept;
     void Split(std::size_t size) noexcept;
+    void AppendZeros(const Spec& spec, std::size_t count) noexcept;
 
     char local_[128];
     char* buffer_ = local_;

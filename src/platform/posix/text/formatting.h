@@ -20,13 +20,17 @@
 //
 // Text of the other width is converted between UTF-8 and UTF-16; what is malformed, half a
 // character given to c included, becomes U+FFFD. A null text prints "(null)". The precision of a
-// text counts characters of the output: a text of the output's own width need not be terminated
-// behind them; of another, characters that do not fit whole are left out. Numbers are written as in
-// the "C" locale.
+// text counts characters of the output, and nothing is read behind those that it lets through: a
+// text need not be terminated there. Of the other width, characters that do not fit whole are left
+// out; a character of several bytes is read whole, so such a text can take more bytes than the
+// precision says. Numbers are written as in the "C" locale.
 //
 // A bad format, for which all four return -1: a null one, another letter or size, %n, a format that
 // ends inside a conversion, a width or precision above INT_MAX. They return -1 as well for a text
 // of more than INT_MAX characters, and where memory is too short for a floating-point number.
+//
+// Neither a width nor a precision takes memory, or time beyond that of filling the buffer: counting
+// a text of 2147483647 characters costs what counting a short one does.
 #pragma once
 
 #include <cstdarg>

@@ -2,22 +2,44 @@
 #include "platform/posix/text/text_stream.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
+#include <cstring>
 #include <new>
 
 #include "platform/memory/allocation.h"
 #include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/text/code_page.h"
 #include "platform/posix/text/runtime_text.h"
+#include "platform/posix/text/unicode.h"
 
 namespace ZTKPosix {
 
 namespace {
 
 constinit Lock pool_lock;  // guards the list of all streams
+
+// The bytes, at most count, that the process may still write to file. A write behind the limit on
+// the size of files would be answered by a signal, which ends a host that does not expect it.
+std::size_t WithinFileLimit(int file, std::size_t count) noexcept {
+    struct rlimit limit {};
+    if (::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {
+        return count;
+    }
+    const off_t position = ::lseek(file, 0, SEEK_CUR);
+    if (position < 0) {
+        return count;  // a pipe: the limit is none for it
+    }
+    const auto used = static_cast<std::uint64_t>(position);
+    return used >= limit.rlim_cur
+               ? 0
+               : static_cast<std::size_t>(std::min<std::uint64_t>(count, limit.rlim_cur - used));
+}
 
 }  // namespace
 
@@ -36,7 +58,8 @@ class TextStream {
         file_ = file;
         used_ = 0;
         Put(0xFEFF);
-        (void)Flush();  // a disk that is full shows in the writes that follow
+        owed_ = used_;
+        (void)Flush();  // on a full disk the mark waits for the first text that gets through
         return true;
     }
 
@@ -47,13 +70,16 @@ class TextStream {
         }
         bool good = true;
         for (; *text != 0; ++text) {
-            if (kRoom - used_ < kMostPerUnit) {
+            if (kRoom - used_ < kMostPerCharacter) {
                 good = Flush() && good;
             }
             if (*text == L'\n') {
                 Put(L'\r');
             }
             Put(*text);
+            if (IsPair(*text, text[1])) {
+                Put(*++text);
+            }
         }
         return good ? 0 : -1;
     }
@@ -80,37 +106,72 @@ class TextStream {
   private:
     static constexpr int kClosed = -1;
     static constexpr std::size_t kRoom = 8192;
-    static constexpr std::size_t kMostPerUnit = 4;  // a line feed becomes two units of two bytes
+    static constexpr std::size_t kMostPerCharacter = 4;  // bytes: a surrogate pair, or CR and LF
+
+    static bool IsPair(wchar_t first, wchar_t second) noexcept {
+        return IsHighSurrogate(first) && IsLowSurrogate(second);
+    }
 
     void Put(wchar_t unit) noexcept ZTK_REQUIRES(lock_) {
         buffer_[used_++] = static_cast<unsigned char>(unit & 0xFF);
         buffer_[used_++] = static_cast<unsigned char>(unit >> 8);
     }
 
-    // Empties the buffer. What the system refuses is dropped, so that a full disk never holds up
-    // the writer; only the second half of a unit whose first half is in the file stays, because
-    // without it all that follows would be shifted by a byte.
-    bool Flush() noexcept ZTK_REQUIRES(lock_) {
-        std::size_t done = 0;
-        while (done < used_) {
-            const ssize_t written = ::write(file_, buffer_ + done, used_ - done);
+    wchar_t UnitAt(std::size_t place) const noexcept ZTK_REQUIRES(lock_) {
+        return static_cast<wchar_t>(buffer_[place] | buffer_[place + 1] << 8);
+    }
+
+    // Where the character ends that the system took only in part, when it took the first `taken`
+    // bytes of the buffer; `taken` if it took none in part.
+    std::size_t EndOfCharacter(std::size_t taken) const noexcept ZTK_REQUIRES(lock_) {
+        if (taken < owed_) {
+            return owed_;
+        }
+        const std::size_t end = taken + (taken - owed_) % 2;
+        if (end < owed_ + 2 || used_ < end + 2) {
+            return end;
+        }
+        const wchar_t last = UnitAt(end - 2), next = UnitAt(end);
+        return IsPair(last, next) || (last == L'\r' && next == L'\n') ? end + 2 : end;
+    }
+
+    // Hands the buffer to the system and returns the bytes that it took.
+    std::size_t WriteOut() noexcept ZTK_REQUIRES(lock_) {
+        if (used_ == 0) {
+            return 0;
+        }
+        const std::size_t allowed = WithinFileLimit(file_, used_);
+        std::size_t taken = 0;
+        while (taken < allowed) {
+            const ssize_t written = ::write(file_, buffer_ + taken, allowed - taken);
             if (written > 0) {
-                done += static_cast<std::size_t>(written);
+                taken += static_cast<std::size_t>(written);
             } else if (written == 0 || errno != EINTR) {
                 break;
             }
         }
-        const bool good = done == used_;
-        used_ = 0;
-        if (done % 2 != 0) {
-            buffer_[used_++] = buffer_[done];
-        }
+        return taken;
+    }
+
+    // Empties the buffer. What the system refuses is dropped, so that a full disk never holds up
+    // the writer. Only the rest of a character that is in the file in part stays, as the byte-order
+    // mark does until it is there: without them the file would not read as text.
+    bool Flush() noexcept ZTK_REQUIRES(lock_) {
+        const std::size_t taken = WriteOut();
+        const bool good = taken == used_;
+        const std::size_t kept_end = good ? taken : EndOfCharacter(taken);
+        owed_ = kept_end - taken;
+        used_ = owed_;
+        std::memmove(buffer_, buffer_ + taken, owed_);
         return good;
     }
 
     Lock lock_;
     int file_ ZTK_GUARDED_BY(lock_) = kClosed;
     std::size_t used_ ZTK_GUARDED_BY(lock_) = 0;
+    // The first bytes of the buffer, which must reach the file before any other: the byte-order
+    // mark, or the rest of a character.
+    std::size_t owed_ ZTK_GUARDED_BY(lock_) = 0;
     unsigned char buffer_[kRoom] ZTK_GUARDED_BY(lock_);
 };
 

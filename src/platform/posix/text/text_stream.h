@@ -13,6 +13,9 @@ class TextStream;
 // short. A failure to open leaves its reason in errno, as the platform's runtime does; a path that
 // is too long leaves ERROR_INSUFFICIENT_BUFFER as last error, which otherwise stays as it was, here
 // and below.
+//
+// A disk that is full does not fail the opening: the byte-order mark is then written before the
+// first text that gets through.
 TextStream* _wfopen(const wchar_t* path, const wchar_t* mode) noexcept;
 
 // Writes text as one whole, also when other threads write at the same time. A stream that was
@@ -21,7 +24,8 @@ TextStream* _wfopen(const wchar_t* path, const wchar_t* mode) noexcept;
 int fputws(const wchar_t* text, TextStream* stream) noexcept;
 
 // Hands what is buffered to the system. 0, or -1 after a write error; what could not be written is
-// dropped. 0 for a closed stream.
+// dropped, but no character in part: its rest is written before the next text. The limit on the
+// size of files (RLIMIT_FSIZE) counts as a full disk and raises no signal. 0 for a closed stream.
 int fflush(TextStream* stream) noexcept;
 
 // Flushes and closes. Returns what fflush would. The stream's own memory stays with the layer until
