@@ -18,7 +18,9 @@ endif()
 # What every test links beside the library under test.
 add_library(ztk_test_support OBJECT ${PROJECT_SOURCE_DIR}/tests/support/text.cpp)
 if(NOT WIN32)
-    target_sources(ztk_test_support PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/watchdog_posix.cpp)
+    target_sources(ztk_test_support PRIVATE
+        ${PROJECT_SOURCE_DIR}/tests/support/name_server_posix.cpp
+        ${PROJECT_SOURCE_DIR}/tests/support/watchdog_posix.cpp)
 endif()
 target_include_directories(ztk_test_support PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(ztk_test_support PUBLIC ztk_build_flags ztk_wide_text GTest::gtest_main)

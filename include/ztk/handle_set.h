@@ -58,7 +58,8 @@ class ZTK_API CSASync {
     // its handle, which stays the slot's. A null name makes an unnamed object; a name that exists
     // already gives a handle of the same object, as it is, with last error ERROR_ALREADY_EXISTS.
     // Null, and nothing created, for a slot that is filled or of 16 or more; null when the platform
-    // fails (out of memory, or the name of an object of another kind).
+    // fails (out of memory, the name of an object of another kind, or a backslash in the name that
+    // is not that of "Local\" or "Global\" in front).
     void* CreateEventW(unsigned int arguments, unsigned int slot, const wchar_t* name,
                        bool manual_reset) noexcept;
     void* CreateMutexW(unsigned int arguments, unsigned int slot, const wchar_t* name) noexcept;

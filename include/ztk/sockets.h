@@ -90,8 +90,8 @@ class ZTK_API CSocketUtil {
 
     // Resolves host and service (null or empty: none, but not both) under hints (null: none). True
     // on success: the caller releases *result with freeaddrinfo. False leaves *result unspecified.
-    // A text of 4096 or more narrow characters is no name: false with 11001. REQUIRES: result is
-    // not null.
+    // A text of 4096 or more narrow characters is no name: false with 11001. A null result gives
+    // false with 10014.
     static bool GetAddrInfoW(const wchar_t* host, const wchar_t* service, const addrinfo* hints,
                              addrinfo** result) noexcept;
 
@@ -102,7 +102,7 @@ class ZTK_API CSocketUtil {
 
     // Fills *address with a fresh socket address for host and port; what it held before is not
     // freed. The caller releases address->lpSockaddr with MemFree. Returns 1, or 0 with *address
-    // cleared. REQUIRES: address is not null.
+    // cleared; a null address gives 0 with 10014.
     //
     // A null or empty host, or "any", gives the wildcard address of family 2 or 23; for any other
     // family, and when memory is short, the result is 1 too, but *address stays empty (callers ask
@@ -113,8 +113,9 @@ class ZTK_API CSocketUtil {
                               unsigned short socket_type, unsigned short port,
                               SOCKET_ADDRESS* address) noexcept;
 
-    // The host name of an address, or the text of the address where it has none. Returns 0, or the
-    // error code with *host unchanged: 10014 for a null address or a length that does not fit it.
+    // The host name of an address, or the text of the address where it has none or no name server
+    // answers, unless the flags ask for a name (NI_NAMEREQD). Returns 0, or the error code with
+    // *host unchanged: 10014 for a null address or a length that does not fit it.
     // address_bytes is the length of the address; flags are the system's NI_ flags. host may be
     // null.
     static int GetHostNameW(const sockaddr* address, int address_bytes, TSOHostNameW* host,
@@ -152,8 +153,7 @@ class ZTK_API CSocketUtil {
 
     // Writes the text of an address to buffer, which has room for length characters, and cuts it at
     // its last colon. Returns the character count before the cut, terminator included, or 0: 10014
-    // for too little room or a null buffer, also for an address without a block. REQUIRES: address
-    // is not null.
+    // for too little room, a null buffer or address, and an address without a block.
     //
     // The cut takes off the port where there is one ("10.1.2.3:80", "[fe80::1]:80"). It is made
     // blindly: an IPv6 address with port 0 is written without a port and loses its last group, so
@@ -363,8 +363,9 @@ class ZTK_API CClientSocket : public CSocket {
     // The handle is recorded in the thread registry too: do not close it while the thread runs.
     // WaitRegisteredThreadsExit closes the handles of threads that are still registered then; a
     // thread that ended by itself leaves its handle to the caller, who closes it with CloseHandle.
-    // When no thread could be made, id 0 is registered with a null handle, for hosts that look
-    // there, and Receive may be called again; DeRegisterThread(0) takes it out.
+    // When no thread could be made, or there is no memory to register it, id 0 is registered with a
+    // null handle, for hosts that look there, and Receive may be called again; DeRegisterThread(0)
+    // takes it out.
     //
     // The thread ends when the peer closes (after OnDisconnect), on a receive error (no callback;
     // see GetLastError), when IsStopping says true, OnReceive says false or the receiver is null,
@@ -444,15 +445,15 @@ class ZTK_API CServerSocket : public CSocket {
     ~CServerSocket() override;
 
     // Starts the listener thread. Returns -1 if this object has started one before (also when that
-    // has ended), 0 if the thread was gone at once, else 1: also when no thread could be made,
-    // since callers wait for OnListen or OnError either way.
+    // has ended), 0 if the thread was gone at once, else 1: also when no thread could be made or
+    // registered, which GetThreadID tells: then it is 0, and Listen may be called again.
     //
     // Errors reach OnError. A port in use gives OnSocketCreated, then OnError with 10048; the last
     // error is set by listen and accept failures only.
     //
-    // The thread's handle is in the thread registry only. The thread closes it when it ends, and
-    // WaitRegisteredThreadsExit when it has taken it over: who needs the handle longer duplicates
-    // it.
+    // The thread's handle is in the thread registry only, and closed when the thread ends or by
+    // WaitRegisteredThreadsExit. Who gets it from GetThreadHandle has it: then the thread leaves it
+    // open when it ends.
     virtual int Listen();
 
     // True, without effect: a derived server may give them a meaning.

@@ -24,13 +24,15 @@ namespace ZTK {
 ZTK_API void* RegisterThread(unsigned int thread_id, void* thread_handle) noexcept;
 
 // Closes the id's notify event and forgets the id. The thread handle is not closed: it stays with
-// whoever started the thread. An unknown id is ignored.
+// whoever started the thread, or got it from GetThreadHandle. (That of a server's listener thread
+// which nobody got is closed.) An unknown id is ignored.
 ZTK_API void DeRegisterThread(unsigned int thread_id) noexcept;
 
-// The id's thread handle or notify event, or null for an unknown id. Both are borrowed: the event
-// is closed when the thread deregisters, and so is the handle of a server's listener thread, which
-// nobody else has; any other handle is valid until its owner closes it, and all of them until
-// WaitRegisteredThreadsExit. Who needs one longer duplicates it.
+// The id's thread handle or notify event, or null for an unknown id. Both are valid until
+// WaitRegisteredThreadsExit, and the event until the thread deregisters. A thread's handle is valid
+// until its owner closes it. That of a server's listener thread, which nobody has before, belongs
+// to whoever asks for it here: it is to be closed when the thread has deregistered, unless
+// WaitRegisteredThreadsExit has done so.
 [[nodiscard]] ZTK_API void* GetThreadHandle(unsigned int thread_id) noexcept;
 [[nodiscard]] ZTK_API void* GetThreadNotify(unsigned int thread_id) noexcept;
 

@@ -1,6 +1,7 @@
 // The client socket and its receiver thread.
 #include "net/socket_util_names.h"
 #include "platform/socket_calls.h"
+#include "sync/thread_registry.h"
 #include "ztk/memory.h"
 #include "ztk/sockets.h"
 #include "ztk/threads.h"
@@ -76,18 +77,12 @@ void* CClientSocket::Receive(DWORD creation_flags) noexcept {
     if (thread_id_ != 0) {
         return nullptr;
     }
-    DWORD id = 0;
-    HANDLE thread =
-        CreateThread(nullptr, 0, ReceiverThreadProc, this, creation_flags | CREATE_SUSPENDED, &id);
+    HANDLE thread = sync::StartThread(ReceiverThreadProc, this, creation_flags,
+                                      sync::ThreadHandle::kShared, thread_id_);
     if (thread == nullptr) {
-        id = 0;
-    }
-    // The thread is registered before it runs, so that its deregistration comes after. A thread
-    // that could not be made is registered too, as id 0 without a handle; hosts look for it there.
-    thread_id_ = id;
-    (void)RegisterThread(id, thread);  // without memory for it nobody can wait for the thread
-    if (thread != nullptr) {
-        (void)ResumeThread(thread);  // of a thread just made: cannot fail
+        // Registered too, as id 0 without a handle: hosts look for it there. It gives nobody
+        // anything to wait for, so it does not matter if there is no memory for it.
+        (void)RegisterThread(0, nullptr);
     }
     return thread;
 }

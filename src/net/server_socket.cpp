@@ -15,14 +15,6 @@ constexpr int kMaximumBacklog = 0x7FFFFFFF;
 constexpr DWORD kStopped = 1;
 constexpr DWORD kFailed = 0;  // also after a stop that came during an accept
 
-// Another handle of the thread for the registry, or null.
-HANDLE Duplicate(HANDLE thread) noexcept {
-    HANDLE copy = nullptr;
-    const BOOL made = DuplicateHandle(GetCurrentProcess(), thread, GetCurrentProcess(), &copy, 0,
-                                      FALSE, DUPLICATE_SAME_ACCESS);
-    return made ? copy : nullptr;
-}
-
 }  // namespace
 
 CServerSocket::CServerSocket(ISOListener* listener, int buffer_size,
@@ -45,20 +37,9 @@ int CServerSocket::Listen() {
     if (thread_id_ != 0) {
         return -1;
     }
-    DWORD id = 0;
-    HANDLE thread = CreateThread(nullptr, 0, ListenThreadProc, this, CREATE_SUSPENDED, &id);
+    HANDLE thread =
+        sync::StartThread(ListenThreadProc, this, 0, sync::ThreadHandle::kRegistry, thread_id_);
     if (thread == nullptr) {
-        return 1;
-    }
-    thread_id_ = id;
-    // The caller gets no handle, so nobody could close the one in the registry when the thread ends
-    // by itself: the thread does. Our own handle stays good meanwhile.
-    HANDLE registered = Duplicate(thread);
-    // Without memory for the entry nobody can wait for the thread, but it runs all the same. One
-    // that was just made can be resumed.
-    (void)RegisterThread(id, registered == nullptr ? thread : registered);
-    (void)ResumeThread(thread);
-    if (registered == nullptr) {
         return 1;
     }
     DWORD exit_code = 0;
@@ -70,12 +51,8 @@ int CServerSocket::Listen() {
 DWORD WINAPI CServerSocket::ListenThreadProc(void* parameter) {
     const DWORD result = static_cast<CServerSocket*>(parameter)->ListenProc();
     // Nobody waits for this thread any more once it is out of the registry, so the object may be
-    // gone from here on. WaitRegisteredThreadsExit may have taken the handle over; then there is
-    // none to close.
-    HANDLE registered = sync::RemoveThread(GetCurrentThreadId());
-    if (registered != nullptr) {
-        CloseHandle(registered);
-    }
+    // gone from here on: the id comes from the thread itself.
+    DeRegisterThread(GetCurrentThreadId());
     return result;
 }
 

@@ -63,6 +63,10 @@ DWORD CSocketUtil::IP4StrIPToSockIP(const wchar_t* text) noexcept {
 
 int CSocketUtil::IPAddressToString(SOCKET_ADDRESS* address, wchar_t* buffer,
                                    DWORD length) noexcept {
+    if (address == nullptr) {
+        WSASetLastError(WSAEFAULT);
+        return 0;
+    }
     DWORD count = length;
     if (WSAAddressToStringW(address->lpSockaddr, static_cast<DWORD>(address->iSockaddrLength),
                             nullptr, buffer, &count) != 0) {

@@ -46,6 +46,10 @@ class LookupText {
 
 bool Resolve(const LookupText& host, const LookupText& service, const addrinfo* hints,
              addrinfo** result) noexcept {
+    if (result == nullptr) {
+        WSASetLastError(WSAEFAULT);
+        return false;
+    }
     if (!host.valid() || !service.valid()) {
         WSASetLastError(WSAHOST_NOT_FOUND);
         return false;
@@ -78,7 +82,7 @@ void StoreWildcard(unsigned short family, unsigned short port, SOCKET_ADDRESS* a
         block.sin_family = net::kFamilyIPv4;
         block.sin_port = htons(port);
         (void)StoreAddress(address, &block, sizeof(block));
-    } else if (family == net::kFamilyIPv6) {
+    } else if (family == net::kFamilyIPv6 || family == AF_INET6) {  // one number on Windows
         sockaddr_in6 block{};
         block.sin6_family = net::kFamilyIPv6;
         block.sin6_port = htons(port);
@@ -120,6 +124,10 @@ bool CSocketUtil::GetAddrInfoW(const wchar_t* host, unsigned short port, const a
 int CSocketUtil::GetHostAddress(const wchar_t* host, unsigned short family, IPPROTO protocol,
                                 unsigned short socket_type, unsigned short port,
                                 SOCKET_ADDRESS* address) noexcept {
+    if (address == nullptr) {
+        WSASetLastError(WSAEFAULT);
+        return 0;
+    }
     address->lpSockaddr = nullptr;
     address->iSockaddrLength = 0;
     if (MeansAnyAddress(host)) {

@@ -23,6 +23,27 @@ void CloseIfOpen(HANDLE handle) noexcept {
     }
 }
 
+// Another handle of the same object, or null.
+HANDLE Duplicate(HANDLE handle) noexcept {
+    HANDLE copy = nullptr;
+    const BOOL made = DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0,
+                                      FALSE, DUPLICATE_SAME_ACCESS);
+    return made ? copy : nullptr;
+}
+
+// Records a thread with a new event, unless its id is known. Returns the id's event.
+HANDLE Record(Registry& state, ThreadEntry entry) noexcept ZTK_REQUIRES(state.lock) {
+    if (const ThreadEntry* known = state.threads.Find(entry.id); known != nullptr) {
+        return known->notify;
+    }
+    entry.notify = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    if (!state.threads.Insert(entry)) {
+        CloseIfOpen(entry.notify);
+        return nullptr;
+    }
+    return entry.notify;
+}
+
 // One wait covers all threads or none: with more than the platform's limit, or with a null handle
 // among them, the wait fails at once and callers go straight on to closing the handles. There is no
 // batching.
@@ -49,30 +70,38 @@ void DestroyThreadRegistry() noexcept {
     registry.Destroy();
 }
 
-void* RemoveThread(unsigned int thread_id) noexcept {
+void* StartThread(LPTHREAD_START_ROUTINE start, void* parameter, DWORD creation_flags,
+                  ThreadHandle handle, std::atomic<DWORD>& id) noexcept {
     Registry& state = registry.Get();
     const LockGuard guard(state.lock);
-    ThreadEntry* entry = state.threads.Find(thread_id);
-    if (entry == nullptr) {
+    // A thread that could not be recorded afterwards would be one that nobody can wait for.
+    if (!state.threads.Reserve()) {
         return nullptr;
     }
-    HANDLE thread = entry->thread;
-    CloseIfOpen(entry->notify);
-    state.threads.Erase(entry);
-    return thread;
+    DWORD new_id = 0;
+    HANDLE thread =
+        CreateThread(nullptr, 0, start, parameter, creation_flags | CREATE_SUSPENDED, &new_id);
+    if (thread == nullptr) {
+        return nullptr;
+    }
+    id = new_id;
+    HANDLE starters = handle == ThreadHandle::kShared ? thread : Duplicate(thread);
+    const bool is_sole_owner = handle == ThreadHandle::kRegistry;
+    // An agent's entry under the same id stays, and a handle of the registry's own is not needed.
+    const bool is_known = state.threads.Find(new_id) != nullptr;
+    (void)Record(state, {new_id, thread, nullptr, is_sole_owner});  // its event is the thread's
+    (void)ResumeThread(thread);  // of a thread just made: cannot fail
+    if (is_known && is_sole_owner) {
+        CloseHandle(thread);
+    }
+    return starters;
 }
 
 void* OpenRegisteredThread(unsigned int thread_id) noexcept {
     Registry& state = registry.Get();
     const LockGuard guard(state.lock);
     const ThreadEntry* entry = state.threads.Find(thread_id);
-    HANDLE duplicate = nullptr;
-    if (entry != nullptr && entry->thread != nullptr) {
-        // The duplicate stays null when there is none.
-        (void)DuplicateHandle(GetCurrentProcess(), entry->thread, GetCurrentProcess(), &duplicate,
-                              0, FALSE, DUPLICATE_SAME_ACCESS);
-    }
-    return duplicate;
+    return entry != nullptr && entry->thread != nullptr ? Duplicate(entry->thread) : nullptr;
 }
 
 }  // namespace sync
@@ -80,26 +109,32 @@ void* OpenRegisteredThread(unsigned int thread_id) noexcept {
 void* RegisterThread(unsigned int thread_id, void* thread_handle) noexcept {
     sync::Registry& state = sync::registry.Get();
     const sync::LockGuard guard(state.lock);
-    if (const sync::ThreadEntry* known = state.threads.Find(thread_id); known != nullptr) {
-        return known->notify;
-    }
-    HANDLE notify = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    if (!state.threads.Insert({thread_id, thread_handle, notify})) {
-        sync::CloseIfOpen(notify);
-        return nullptr;
-    }
-    return notify;
+    return sync::Record(state, {thread_id, thread_handle, nullptr, false});
 }
 
 void DeRegisterThread(unsigned int thread_id) noexcept {
-    (void)sync::RemoveThread(thread_id);  // the thread's handle is not closed
+    sync::Registry& state = sync::registry.Get();
+    const sync::LockGuard guard(state.lock);
+    sync::ThreadEntry* entry = state.threads.Find(thread_id);
+    if (entry == nullptr) {
+        return;
+    }
+    sync::CloseIfOpen(entry->notify);
+    if (entry->is_sole_owner) {
+        CloseHandle(entry->thread);
+    }
+    state.threads.Erase(entry);
 }
 
 void* GetThreadHandle(unsigned int thread_id) noexcept {
     sync::Registry& state = sync::registry.Get();
     const sync::LockGuard guard(state.lock);
-    const sync::ThreadEntry* entry = state.threads.Find(thread_id);
-    return entry != nullptr ? entry->thread : nullptr;
+    sync::ThreadEntry* entry = state.threads.Find(thread_id);
+    if (entry == nullptr) {
+        return nullptr;
+    }
+    entry->is_sole_owner = false;  // whoever gets it closes it
+    return entry->thread;
 }
 
 void* GetThreadNotify(unsigned int thread_id) noexcept {

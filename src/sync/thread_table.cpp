@@ -22,15 +22,23 @@ ThreadEntry* ThreadTable::Find(unsigned int id) noexcept {
     return entry != end() && entry->id == id ? entry : nullptr;
 }
 
+bool ThreadTable::Reserve() noexcept {
+    if (size_ < capacity_) {
+        return true;
+    }
+    const unsigned int larger = capacity_ == 0 ? 16 : capacity_ * 2;
+    void* entries = allocation::RuntimeRealloc(entries_, larger * sizeof(ThreadEntry));
+    if (entries == nullptr) {
+        return false;
+    }
+    entries_ = static_cast<ThreadEntry*>(entries);
+    capacity_ = larger;
+    return true;
+}
+
 bool ThreadTable::Insert(const ThreadEntry& entry) noexcept {
-    if (size_ == capacity_) {
-        const unsigned int larger = capacity_ == 0 ? 16 : capacity_ * 2;
-        void* entries = allocation::RuntimeRealloc(entries_, larger * sizeof(ThreadEntry));
-        if (entries == nullptr) {
-            return false;
-        }
-        entries_ = static_cast<ThreadEntry*>(entries);
-        capacity_ = larger;
+    if (!Reserve()) {
+        return false;
     }
     ThreadEntry* place = LowerBound(entry.id);
     std::move_backward(place, entries_ + size_, entries_ + size_ + 1);

@@ -10,6 +10,8 @@ struct ThreadEntry {
     unsigned int id;
     HANDLE thread;  // may be null
     HANDLE notify;  // null if the event could not be made
+    // Nobody else has the thread's handle: it is closed with the entry.
+    bool is_sole_owner;
 };
 
 // Entries in ascending order of id. Owns none of their handles. Not thread-safe.
@@ -22,6 +24,10 @@ class ThreadTable {
 
     // The entry of id, or null. Valid until the table is changed.
     [[nodiscard]] ThreadEntry* Find(unsigned int id) noexcept;
+
+    // Makes room for one more entry, so that the next Insert does not fail. False when memory is
+    // short.
+    bool Reserve() noexcept;
 
     // False when memory is short. REQUIRES: the id is not in the table.
     bool Insert(const ThreadEntry& entry) noexcept;

@@ -174,7 +174,15 @@ TEST_F(ClientSocket, BufferGrowsAndNeverShrinks) {
 
 // --- When memory is short
 
+// Leaves the registry without memory for another thread.
+void EmptyRegistry() {
+    ZTK::RegisterThread(1, nullptr);
+    ZTK::WaitRegisteredThreadsExit(0);
+}
+
 struct SocketFault : ztk_test::IPv4LoopbackTest {
+    void TearDown() override { server_.StopUnregistered(nullptr); }
+
     // Connects, wraps the accepted end and moves a byte. What cannot be done for lack of memory
     // must fail by its stated result; the rest goes on. Returns whether nothing failed.
     bool UseSockets(ZTK::TSOSocketInfo info) {
@@ -186,7 +194,10 @@ struct SocketFault : ztk_test::IPv4LoopbackTest {
             return false;
         }
         CClientSocket wrapped(&receiver_, server_.NextAccepted(), 0);
+        EmptyRegistry();
         thread_ = wrapped.Receive(0);
+        EXPECT_TRUE(wrapped.GetBuffer() == nullptr ||
+                    ZTK::GetThreadHandle(wrapped.GetThreadID()) == thread_);
         EXPECT_EQ(client.Send("x", 1), 1);
         if (thread_ == nullptr) {
             EXPECT_EQ(wrapped.GetThreadID(), 0U);
@@ -210,6 +221,17 @@ TEST_F(SocketFault, EveryRefusedRequestLeavesAStatedResult) {
     const ZTK::TSOSocketInfo info = ztk_test::Endpoint(family_, server_.port());
     EXPECT_TRUE(UseSockets(info));
     ztk_test::RefuseEach(ztk_test::FailAfter, [&] { return UseSockets(info); });
+}
+
+// What it does not give back adds up from round to round.
+TEST_F(SocketFault, ListenThatCannotRegisterItsThreadStartsNone) {
+    for (long long n = 0; n < 12; ++n) {
+        ztk_test::Server server(ztk_test::Endpoint(family_, 0));
+        EmptyRegistry();
+        ztk_test::FailAfter(n);
+        EXPECT_GE(server.socket.Listen(), 0);
+        ztk_test::StopFailing();
+    }
 }
 
 }  // namespace

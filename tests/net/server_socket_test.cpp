@@ -116,4 +116,18 @@ TEST_F(ServerSocket, CallbackMayShutTheServerDown) {
     EXPECT_EQ(server_.errors, 0);
 }
 
+TEST_F(ServerSocket, ListenerLeavesHandlesToWhoeverHasThem) {
+    Server server(Endpoint(kIPv4, 0));
+    ASSERT_TRUE(server.Start());
+    HANDLE handed_out = ZTK::GetThreadHandle(server.socket.GetThreadID());
+    server.Stop();
+    EXPECT_EQ(WaitForSingleObject(handed_out, ztk_test::kPatience), WAIT_OBJECT_0);
+    EXPECT_TRUE(CloseHandle(handed_out));
+    ZTK::WaitRegisteredThreadsExit(0);
+    ztk_test::Gate agents;
+    server_.StopUnregistered(agents.event);
+    agents.Open();
+    EXPECT_TRUE(agents.Wait()) << "an agent had registered it under the listener's id";
+}
+
 }  // namespace

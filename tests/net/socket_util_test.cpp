@@ -31,12 +31,13 @@ struct Address : SOCKET_ADDRESS {
 
 TEST_F(SocketUtil, AnyAddressNeedsNoLookup) {
     for (const wchar_t* host : {kNull, L"", L"any", L"ANY"}) {
-        for (const auto& [family, bytes] : {std::pair(2, 16), {23, 28}, {17, 0}}) {
+        for (const auto& [family, bytes] : {std::pair(2, 16), {23, 28}, {AF_INET6, 28}, {17, 0}}) {
             SCOPED_TRACE(Show(host) + " family " + std::to_string(family));
             const Address address(host, family, 8080);
             EXPECT_EQ(address.result, 1);
             ASSERT_EQ(address.iSockaddrLength, bytes);
-            const unsigned char expected[28] = {static_cast<unsigned char>(family), 0, 0x1F, 0x90};
+            const unsigned char number = bytes == 28 ? 23 : 2;
+            const unsigned char expected[28] = {number, 0, 0x1F, 0x90};
             const auto* actual = reinterpret_cast<const unsigned char*>(address.lpSockaddr);
             ASSERT_EQ(actual != nullptr, bytes != 0);
             EXPECT_TRUE(std::equal(actual, actual + bytes, expected));
@@ -82,6 +83,9 @@ TEST_F(SocketUtil, AddressTextIsCutAtItsLastColon) {
         EXPECT_EQ(CSocketUtil::IPAddressToString(&address, text, exact - 1), 0);
         EXPECT_EQ(WSAGetLastError(), WSAEFAULT);
     }
+    wchar_t unused[64];
+    EXPECT_EQ(CSocketUtil::IPAddressToString(nullptr, unused, 64), 0);
+    EXPECT_EQ(CSocketUtil::GetHostAddress(L"::1", 23, IPPROTO_TCP, SOCK_STREAM, 80, nullptr), 0);
     WSASetLastError(0);
     const Address foreign(L"::1", 2, 80);
     EXPECT_NE(WSAGetLastError(), 0);
@@ -103,6 +107,25 @@ TEST_F(SocketUtil, ResultListsCarryThePlatformsFamilyAndAreFreed) {
     }
     constexpr unsigned short kPort = 80;
     EXPECT_FALSE(CSocketUtil::GetAddrInfoW(kNull, kPort, &hints, &list));
+    EXPECT_FALSE(CSocketUtil::GetAddrInfoW(L"::1", kPort, &hints, nullptr));
+    EXPECT_FALSE(CSocketUtil::GetAddrInfoW(L"::1", L"80", nullptr, nullptr));
+}
+
+TEST_F(SocketUtil, ResultListsCarryTheKindAndProtocolThatWereAskedFor) {
+    const std::pair<int, int> rows[] = {
+        {SOCK_STREAM, 0},          {SOCK_STREAM, IPPROTO_TCP}, {SOCK_DGRAM, 0},
+        {SOCK_DGRAM, IPPROTO_TCP}, {SOCK_STREAM, IPPROTO_UDP},
+    };
+    for (const auto& [type, protocol] : rows) {
+        addrinfo hints{};
+        hints.ai_socktype = type;
+        hints.ai_protocol = protocol;
+        addrinfo* list = nullptr;
+        ASSERT_TRUE(CSocketUtil::GetAddrInfoW(L"10.1.2.3", L"80", &hints, &list));
+        EXPECT_EQ(std::pair(list->ai_socktype, list->ai_protocol), std::pair(type, protocol));
+        EXPECT_EQ(list->ai_next, nullptr);
+        freeaddrinfo(list);
+    }
 }
 
 TEST_F(SocketUtil, ClassicTextsConvertBothWays) {

@@ -193,6 +193,35 @@ TEST_F(KernelObjects, NamesLeadToTheSameObjectWhileAHandleIsOpen) {
     EXPECT_EQ(kTimedOut, second_owner.Result()) << "an existing mutex changed its owner";
 }
 
+TEST_F(KernelObjects, NamesHaveNoBackslashButThatOfTheirNamespace) {
+    const struct {
+        const wchar_t* name;
+        DWORD code;
+    } rows[] = {
+        {L"ztk-x", 0},
+        {L"Local\\ztk-x", ERROR_ALREADY_EXISTS},
+        {L"Global\\ztk-x", 0},  // not the session's
+        {L"Global\\ztk-x", ERROR_ALREADY_EXISTS},
+        {L"local\\ztk-x", 3},
+        {L"ztk\\x", 3},
+        {L"Local\\ztk\\x", 3},
+        {L"Local\\\\x", 123},
+        {L"Local\\", 123},
+        {L"Global\\", 123},
+        {L"\\ztk-x", 161},
+        {L"Local", kInvalidHandle},
+        {L"Global", kInvalidHandle},
+    };
+    for (const auto& row : rows) {
+        HANDLE event = CreateEventW(nullptr, TRUE, FALSE, row.name);
+        EXPECT_EQ(row.code, GetLastError()) << "row " << &row - rows;
+        EXPECT_EQ(row.code == 0 || row.code == ERROR_ALREADY_EXISTS, event != nullptr);
+        if (event != nullptr) {
+            Keep(event);
+        }
+    }
+}
+
 TEST_F(KernelObjects, AWaitForAllTakesNothingUntilAllAreThere) {
     const std::vector<HANDLE> both = {Event(), Event()};
     Worker waiter([&] { return WaitFor(kAll, both); });

@@ -1,11 +1,17 @@
 // What the layer adds to the system's sockets, where the system by itself behaves otherwise.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <netinet/tcp.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <tuple>
+#include <vector>
 
 #include "support/loopback.h"
 #include "support/text.h"
@@ -51,6 +57,16 @@ TEST_F(PosixSocket, ResolverErrorsAreTranslated) {
         EXPECT_FALSE(CSocketUtil::GetAddrInfoW(row.host, row.service, &hints, &list));
         EXPECT_EQ(WSAGetLastError(), row.code) << "row " << &row - rows;
     }
+}
+
+TEST_F(PosixSocket, AddressWithoutANameGivesItsTextUnlessANameIsRequired) {
+    const sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+    const auto* generic = reinterpret_cast<const sockaddr*>(&address);
+    ZTK::TSOHostNameW host{};
+    EXPECT_EQ(CSocketUtil::GetHostNameW(generic, sizeof(address), &host, NI_NAMEREQD),
+              WSATRY_AGAIN);
+    EXPECT_EQ(CSocketUtil::GetHostNameW(generic, sizeof(address), &host, 0), 0);
+    EXPECT_TEXT(L"127.0.0.1", host.name);
 }
 
 TEST_F(PosixSocket, OldHandleDoesNotReachTheNextSocketOnItsDescriptor) {
@@ -114,6 +130,53 @@ TEST_F(PosixSocket, ResetThatASenderSeesFirstIsNoDisconnect) {
     }
 }
 
+// A connection whose peer takes nothing more, and whose client is back in blocking mode.
+void FillConnection(CClientSocket& client) {
+    client.SetAsyncMode(1);
+    SendUntilItFails(client, 1 << 16);
+    client.SetAsyncMode(0);
+}
+
+TEST_F(PosixSocket, TimedOutConnectionIsReportedByEveryLaterCall) {
+    Connect(client_);
+    unsigned patience = 50;
+    ASSERT_EQ(CSocketUtil::SetOptions(client_.GetSocket(), IPPROTO_TCP, TCP_USER_TIMEOUT, &patience,
+                                      sizeof(patience)),
+              0);
+    FillConnection(client_);
+    SendUntilItFails(client_, 1 << 16);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAETIMEDOUT));
+        EXPECT_EQ(client_.Read(), -1);
+        EXPECT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAETIMEDOUT));
+        EXPECT_EQ(client_.Send("x", 1), -1);
+    }
+}
+
+TEST_F(PosixSocket, ResetIsTheLastErrorAlsoWhenASendWasBlocked) {
+    for (int round = 0; round < 40; ++round) {
+        CClientSocket client(&receiver_, 0);
+        const std::uint64_t peer = Connect(client);
+        FillConnection(client);
+        thread_ = client.Receive(0);
+        ztk_test::Gate sending;
+        std::thread sender([&] {
+            sending.Open();
+            SendUntilItFails(client, 1 << 16);
+        });
+        EXPECT_TRUE(sending.Wait());
+        for (int delay = 0; delay < round; ++delay) {
+            std::this_thread::yield();
+        }
+        ztk_test::Abort(peer);
+        sender.join();
+        ExpectReceiverEnds(client);
+        // Or the sender was late and found the socket closed.
+        ASSERT_NE(client.GetLastError(), static_cast<DWORD>(WSAEINTR)) << "round " << round;
+    }
+    EXPECT_EQ(receiver_.disconnects, 0);
+}
+
 TEST_F(PosixSocket, ShutdownEndsAConnectAtWhateverPointItIs) {
     // A listener of the system's own that takes no more connections: connecting to it hangs.
     int sockets[4];
@@ -153,9 +216,7 @@ TEST_F(PosixSocket, ShutdownEndsASendThatThePeerDoesNotTake) {
     Connect(client_);
     ztk_test::Gate full;
     std::thread sender([&] {
-        client_.SetAsyncMode(1);
-        SendUntilItFails(client_, 1 << 16);
-        client_.SetAsyncMode(0);
+        FillConnection(client_);
         full.Open();
         SendUntilItFails(client_, 1 << 16);
     });
@@ -175,6 +236,36 @@ TEST_F(PosixSocket, ReuseOptionDoesNotShareALivePort) {
     Reusing second(Endpoint(family_, server_.port()));
     EXPECT_FALSE(second.Start());
     EXPECT_EQ(second.error, WSAEADDRINUSE);
+}
+
+std::ptrdiff_t RunningThreads() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
+}
+
+// The registry is emptied, and its handles are closed, while the threads are being started.
+TEST(PosixSocketStart, ReceiversRunThoughTheRegistryLetsGoOfThemAtOnce) {
+    const std::ptrdiff_t running = RunningThreads();
+    std::atomic<bool> emptying{true};
+    const auto empty = [&] {
+        while (emptying) {
+            ZTK::WaitRegisteredThreadsExit(0);
+        }
+    };
+    std::thread others[] = {std::thread(empty), std::thread(empty), std::thread(empty)};
+    std::deque<CClientSocket> clients;
+    std::vector<HANDLE> handles;
+    for (int i = 0; i < 500; ++i) {
+        handles.push_back(clients.emplace_back(1).Receive(0));
+    }
+    emptying = false;
+    for (std::thread& other : others) {
+        other.join();
+    }
+    for (DWORD i = 0; i < ztk_test::kPatience && RunningThreads() > running; ++i) {
+        Sleep(1);
+    }
+    EXPECT_LE(RunningThreads(), running) << "some were never resumed";
+    std::for_each(handles.begin(), handles.end(), CloseHandle);
 }
 
 TEST_F(PosixSocket, DescriptorsAreNotInherited) {

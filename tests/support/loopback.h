@@ -111,6 +111,17 @@ struct Server : ZTK::ISOListener {
         socket.Shutdown();
         ExpectThreadEnds(socket);
     }
+    // The same after WaitRegisteredThreadsExit. The end is seen by that of another entry under the
+    // thread's id, with whatever handle.
+    void StopUnregistered(HANDLE handle) {
+        const unsigned int id = socket.GetThreadID();
+        ZTK::RegisterThread(id, handle);
+        stopping = true;
+        socket.Shutdown();
+        while (ZTK::GetThreadNotify(id) != nullptr) {
+            Sleep(0);
+        }
+    }
     // The port that the system chose, while it listens.
     [[nodiscard]] unsigned short port() {
         sockaddr_in6 address{};  // the port is at the same place for IPv4

@@ -23,9 +23,12 @@ inline constexpr DWORD MAXIMUM_WAIT_OBJECTS = 64;
 // Creates an event, or opens the event of that name if this process already has one (then with last
 // error ERROR_ALREADY_EXISTS, and manual_reset and initial_state are ignored). Names are shared
 // within the process and case-sensitive, and live as long as any handle of the object; a null or
-// empty name makes an unnamed event. Returns a handle for CloseHandle, or null: last error
-// ERROR_INVALID_HANDLE when the name belongs to an object of another kind, ERROR_NOT_ENOUGH_MEMORY
-// when memory is short. Success without an existing object sets the last error to 0.
+// empty name makes an unnamed event. "Local\x" is the name "x" and "Global\x" one of its own; there
+// is no other backslash in a name. Returns a handle for CloseHandle, or null: last error
+// ERROR_INVALID_HANDLE when the name belongs to an object of another kind, as "Local", "Global" and
+// "Session" do; ERROR_PATH_NOT_FOUND for a backslash in the name, ERROR_BAD_PATHNAME for one that
+// it begins with, ERROR_INVALID_NAME for a prefix with no name behind; ERROR_NOT_ENOUGH_MEMORY when
+// memory is short. Success without an existing object sets the last error to 0.
 [[nodiscard]] ZTK_API HANDLE CreateEventW(LPSECURITY_ATTRIBUTES attributes, BOOL manual_reset,
                                           BOOL initial_state, LPCWSTR name) noexcept;
 

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "platform/posix/text/runtime_text.h"
+
 namespace ZTKPosix {
 
 namespace {
@@ -19,7 +21,47 @@ KernelObject*& BucketOf(const wchar_t* name, std::size_t length) noexcept
     return buckets[(hash ^ (hash >> 16)) % kBuckets];
 }
 
+constexpr wchar_t kLocal[] = L"Local\\";
+constexpr wchar_t kGlobal[] = L"Global\\";
+
+// The length of a prefix that the name begins with, or 0.
+template <std::size_t N>
+std::size_t PrefixLength(const wchar_t* name, const wchar_t (&prefix)[N]) noexcept {
+    return wcsncmp(name, prefix, N - 1) == 0 ? N - 1 : 0;
+}
+
+// What the platform has in every namespace besides events and mutexes.
+bool IsTaken(const wchar_t* name) noexcept {
+    return wcscmp(name, L"Local") == 0 || wcscmp(name, L"Global") == 0 ||
+           wcscmp(name, L"Session") == 0;
+}
+
 }  // namespace
+
+DWORD ReadObjectName(LPCWSTR name, ObjectName* result) noexcept {
+    *result = {nullptr, 0};
+    if (name == nullptr || *name == 0) {
+        return ERROR_SUCCESS;
+    }
+    if (*name == L'\\') {
+        return ERROR_BAD_PATHNAME;
+    }
+    const std::size_t local = PrefixLength(name, kLocal);
+    const std::size_t prefix = local != 0 ? local : PrefixLength(name, kGlobal);
+    const wchar_t* const rest = name + prefix;
+    if (*rest == 0 || *rest == L'\\') {
+        return ERROR_INVALID_NAME;
+    }
+    if (wcschr(rest, L'\\') != nullptr) {
+        return ERROR_PATH_NOT_FOUND;
+    }
+    if (IsTaken(rest)) {
+        return ERROR_INVALID_HANDLE;
+    }
+    result->text = local != 0 ? rest : name;
+    result->length = wcslen(result->text);
+    return ERROR_SUCCESS;
+}
 
 KernelObject* FindNamed(const wchar_t* name, std::size_t length) noexcept {
     KernelObject* object = BucketOf(name, length);

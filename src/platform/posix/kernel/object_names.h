@@ -5,6 +5,16 @@
 
 namespace ZTKPosix {
 
+struct ObjectName {
+    const wchar_t* text;  // not terminated
+    std::size_t length;   // in characters; 0 for an object without a name
+};
+
+// Reads a name as a host gives it: null, empty, or one in a namespace. The process's own is that of
+// names without a prefix and of "Local\"; a name in "Global\" keeps its prefix, which makes it
+// another. Returns 0, or the last error that the name fails with: see CreateEventW.
+DWORD ReadObjectName(LPCWSTR name, ObjectName* result) noexcept;
+
 // The object of that name, of whatever kind, or null. Names are compared character by
 // character, so case counts; length is in characters. None of these calls fails or touches the
 // last error.

@@ -9,27 +9,31 @@
 #include "platform/posix/kernel/object_names.h"
 #include "platform/posix/kernel/thread_end.h"
 #include "platform/posix/kernel/waits.h"
-#include "platform/posix/text/runtime_text.h"
 
 namespace ZTKPosix {
 
 namespace {
 
-// An object with its maker's reference, which it keeps until it is published; null when memory is
-// short.
+// An object with its maker's reference, which it keeps until it is published. Null when memory is
+// short or the name is none, with the last error set.
 template <typename Object, typename... Arguments>
 Object* NewObject(LPCWSTR name, Arguments... arguments) noexcept {
-    const std::size_t length = name != nullptr ? wcslen(name) : 0;
-    void* memory = ZTK::allocation::RuntimeAlloc(sizeof(Object) + length * sizeof *name);
+    ObjectName read;
+    if (const DWORD refusal = ReadObjectName(name, &read); refusal != ERROR_SUCCESS) {
+        SetLastError(refusal);
+        return nullptr;
+    }
+    void* memory = ZTK::allocation::RuntimeAlloc(sizeof(Object) + read.length * sizeof *name);
     if (memory == nullptr) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
     auto* object = new (memory) Object(arguments...);
-    if (length != 0) {
+    if (read.length != 0) {
         auto* text = reinterpret_cast<wchar_t*>(object + 1);
-        std::memcpy(text, name, length * sizeof *name);
+        std::memcpy(text, read.text, read.length * sizeof *name);
         object->name = text;
-        object->name_length = length;
+        object->name_length = read.length;
     }
     return object;
 }
@@ -115,7 +119,6 @@ HANDLE CreateEventW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL manual_reset, BOO
                     LPCWSTR name) noexcept {
     auto* event = NewObject<Event>(name, manual_reset != FALSE, initial_state != FALSE);
     if (event == nullptr) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
     DispatcherSection section;
@@ -151,7 +154,6 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL initial_owner,
                     LPCWSTR name) noexcept {
     auto* mutex = NewObject<Mutex>(name);
     if (mutex == nullptr) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
     DispatcherSection section;

@@ -8,8 +8,9 @@
 //   - Before WSAStartup and after the last WSACleanup every call fails with WSANOTINITIALISED, and
 //   on
 //     a closed or invented handle with WSAENOTSOCK.
-//   - A call that is blocked when another thread closes its socket fails with WSAEINTR. A
-//     signal does not end a call, and no call raises SIGPIPE.
+//   - A call that is blocked when another thread closes its socket fails with WSAEINTR, or with the
+//     code of what had ended the connection before. A signal does not end a call, and no call
+//     raises SIGPIPE.
 //   - An address is accepted with family 23 or the system's AF_INET6, and handed out with 23. A
 //   null
 //     one, or one whose length does not fit its family, gives WSAEFAULT.
@@ -85,7 +86,9 @@ int connect(SOCKET s, const sockaddr* address, int length) noexcept;
 //
 // Errors: WSAEFAULT for a length below 0, and for data that cannot be read; WSAESHUTDOWN after this
 // side's shutdown; WSAENOTCONN for a socket that never had a peer; WSAECONNRESET when the peer has
-// gone; WSAEWOULDBLOCK in non-blocking mode, WSAETIMEDOUT after SO_SNDTIMEO.
+// gone, and what else may end a connection (WSAETIMEDOUT, WSAEHOSTUNREACH, WSAECONNABORTED, ...):
+// from the call that is told on, every send and receive fails with the same code. WSAEWOULDBLOCK in
+// non-blocking mode, WSAETIMEDOUT after SO_SNDTIMEO.
 int send(SOCKET s, const char* data, int length, int flags) noexcept;
 
 // Returns the bytes received, at least one; 0 for a length of 0, and when the peer has shut down
@@ -93,8 +96,9 @@ int send(SOCKET s, const char* data, int length, int flags) noexcept;
 // do what they do on the system.
 //
 // Errors: WSAEFAULT for a length below 0, and for data that cannot be written; WSAESHUTDOWN after
-// this side's shutdown, also for a call that was blocked then; WSAENOTCONN; WSAECONNRESET, for
-// every call after a reset; WSAEWOULDBLOCK in non-blocking mode, WSAETIMEDOUT after SO_RCVTIMEO.
+// this side's shutdown, also for a call that was blocked then; WSAENOTCONN; the code of what ended
+// the connection, as for send, once the bytes that came before are received; WSAEWOULDBLOCK in
+// non-blocking mode, WSAETIMEDOUT after SO_RCVTIMEO.
 int recv(SOCKET s, char* data, int length, int flags) noexcept;
 
 // Ends receiving (SD_RECEIVE), sending (SD_SEND) or both (SD_BOTH), and wakes the threads that are
@@ -121,19 +125,21 @@ int getsockname(SOCKET s, sockaddr* address, int* length) noexcept;
 // The system's lookup; it blocks as long as that takes. host or service may be null, not both.
 // hints may be null; its flags are the system's AI_ flags. Returns 0, and a list that the caller
 // releases with freeaddrinfo, or the code, which is the last error too; *result is unspecified
-// then. REQUIRES: result is not null.
+// then. If hints name a kind of socket, the entries have the kind and the protocol of the hints,
+// whether or not the two go together.
 //
 // Errors: WSAHOST_NOT_FOUND, WSATRY_AGAIN, WSANO_RECOVERY, WSANO_DATA; WSATYPE_NOT_FOUND for an
 // unknown service; WSAEAFNOSUPPORT, WSAESOCKTNOSUPPORT and WSAEINVAL for the family, the type and
-// the flags of the hints; WSA_NOT_ENOUGH_MEMORY.
+// the flags of the hints; WSAEFAULT for a null result; WSA_NOT_ENOUGH_MEMORY.
 int getaddrinfo(const char* host, const char* service, const addrinfo* hints,
                 addrinfo** result) noexcept;
 
-// The names of an address, terminated; host or service may be null, not both. The lengths count the
-// terminator; flags are the system's NI_ flags, whose numbers are not the platform's. Returns 0 or
-// the code, which is the last error too: WSAEFAULT also for a buffer that is too small,
-// WSAEAFNOSUPPORT for a family that the resolver does not serve, else as getaddrinfo. What the
-// buffers hold after a failure is unspecified.
+// The names of an address, terminated; host or service may be null, not both. Where no name is
+// found, or no name server answers, host gets the address's text, unless flags have NI_NAMEREQD.
+// The lengths count the terminator; flags are the system's NI_ flags, whose numbers are not the
+// platform's. Returns 0 or the code, which is the last error too: WSAEFAULT also for a buffer that
+// is too small, WSAEAFNOSUPPORT for a family that the resolver does not serve, else as getaddrinfo.
+// What the buffers hold after a failure is unspecified.
 int getnameinfo(const sockaddr* address, int address_length, char* host, DWORD host_length,
                 char* service, DWORD service_length, int flags) noexcept;
 

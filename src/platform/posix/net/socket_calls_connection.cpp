@@ -3,6 +3,7 @@
 
 #include <cerrno>
 
+#include "platform/posix/net/connection_end.h"
 #include "platform/posix/net/socket_address.h"
 #include "platform/posix/net/socket_calls.h"
 #include "platform/posix/net/socket_error_map.h"
@@ -13,60 +14,47 @@ namespace ZTKPosix {
 
 namespace {
 
-// The code for a call that the system ended with an error. If the socket was closed meanwhile, it
-// is that of a cancelled call, whatever the system's error was.
-int FailTransfer(SocketUse& use) noexcept {
-    const int error = errno;
-    if (use.WasClosed()) {
-        return FailSocket(WSAEINTR);
+// One connect call of the system. Returns 0 or the error.
+int BeginConnect(SocketUse& use, const SystemAddress& address) noexcept {
+    const int error =
+        ::connect(use.descriptor(), reinterpret_cast<const sockaddr*>(&address.storage),
+                  address.length) == 0
+            ? 0
+            : errno;
+    if (error == 0 || error == EINPROGRESS || error == EINTR) {
+        use.SetEndCode(0);  // what ended an earlier connection does not count for this one
     }
-    if (error == EAGAIN) {
-        // On a blocking socket this is the end of a time-out.
-        return FailSocket(use.Has(kSocketNonBlocking) ? WSAEWOULDBLOCK : WSAETIMEDOUT);
-    }
-    if (error == ECONNRESET) {
-        use.Set(kSocketReset);
-    }
-    return FailSocket(SocketErrorFromErrno(error));
+    return error;
 }
 
-bool IsWithoutConnection(const SocketUse& use) noexcept {
-    tcp_info info{};
-    socklen_t length = sizeof(info);
-    return ::getsockopt(use.descriptor(), IPPROTO_TCP, TCP_INFO, &info, &length) == 0 &&
-           info.tcpi_state == TCP_CLOSE;
-}
-
-// Whether a receive of 0 bytes is the trace of a reset and not the peer's orderly end. The system
-// tells of a reset once, to whichever call comes first; on the platform every later call is told as
-// well. A sender that is still inside its call may be the one that has just been told.
-bool LostToReset(const SocketUse& use) noexcept {
-    const std::uint32_t flags = use.flags();
-    return (flags & kSocketReset) != 0 ||
-           ((flags & kSocketStream) != 0 && (flags & kSocketSendShutDown) == 0 && use.IsShared() &&
-            IsWithoutConnection(use));
+// Waits for the outcome of an attempt to connect. Returns 0 or the error.
+int AwaitConnect(const SocketUse& use) noexcept {
+    pollfd event{use.descriptor(), POLLOUT, 0};
+    int ready = 0;
+    while (!use.WasClosed() && (ready = ::poll(&event, 1, -1)) < 0 && errno == EINTR) {
+    }
+    if (ready < 0) {
+        const int error = errno;
+        // What cannot be waited for must not connect after this call has failed.
+        (void)Disconnect(use.descriptor());
+        return error;
+    }
+    int error = 0;
+    socklen_t length = sizeof(error);
+    const bool told = ::getsockopt(use.descriptor(), SOL_SOCKET, SO_ERROR, &error, &length) == 0;
+    return told ? error : errno;
 }
 
 // A blocking connect. It runs in non-blocking mode, so that a close by another thread cannot be
 // missed: either the close came before the attempt began, and the test sees it, or it ends the
 // attempt.
-int ConnectAndWait(const SocketUse& use, const SystemAddress& address) noexcept {
+int ConnectAndWait(SocketUse& use, const SystemAddress& address) noexcept {
     if (!SetDescriptorMode(use, true)) {
         return FailSocketWithErrno();
     }
-    int error = 0;
-    if (::connect(use.descriptor(), reinterpret_cast<const sockaddr*>(&address.storage),
-                  address.length) != 0) {
-        error = errno;
-    }
+    int error = BeginConnect(use, address);
     if (error == EINPROGRESS || error == EINTR) {
-        pollfd event{use.descriptor(), POLLOUT, 0};
-        while (!use.WasClosed() && ::poll(&event, 1, -1) < 0 && errno == EINTR) {
-        }
-        socklen_t length = sizeof(error);
-        if (::getsockopt(use.descriptor(), SOL_SOCKET, SO_ERROR, &error, &length) != 0) {
-            error = errno;
-        }
+        error = AwaitConnect(use);
     }
     RestoreDescriptorMode(use);
     if (use.WasClosed()) {
@@ -106,7 +94,7 @@ SOCKET accept(SOCKET s, sockaddr* address, int* length) noexcept {
                                &peer.length, SOCK_CLOEXEC | (non_blocking ? SOCK_NONBLOCK : 0));
     } while (descriptor < 0 && IsAcceptRetried(use, errno) && !use.WasClosed());
     if (descriptor < 0) {
-        (void)FailTransfer(use);  // for the last error; its result is that of other calls
+        WSASetLastError(TransferError(use, errno));
         return INVALID_SOCKET;
     }
     constexpr std::uint32_t kInherited = kSocketNonBlocking | kSocketIPv6 | kSocketStream;
@@ -132,7 +120,6 @@ int connect(SOCKET s, const sockaddr* address, int length) noexcept {
         const int enable = 1;
         (void)::setsockopt(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, &enable, sizeof(enable));
     }
-    use.Clear(kSocketReset);
     if (!use.Has(kSocketNonBlocking)) {
         if (ConnectAndWait(use, block) != 0) {
             return SOCKET_ERROR;
@@ -140,16 +127,11 @@ int connect(SOCKET s, const sockaddr* address, int length) noexcept {
         use.Set(kSocketHadPeer);
         return 0;
     }
-    if (::connect(use.descriptor(), reinterpret_cast<const sockaddr*>(&block.storage),
-                  block.length) != 0) {
-        const int error = errno;
-        if (error == EINPROGRESS) {
-            use.Set(kSocketHadPeer);
-        }
-        return FailSocket(SocketErrorFromErrno(error));
+    const int error = BeginConnect(use, block);
+    if (error == 0 || error == EINPROGRESS) {
+        use.Set(kSocketHadPeer);
     }
-    use.Set(kSocketHadPeer);
-    return 0;
+    return error == 0 ? 0 : FailSocket(SocketErrorFromErrno(error));
 }
 
 int send(SOCKET s, const char* data, int length, int flags) noexcept {
@@ -168,13 +150,9 @@ int send(SOCKET s, const char* data, int length, int flags) noexcept {
     if (sent >= 0) {
         return static_cast<int>(sent);
     }
-    if (errno == EPIPE && !use.WasClosed()) {
-        // One error of the system for three situations.
-        return FailSocket(use.Has(kSocketSendShutDown) ? WSAESHUTDOWN
-                          : use.Has(kSocketHadPeer)    ? WSAECONNRESET
-                                                       : WSAENOTCONN);
-    }
-    return FailTransfer(use);
+    const int error = errno;
+    return FailSocket(error == EPIPE && !use.WasClosed() ? CauseOfBrokenPipe(use)
+                                                         : TransferError(use, error));
 }
 
 int recv(SOCKET s, char* data, int length, int flags) noexcept {
@@ -195,16 +173,15 @@ int recv(SOCKET s, char* data, int length, int flags) noexcept {
     if (received > 0 || (received == 0 && length == 0)) {
         return static_cast<int>(received);
     }
+    const int error = received < 0 ? errno : 0;
     if (use.WasClosed()) {
-        return FailSocket(WSAEINTR);
+        return FailSocket(TransferError(use, error));
     }
     if (use.Has(kSocketReceiveShutDown)) {
         return FailSocket(WSAESHUTDOWN);  // by this side, during the call
     }
-    if (received < 0) {
-        return FailTransfer(use);
-    }
-    return LostToReset(use) ? FailSocket(WSAECONNRESET) : 0;
+    const int code = received < 0 ? TransferError(use, error) : CauseOfEndOfStream(use);
+    return code == 0 ? 0 : FailSocket(code);
 }
 
 int shutdown(SOCKET s, int how) noexcept {
@@ -222,9 +199,12 @@ int shutdown(SOCKET s, int how) noexcept {
         return FailSocketWithErrno();
     }
     // Marked first: a receive that this call ends must know that it was not the peer.
-    use.Set((how != SD_SEND ? kSocketReceiveShutDown : 0u) |
-            (how != SD_RECEIVE ? kSocketSendShutDown : 0u));
+    const std::uint32_t marks = (how != SD_SEND ? kSocketReceiveShutDown : 0u) |
+                                (how != SD_RECEIVE ? kSocketSendShutDown : 0u);
+    const std::uint32_t new_marks = marks & ~use.flags();
+    use.Set(marks);
     if (::shutdown(use.descriptor(), how) != 0) {
+        use.Clear(new_marks);
         return FailSocketWithErrno();
     }
     return 0;

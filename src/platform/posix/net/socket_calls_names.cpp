@@ -22,16 +22,34 @@ int ResolverResult(int result) noexcept {
     return code;
 }
 
-// Rewrites the family numbers of a list in place. The blocks stay the system's own, so its
-// freeaddrinfo, which does not look at them, still releases the list.
-void TranslateFamilies(addrinfo* list) noexcept {
+// Rewrites the numbers of a list in place: the families, and for a kind of socket that was asked
+// for, kind and protocol, which the platform gives back as they were asked for. The blocks stay the
+// system's own, so its freeaddrinfo, which does not look at them, still releases the list.
+void TranslateEntries(addrinfo* list, const addrinfo* hints) noexcept {
     for (addrinfo* entry = list; entry != nullptr; entry = entry->ai_next) {
+        if (hints != nullptr && hints->ai_socktype != 0) {
+            entry->ai_socktype = hints->ai_socktype;
+            entry->ai_protocol = hints->ai_protocol;
+        }
         entry->ai_family = ToPlatformFamily(entry->ai_family);
         if (entry->ai_addr != nullptr) {
             const int family = ToPlatformFamily(entry->ai_addr->sa_family);
             entry->ai_addr->sa_family = static_cast<sa_family_t>(family);
         }
     }
+}
+
+// The system refuses a kind with the other's protocol, which the platform looks up by the protocol.
+bool IsMixedPair(const addrinfo& hints) noexcept {
+    return (hints.ai_socktype == SOCK_DGRAM && hints.ai_protocol == IPPROTO_TCP) ||
+           (hints.ai_socktype == SOCK_STREAM && hints.ai_protocol == IPPROTO_UDP);
+}
+
+// Whether a failed lookup of an address's name says that there is none, or that nobody could be
+// asked: the platform then gives the address's text.
+bool IsWithoutName(int result) noexcept {
+    return result == EAI_NONAME || result == EAI_NODATA || result == EAI_AGAIN ||
+           result == EAI_FAIL || result == EAI_SYSTEM;
 }
 
 // "[" + address + "%4294967295" + "]:65535", terminator included.
@@ -85,15 +103,22 @@ int getaddrinfo(const char* host, const char* service, const addrinfo* hints,
     if (!RequireSocketsStarted()) {
         return WSANOTINITIALISED;
     }
+    if (result == nullptr) {
+        WSASetLastError(WSAEFAULT);
+        return WSAEFAULT;
+    }
     addrinfo system_hints{};
     if (hints != nullptr) {
         system_hints = *hints;
         system_hints.ai_family = ToSystemFamily(hints->ai_family);
+        if (IsMixedPair(*hints)) {
+            system_hints.ai_socktype = 0;
+        }
     }
     const int outcome =
         ::getaddrinfo(host, service, hints == nullptr ? nullptr : &system_hints, result);
     if (outcome == 0) {
-        TranslateFamilies(*result);
+        TranslateEntries(*result, hints);
     }
     return ResolverResult(outcome);
 }
@@ -107,9 +132,15 @@ int getnameinfo(const sockaddr* address, int address_length, char* host, DWORD h
     if (!ToSystemAddress(address, address_length, &block)) {
         return WSAEFAULT;
     }
-    return ResolverResult(::getnameinfo(reinterpret_cast<const sockaddr*>(&block.storage),
-                                        block.length, host, host_length, service, service_length,
-                                        flags));
+    const auto look_up = [&](int with) {
+        return ::getnameinfo(reinterpret_cast<const sockaddr*>(&block.storage), block.length, host,
+                             host_length, service, service_length, with);
+    };
+    int outcome = look_up(flags);
+    if (IsWithoutName(outcome) && (flags & (NI_NAMEREQD | NI_NUMERICHOST)) == 0) {
+        outcome = look_up(flags | NI_NUMERICHOST);
+    }
+    return ResolverResult(outcome);
 }
 
 int WSAAddressToStringW(sockaddr* address, DWORD address_length, void* /*protocol_info*/,

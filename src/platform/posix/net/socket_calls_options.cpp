@@ -1,8 +1,8 @@
 // Socket options. Levels, names and values are the system's own, but for those below, whose meaning
 // or form differs on the platform.
-#include <cerrno>
 #include <cstring>
 
+#include "platform/posix/net/connection_end.h"
 #include "platform/posix/net/socket_calls.h"
 #include "platform/posix/net/socket_error_map.h"
 #include "platform/posix/net/socket_table.h"
@@ -49,16 +49,13 @@ int GetDontLinger(const SocketUse& use, int* enabled) noexcept {
     return 0;
 }
 
-// Reading the pending error takes it off the socket, so that receives would see an orderly end.
+// Reading the pending error takes it off the socket; the calls that follow are told all the same.
 int GetPendingError(SocketUse& use, int* code) noexcept {
     int error = 0;
     if (GetSystem(use, SO_ERROR, &error, sizeof(error)) != 0) {
         return SOCKET_ERROR;
     }
-    if (error == ECONNRESET) {
-        use.Set(kSocketReset);
-    }
-    *code = error == 0 ? 0 : SocketErrorFromErrno(error);
+    *code = error == 0 ? 0 : NoteSystemError(use, error);
     return 0;
 }
 

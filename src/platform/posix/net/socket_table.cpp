@@ -88,18 +88,20 @@ void Leave(SocketSlot* slot, int descriptor) noexcept {
 // Ends the system calls that other threads are blocked in on a socket that was just closed. A
 // socket that is set to be aborted (linger for no time) has to reach the peer as a reset, so it is
 // disconnected before shutting it down can send an orderly end. Where the system refuses that while
-// threads wait, the peer sees an orderly end.
+// threads wait, the peer sees an orderly end. Where it refuses the shutting down (a filter of
+// system calls may), disconnecting is what is left to wake the threads.
 void WakeUsers(int descriptor) noexcept {
     linger option{};
     socklen_t length = sizeof(option);
     if (::getsockopt(descriptor, SOL_SOCKET, SO_LINGER, &option, &length) == 0 &&
         option.l_onoff != 0 && option.l_linger == 0) {
-        sockaddr none{};
-        none.sa_family = AF_UNSPEC;
-        (void)::connect(descriptor, &none, sizeof(none));  // refused: see above
+        (void)Disconnect(descriptor);  // refused: see above
     }
-    // Reports failure on a socket without a connection, but wakes the threads all the same.
-    (void)::shutdown(descriptor, SHUT_RDWR);
+    // On a socket without a connection it reports a failure, but wakes the threads all the same:
+    // then disconnecting changes nothing.
+    if (::shutdown(descriptor, SHUT_RDWR) != 0) {
+        (void)Disconnect(descriptor);  // there is nothing else to try
+    }
 }
 
 // The lock is held so that no socket is adopted meanwhile.
@@ -172,6 +174,7 @@ SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept {
     const std::uint64_t old = slot->state.load(std::memory_order_acquire) >> kGenerationShift;
     const std::uint64_t generation = old == 0xFFFFFFFF ? 1 : old + 1;  // never 0, so no handle is 0
     slot->flags.store(flags, std::memory_order_relaxed);
+    slot->end_code.store(0, std::memory_order_relaxed);
     slot->state.store(generation << kGenerationShift | kOpen, std::memory_order_release);
     return static_cast<SOCKET>(generation << kGenerationShift) | static_cast<SOCKET>(descriptor);
 }
@@ -196,6 +199,12 @@ int CloseSocket(SOCKET socket) noexcept {
     }
     Leave(slot, descriptor);
     return 0;
+}
+
+bool Disconnect(int descriptor) noexcept {
+    sockaddr none{};
+    none.sa_family = AF_UNSPEC;
+    return ::connect(descriptor, &none, sizeof(none)) == 0;
 }
 
 bool RequireSocketsStarted() noexcept {

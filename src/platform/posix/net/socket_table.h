@@ -23,17 +23,17 @@ enum SocketFlags : std::uint32_t {
     kSocketHadPeer = 1u << 4,          // connected or connecting at some time
     kSocketReceiveShutDown = 1u << 5,  // by this side
     kSocketSendShutDown = 1u << 6,     // by this side
-    kSocketReset = 1u << 7,            // a call has already returned the peer's reset
-    kSocketHostReuse = 1u << 8,        // the host asked for SO_REUSEADDR
+    kSocketHostReuse = 1u << 7,        // the host asked for SO_REUSEADDR
 };
 
 struct SocketSlot {
     std::atomic<std::uint64_t> state{
         0};  // generation in the high half, then the bits of socket_table.cpp
     std::atomic<std::uint32_t> flags{0};  // SocketFlags
+    std::atomic<int> end_code{0};  // of what ended the connection, once a call was told; or 0
     // Keeps sockets that different threads use off each other's cache lines.
-    unsigned char
-        padding[64 - sizeof(std::atomic<std::uint64_t>) - sizeof(std::atomic<std::uint32_t>)];
+    unsigned char padding[64 - sizeof(std::atomic<std::uint64_t>) -
+                          sizeof(std::atomic<std::uint32_t>) - sizeof(std::atomic<int>)];
 };
 
 // One call's stay in a socket's slot. Not open: the last error is set, WSANOTINITIALISED before
@@ -65,6 +65,19 @@ class SocketUse {
         slot_->flags.fetch_and(~mask, std::memory_order_acq_rel);
     }
 
+    // What ended the connection: see connection_end.h, which decides.
+    [[nodiscard]] int end_code() const noexcept {
+        return slot_->end_code.load(std::memory_order_acquire);
+    }
+    void SetEndCode(int code) noexcept { slot_->end_code.store(code, std::memory_order_release); }
+    // Returns the code that there is then.
+    int SetEndCodeIfNone(int code) noexcept {
+        int known = 0;
+        return slot_->end_code.compare_exchange_strong(known, code, std::memory_order_acq_rel)
+                   ? code
+                   : known;
+    }
+
   private:
     SocketSlot* slot_ = nullptr;
     int descriptor_ = -1;
@@ -77,6 +90,10 @@ SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept;
 
 // Closes a handle: 0, or SOCKET_ERROR as SocketUse says.
 int CloseSocket(SOCKET socket) noexcept;
+
+// Takes the connection off a descriptor without an orderly end, and its attempt to connect. False
+// where the system refuses that.
+bool Disconnect(int descriptor) noexcept;
 
 // Counts one more start of the sockets.
 void CountStart() noexcept;

@@ -34,6 +34,8 @@ constexpr Message kMessages[] = {
     {ERROR_NOT_SUPPORTED, ENOTSUP},
     {ERROR_INVALID_PARAMETER, EINVAL},
     {ERROR_INSUFFICIENT_BUFFER, "Buffer too small"},
+    {ERROR_INVALID_NAME, "Invalid name"},
+    {ERROR_BAD_PATHNAME, "Invalid path"},
     {ERROR_ALREADY_EXISTS, "Object already exists"},
     {ERROR_ENVVAR_NOT_FOUND, "Environment variable not found"},
     {ERROR_FILENAME_EXCED_RANGE, ENAMETOOLONG},
