@@ -3,12 +3,13 @@
 
 #include "frame/base/tmp_ring.h"
 #include "ztk/host.h"
+#include "ztk/strings.h"
 
 namespace ZTK {
 
 const wchar_t* ZTKUrlUnescape(const wchar_t* url) noexcept {
-    if (url == nullptr || *url == 0) {
-        return nullptr;
+    if (url == nullptr || *url == 0 || StrLength(url) >= frame::kMaxRingText) {
+        return nullptr;  // what no slot takes is not copied first
     }
     String copy(url);  // the platform's call may write to its input
     DWORD capacity = static_cast<DWORD>(copy.GetLength()) + 1;
