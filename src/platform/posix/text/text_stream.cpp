@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "platform/memory/allocation.h"
@@ -24,21 +26,14 @@ namespace {
 
 constinit Lock pool_lock;  // guards the list of all streams
 
-// The bytes, at most count, that the process may still write to file. A write behind the limit on
-// the size of files would be answered by a signal, which ends a host that does not expect it.
-std::size_t WithinFileLimit(int file, std::size_t count) noexcept {
+// The size that the process may let file reach. A write behind it would be answered by a signal,
+// which ends a host that does not expect it.
+std::uint64_t LimitOf(int file) noexcept {
+    struct stat info {};
     struct rlimit limit {};
-    if (::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY) {
-        return count;
-    }
-    const off_t position = ::lseek(file, 0, SEEK_CUR);
-    if (position < 0) {
-        return count;  // a pipe: the limit is none for it
-    }
-    const auto used = static_cast<std::uint64_t>(position);
-    return used >= limit.rlim_cur
-               ? 0
-               : static_cast<std::size_t>(std::min<std::uint64_t>(count, limit.rlim_cur - used));
+    const bool limited = ::fstat(file, &info) == 0 && S_ISREG(info.st_mode) &&
+                         ::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+    return limited ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
 }
 
 }  // namespace
@@ -56,8 +51,9 @@ class TextStream {
             return false;
         }
         file_ = file;
-        used_ = 0;
-        Put(0xFEFF);
+        size_ = 0;
+        limit_ = LimitOf(file);
+        used_ = Put(0xFEFF, 0);
         owed_ = used_;
         (void)Flush();  // on a full disk the mark waits for the first text that gets through
         return true;
@@ -69,16 +65,10 @@ class TextStream {
             return 0;
         }
         bool good = true;
-        for (; *text != 0; ++text) {
-            if (kRoom - used_ < kMostPerCharacter) {
+        while (*text != 0) {
+            text = Take(text);
+            if (*text != 0) {
                 good = Flush() && good;
-            }
-            if (*text == L'\n') {
-                Put(L'\r');
-            }
-            Put(*text);
-            if (IsPair(*text, text[1])) {
-                Put(*++text);
             }
         }
         return good ? 0 : -1;
@@ -112,9 +102,27 @@ class TextStream {
         return IsHighSurrogate(first) && IsLowSurrogate(second);
     }
 
-    void Put(wchar_t unit) noexcept ZTK_REQUIRES(lock_) {
-        buffer_[used_++] = static_cast<unsigned char>(unit & 0xFF);
-        buffer_[used_++] = static_cast<unsigned char>(unit >> 8);
+    // Stores a unit at a place of the buffer and returns the next place.
+    std::size_t Put(wchar_t unit, std::size_t place) noexcept ZTK_REQUIRES(lock_) {
+        buffer_[place] = static_cast<unsigned char>(unit & 0xFF);
+        buffer_[place + 1] = static_cast<unsigned char>(unit >> 8);
+        return place + 2;
+    }
+
+    // Stores whole characters while there is room for any, and returns where the rest starts.
+    const wchar_t* Take(const wchar_t* text) noexcept ZTK_REQUIRES(lock_) {
+        std::size_t used = used_;  // not the member, which the bytes stored might alias
+        for (; *text != 0 && kRoom - used >= kMostPerCharacter; ++text) {
+            if (*text == L'\n') {
+                used = Put(L'\r', used);
+            }
+            used = Put(*text, used);
+            if (IsPair(*text, text[1])) {
+                used = Put(*++text, used);
+            }
+        }
+        used_ = used;
+        return text;
     }
 
     wchar_t UnitAt(std::size_t place) const noexcept ZTK_REQUIRES(lock_) {
@@ -135,12 +143,18 @@ class TextStream {
         return IsPair(last, next) || (last == L'\r' && next == L'\n') ? end + 2 : end;
     }
 
+    // The bytes of the buffer that fit into the file. The limit is asked for again only where it is
+    // met: most processes never change it.
+    std::size_t AllowedBytes() noexcept ZTK_REQUIRES(lock_) {
+        if (used_ > limit_ - size_) {
+            limit_ = std::max(LimitOf(file_), size_);
+        }
+        return static_cast<std::size_t>(std::min<std::uint64_t>(used_, limit_ - size_));
+    }
+
     // Hands the buffer to the system and returns the bytes that it took.
     std::size_t WriteOut() noexcept ZTK_REQUIRES(lock_) {
-        if (used_ == 0) {
-            return 0;
-        }
-        const std::size_t allowed = WithinFileLimit(file_, used_);
+        const std::size_t allowed = AllowedBytes();
         std::size_t taken = 0;
         while (taken < allowed) {
             const ssize_t written = ::write(file_, buffer_ + taken, allowed - taken);
@@ -150,6 +164,7 @@ class TextStream {
                 break;
             }
         }
+        size_ += taken;
         return taken;
     }
 
@@ -168,6 +183,8 @@ class TextStream {
 
     Lock lock_;
     int file_ ZTK_GUARDED_BY(lock_) = kClosed;
+    std::uint64_t size_ ZTK_GUARDED_BY(lock_) = 0;   // of the file, as far as this stream wrote it
+    std::uint64_t limit_ ZTK_GUARDED_BY(lock_) = 0;  // what size_ may reach; never below it
     std::size_t used_ ZTK_GUARDED_BY(lock_) = 0;
     // The first bytes of the buffer, which must reach the file before any other: the byte-order
     // mark, or the rest of a character.

@@ -25,7 +25,8 @@ int fputws(const wchar_t* text, TextStream* stream) noexcept;
 
 // Hands what is buffered to the system. 0, or -1 after a write error; what could not be written is
 // dropped, but no character in part: its rest is written before the next text. The limit on the
-// size of files (RLIMIT_FSIZE) counts as a full disk and raises no signal. 0 for a closed stream.
+// size of files (RLIMIT_FSIZE) counts as a full disk and raises no signal, unless it is lowered
+// while the stream is open. 0 for a closed stream.
 int fflush(TextStream* stream) noexcept;
 
 // Flushes and closes. Returns what fflush would. The stream's own memory stays with the layer until
