@@ -174,12 +174,6 @@ TEST_F(ClientSocket, BufferGrowsAndNeverShrinks) {
 
 // --- When memory is short
 
-// Leaves the registry without memory for another thread.
-void EmptyRegistry() {
-    ZTK::RegisterThread(1, nullptr);
-    ZTK::WaitRegisteredThreadsExit(0);
-}
-
 struct SocketFault : ztk_test::IPv4LoopbackTest {
     void TearDown() override { server_.StopUnregistered(nullptr); }
 
@@ -194,7 +188,8 @@ struct SocketFault : ztk_test::IPv4LoopbackTest {
             return false;
         }
         CClientSocket wrapped(&receiver_, server_.NextAccepted(), 0);
-        EmptyRegistry();
+        ZTK::RegisterThread(1, nullptr);
+        ZTK::WaitRegisteredThreadsExit(0);  // leaves no memory for the next registration
         thread_ = wrapped.Receive(0);
         EXPECT_TRUE(wrapped.GetBuffer() == nullptr ||
                     ZTK::GetThreadHandle(wrapped.GetThreadID()) == thread_);
@@ -221,17 +216,6 @@ TEST_F(SocketFault, EveryRefusedRequestLeavesAStatedResult) {
     const ZTK::TSOSocketInfo info = ztk_test::Endpoint(family_, server_.port());
     EXPECT_TRUE(UseSockets(info));
     ztk_test::RefuseEach(ztk_test::FailAfter, [&] { return UseSockets(info); });
-}
-
-// What it does not give back adds up from round to round.
-TEST_F(SocketFault, ListenThatCannotRegisterItsThreadStartsNone) {
-    for (long long n = 0; n < 12; ++n) {
-        ztk_test::Server server(ztk_test::Endpoint(family_, 0));
-        EmptyRegistry();
-        ztk_test::FailAfter(n);
-        EXPECT_GE(server.socket.Listen(), 0);
-        ztk_test::StopFailing();
-    }
 }
 
 }  // namespace

@@ -194,32 +194,18 @@ TEST_F(KernelObjects, NamesLeadToTheSameObjectWhileAHandleIsOpen) {
 }
 
 TEST_F(KernelObjects, NamesHaveNoBackslashButThatOfTheirNamespace) {
-    const struct {
-        const wchar_t* name;
-        DWORD code;
-    } rows[] = {
-        {L"ztk-x", 0},
-        {L"Local\\ztk-x", ERROR_ALREADY_EXISTS},
-        {L"Global\\ztk-x", 0},  // not the session's
-        {L"Global\\ztk-x", ERROR_ALREADY_EXISTS},
-        {L"local\\ztk-x", 3},
-        {L"ztk\\x", 3},
-        {L"Local\\ztk\\x", 3},
-        {L"Local\\\\x", 123},
-        {L"Local\\", 123},
-        {L"Global\\", 123},
-        {L"\\ztk-x", 161},
-        {L"Local", kInvalidHandle},
-        {L"Global", kInvalidHandle},
+    const std::pair<const wchar_t*, DWORD> rows[] = {
+        {L"ztk-x", 0},     {L"Local\\ztk-x", 183}, {L"Global\\ztk-x", 0}, {L"local\\ztk-x", 3},
+        {L"ztk\\x", 3},    {L"Local\\ztk\\x", 3},  {L"Local\\\\x", 123},  {L"Global\\", 123},
+        {L"\\ztk-x", 161}, {L"Local", 6},
     };
-    for (const auto& row : rows) {
-        HANDLE event = CreateEventW(nullptr, TRUE, FALSE, row.name);
-        EXPECT_EQ(row.code, GetLastError()) << "row " << &row - rows;
-        EXPECT_EQ(row.code == 0 || row.code == ERROR_ALREADY_EXISTS, event != nullptr);
-        if (event != nullptr) {
-            Keep(event);
-        }
+    for (const auto& [name, code] : rows) {
+        HANDLE event = CreateEventW(nullptr, TRUE, FALSE, name);
+        EXPECT_EQ(code, GetLastError()) << "row " << open.size();
+        EXPECT_EQ(code % 183 == 0, event != nullptr);
+        Keep(event);
     }
+    open.erase(std::remove(open.begin(), open.end(), nullptr), open.end());
 }
 
 TEST_F(KernelObjects, AWaitForAllTakesNothingUntilAllAreThere) {

@@ -7,9 +7,8 @@
 extern "C" int getnameinfo(const sockaddr* address, socklen_t address_length, char* host,
                            socklen_t host_length, char* service, socklen_t service_length,
                            int flags) {
-    static const auto system_lookup =
-        reinterpret_cast<decltype(&getnameinfo)>(dlsym(RTLD_NEXT, "getnameinfo"));
-    return (flags & NI_NUMERICHOST) == 0 ? EAI_AGAIN
-                                         : system_lookup(address, address_length, host, host_length,
-                                                         service, service_length, flags);
+    auto* lookup = reinterpret_cast<decltype(&getnameinfo)>(dlsym(RTLD_NEXT, "getnameinfo"));
+    return (flags & NI_NUMERICHOST) == 0
+               ? EAI_AGAIN
+               : lookup(address, address_length, host, host_length, service, service_length, flags);
 }

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <new>
 
 #include "platform/memory/allocation.h"
@@ -97,9 +98,8 @@ void WakeUsers(int descriptor) noexcept {
         option.l_onoff != 0 && option.l_linger == 0) {
         (void)Disconnect(descriptor);  // refused: see above
     }
-    // On a socket without a connection it reports a failure, but wakes the threads all the same:
-    // then disconnecting changes nothing.
-    if (::shutdown(descriptor, SHUT_RDWR) != 0) {
+    // On a socket without a connection it reports a failure, but wakes the threads all the same.
+    if (::shutdown(descriptor, SHUT_RDWR) != 0 && errno != ENOTCONN) {
         (void)Disconnect(descriptor);  // there is nothing else to try
     }
 }
