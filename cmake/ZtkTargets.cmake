@@ -6,8 +6,8 @@ set(ZTK_OUTPUT_NAME ZtkAgentLib${ZTK_POINTER_BITS})
 
 find_package(Threads REQUIRED)
 if(NOT WIN32)
-    # The parser under the DOM; Windows brings its own DOM along.
-    find_package(EXPAT REQUIRED)
+    # The parser under the DOM; Windows brings its own DOM along. Older ones cannot limit expansion.
+    find_package(EXPAT 2.4 REQUIRED)
 endif()
 
 # Language, warnings and sanitizers of our own code. A host gets none of these.

@@ -97,7 +97,12 @@ CXMLTag* CXMLTag::FirstTag() {
         return nullptr;
     }
     cursor_ = xml::FirstChild(node_);
-    return cursor_ ? TagAtCursor() : nullptr;
+    try {
+        return cursor_ ? TagAtCursor() : nullptr;
+    } catch (...) {
+        cursor_ = nullptr;  // a walk begins with its first tag or not at all
+        throw;
+    }
 }
 
 CXMLTag* CXMLTag::NextTag() {

@@ -300,6 +300,21 @@ TEST(XmlOutOfMemory, NoMemoryAnyMoreIsReportedAndNothingLeaks) {
     RefuseEachRequest(ztk_test::FailAlways);
 }
 
+TEST(XmlOutOfMemory, AWalkWithoutAFirstTagHasNoSecondOne) {
+    ZTK::CXml xml(L"<a><b/><c/></a>");
+    RefuseEach(FailAfter, [&] {
+        Tag first;
+        const HRESULT raised = Raised([&] { first.reset(xml.GetRoot()->FirstTag()); });
+        StopFailing();
+        int further = 0;
+        while (Tag(xml.GetRoot()->NextTag()) != nullptr) {
+            ++further;
+        }
+        EXPECT_EQ(further, raised == S_OK ? 1 : 0);
+        return first != nullptr;
+    });
+}
+
 // The tag stays usable, and what was made before and after is released with it.
 TEST(XmlOutOfMemory, AnAttributeThatGetsNoPlaceInItsTableIsNotKept) {
     const long long live = ztk_test::LiveBlocks();

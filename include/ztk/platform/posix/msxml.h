@@ -20,7 +20,7 @@
 // is S_FALSE with a null output. Every call returns E_INVALIDARG when its output pointer is null,
 // and E_OUTOFMEMORY, with its output null or empty, when memory is short. No call changes the
 // thread's last error. DISP_E_TYPEMISMATCH and the failures of setProperty leave an error record on
-// the thread (see GetErrorInfo), other failures leave the record as it is.
+// the thread (see GetErrorInfo), other failures take back the one that was there.
 #pragma once
 
 #include "ztk/platform/posix/comip.h"
@@ -100,11 +100,22 @@ struct ZTK_API IXMLDOMDocument : IXMLDOMNode {
     // the XML declaration is no node. There is no validation.
     //
     // Refused are: version numbers other than 1.0; a document type definition when "ProhibitDTD" is
-    // set; an external definition that cannot be resolved (see SetExternalsAllowed); entities that
-    // expand a text to more than a hundred times its size, once that is 8 MiB or more (these two
-    // numbers are expat's), or that may nest deeper than 256 levels; more than 65536 declared
-    // attributes; a tree that takes more memory than 64 MiB and 64 bytes for each character of
-    // text.
+    // set; an external definition that cannot be resolved (see SetExternalsAllowed); a reference to
+    // an entity that is declared nowhere, whether or not all definitions were read; entities that
+    // nest deeper than 256 levels or contain themselves.
+    //
+    // No text takes much longer than its length allows: what it makes of itself is counted. Refused
+    // are
+    // - a tree that takes more memory than 64 MiB and 64 bytes for each character of text;
+    // - entities that expand a text to more than 8 times its size in UTF-8, once that is 8 MiB more
+    //   than the files that are read;
+    // - definitions that make more work than 64 Mi steps, and 128 for each character of text and
+    //   each byte of the files. An element takes a step for each attribute that is declared for its
+    //   name, as many again for each attribute that stands in it, and one for each byte of the
+    //   defaults' names and values. A declared attribute takes one for each before it on that
+    //   element and for each character of the element's name. A reference to an external entity
+    //   takes 256 for each name, attribute and entity that is known, and 8 for each character of
+    //   their names and texts; where externals are not resolved, 8 for each entity.
     virtual HRESULT loadXML(BSTR bstrXML, VARIANT_BOOL* isSuccessful) = 0;
 
   protected:

@@ -3,28 +3,27 @@
 
 #include <cstddef>
 
+#include "platform/posix/dom/namespaces.h"
 #include "platform/posix/dom/tree.h"
+#include "platform/posix/dom/wide_buffer.h"
 
 namespace ZTKPosix::dom {
 
-// Stands between the address, the local name and the prefix of a name that has more than one of
-// them, in that order. No document can contain this character, and so no address does.
-inline constexpr char kNameSeparator = '\f';
-
-// An operation returns false when the tree cannot take more: memory is short or its limit is
-// reached.
+// An operation returns false, or null, when the tree cannot take more, because memory is short or a
+// limit is reached, and when the names break a rule of namespaces: then Refused() is true.
 class TreeBuilder {
   public:
-    // REQUIRES: the tree is empty.
-    explicit TreeBuilder(Tree& tree) noexcept;
+    // notes: for what is only needed until the tree is built. REQUIRES: the tree is empty.
+    TreeBuilder(Tree& tree, Arena& notes) noexcept;
     TreeBuilder(const TreeBuilder&) = delete;
     TreeBuilder& operator=(const TreeBuilder&) = delete;
-    ~TreeBuilder();
 
-    // A declaration for the element that starts next. Null: no prefix, no address.
-    [[nodiscard]] bool DeclareNamespace(const char* prefix, const char* address) noexcept;
-    // attributes: names and values in turn, ended by null.
-    [[nodiscard]] bool StartElement(const char* name, const char* const* attributes) noexcept;
+    // The name of elements or attributes, for what is noted about it.
+    [[nodiscard]] Name* InternName(const char* name) noexcept;
+
+    // attributes: names and values in turn, ended by null. The element's name.
+    [[nodiscard]] const Name* StartElement(const char* name,
+                                           const char* const* attributes) noexcept;
     void EndElement() noexcept;
 
     [[nodiscard]] bool Characters(const char* text, std::size_t length) noexcept;
@@ -35,17 +34,15 @@ class TreeBuilder {
     [[nodiscard]] bool Instruction(const char* target, const char* data) noexcept;
     [[nodiscard]] bool DocumentType(const char* name) noexcept;
 
+    [[nodiscard]] bool Refused() const noexcept { return namespaces_.Refused(); }
+
   private:
-    // Room for length characters, in which a name is put together. Null when memory is short.
-    [[nodiscard]] wchar_t* NameBuffer(std::size_t length) noexcept;
-    [[nodiscard]] const Name* InternQualified(const char* prefix, std::size_t prefix_length,
-                                              const char* local, std::size_t local_length) noexcept;
-    [[nodiscard]] const Name* InternParserName(const char* name) noexcept;
+    // A name to which the rules of namespaces do not apply.
+    [[nodiscard]] Name* InternPlain(const char* name) noexcept;
     [[nodiscard]] const Text* StoreText(const char* text) noexcept;
-    [[nodiscard]] bool SetAttributes(Element& element, const char* const* attributes,
-                                     std::size_t count) noexcept;
-    static void ApplySpecialAttribute(Element& element, const char* name,
-                                      const char* value) noexcept;
+    [[nodiscard]] bool SetAttributes(Element& element, const char* const* attributes) noexcept;
+    [[nodiscard]] bool ResolvePrefixes(Element& element) noexcept;
+    void ApplySpecialAttribute(Element& element, const Attribute& attribute) const noexcept;
 
     template <class AnyNode>
     [[nodiscard]] AnyNode* NewNode(NodeKind kind) noexcept;
@@ -76,14 +73,8 @@ class TreeBuilder {
     char blank_[256];
     std::size_t blank_length_ = 0;
 
-    // Namespace declarations of the next element.
-    Attribute* declared_ = nullptr;  // owned
-    std::size_t declared_count_ = 0;
-    std::size_t declared_capacity_ = 0;
-
-    wchar_t short_name_[256];
-    wchar_t* long_name_ = nullptr;  // owned
-    std::size_t long_name_capacity_ = 0;
+    Namespaces namespaces_;
+    WideBuffer buffer_;
 };
 
 }  // namespace ZTKPosix::dom

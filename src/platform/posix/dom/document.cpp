@@ -42,15 +42,15 @@ class DocumentObject final : public DomObject<DocumentObject, IXMLDOMDocument2> 
 
     HRESULT get_nodeName(BSTR* name) override {
         if (name == nullptr) {
-            return E_INVALIDARG;
+            return Fail(E_INVALIDARG);
         }
         *name = SysAllocString(L"#document");
-        return *name != nullptr ? S_OK : E_OUTOFMEMORY;
+        return *name != nullptr ? S_OK : Fail(E_OUTOFMEMORY);
     }
 
     HRESULT get_nodeTypedValue(VARIANT* typedValue) override {
         if (typedValue == nullptr) {
-            return E_INVALIDARG;
+            return Fail(E_INVALIDARG);
         }
         VariantInit(typedValue);
         typedValue->vt = VT_NULL;
@@ -80,12 +80,12 @@ class DocumentObject final : public DomObject<DocumentObject, IXMLDOMDocument2> 
         const UINT length = SysStringLen(bstrXML);
         Tree* const tree = Tree::Make(length);
         if (tree == nullptr) {
-            return E_OUTOFMEMORY;
+            return Fail(E_OUTOFMEMORY);
         }
         const LoadResult result = LoadTree(*tree, bstrXML, length, options_);
         if (result != LoadResult::kLoaded) {
             tree->Release();
-            return result == LoadResult::kNoMemory ? E_OUTOFMEMORY : S_FALSE;
+            return result == LoadResult::kNoMemory ? Fail(E_OUTOFMEMORY) : S_FALSE;
         }
         ReplaceTree(tree);
         if (isSuccessful != nullptr) {

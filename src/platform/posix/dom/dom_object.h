@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/posix/com/com_object.h"
+#include "platform/posix/com/error_record.h"
 #include "ztk/platform/posix/oleauto.h"
 
 namespace ZTKPosix::dom {
@@ -23,14 +24,14 @@ class DomObject : public ComObject<Derived, Interface, ISupportErrorInfo> {
 template <class Object, class Interface>
 [[nodiscard]] HRESULT HandOutNew(Object* object, Interface** target) noexcept {
     *target = object;
-    return object != nullptr ? S_OK : E_OUTOFMEMORY;
+    return object != nullptr ? S_OK : Fail(E_OUTOFMEMORY);
 }
 
 // The answer of a call that finds nothing to hand out.
 template <class Interface>
 [[nodiscard]] HRESULT HandOutNone(Interface** target) noexcept {
     if (target == nullptr) {
-        return E_INVALIDARG;
+        return Fail(E_INVALIDARG);
     }
     *target = nullptr;
     return S_FALSE;

@@ -94,32 +94,40 @@ bool ExternalsAllowed() noexcept {
     return externals_allowed.load(std::memory_order_relaxed);
 }
 
-char* ResolveLocalFile(const char* address, const char* base) noexcept {
+char* ResolveLocalFile(const char* address, const char* base, bool& no_memory) noexcept {
     const std::string_view text = address;
-    if (StartsWith(text, kScheme)) {
-        const std::string_view path = PathOfAddress(text);
-        char* const copy = path.empty() ? nullptr : Join("", path);
-        if (copy != nullptr && !Unescape(copy)) {
-            ZTK::allocation::RuntimeFree(copy);
-            return nullptr;
-        }
-        return copy;
+    const bool has_scheme = StartsWith(text, kScheme);
+    std::string_view directory;
+    std::string_view path = text;
+    no_memory = false;
+    if (has_scheme) {
+        path = PathOfAddress(text);
+    } else if (text.empty() || (text.front() != '/' && (base == nullptr || HasScheme(text)))) {
+        path = {};
+    } else if (text.front() != '/') {
+        const std::string_view file = base;
+        directory = file.substr(0, file.rfind('/') + 1);
     }
-    if (!text.empty() && text.front() == '/') {
-        return Join("", text);
-    }
-    if (base == nullptr || text.empty() || HasScheme(text)) {
+    if (path.empty()) {
         return nullptr;
     }
-    const std::string_view file = base;
-    return Join(file.substr(0, file.rfind('/') + 1), text);
+    char* const joined = Join(directory, path);
+    no_memory = joined == nullptr;
+    if (joined != nullptr && has_scheme && !Unescape(joined)) {
+        ZTK::allocation::RuntimeFree(joined);
+        return nullptr;
+    }
+    return joined;
 }
 
-// A device or a pipe would keep the reader waiting; it is opened without waiting and then turned
-// down.
-LocalFile::LocalFile(const char* path) noexcept
-    : descriptor_(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK)) {
+// Looked at twice, because another file may have taken the name before it was opened; opened
+// without waiting for the same reason.
+LocalFile::LocalFile(const char* path) noexcept : descriptor_(-1) {
     struct stat status {};
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return;
+    }
+    descriptor_ = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
     if (IsOpen() && (fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode))) {
         close(descriptor_);
         descriptor_ = -1;

@@ -11,10 +11,13 @@ namespace ZTKPosix::dom {
 // The path that address names. It may be an absolute path, a file: address of this host or, when it
 // stands in a file, whose path is base, a path relative to that file; base is null for an address
 // that stands in the document itself. A new string, which the caller gives back with RuntimeFree;
-// null when address names no local file and when memory is short.
-[[nodiscard]] char* ResolveLocalFile(const char* address, const char* base) noexcept;
+// null when address names no local file, and when memory is short, which no_memory tells.
+[[nodiscard]] char* ResolveLocalFile(const char* address, const char* base,
+                                     bool& no_memory) noexcept;
 
-// A regular file, open for reading until this object goes. Symbolic links are followed.
+// A regular file, open for reading until this object goes. Symbolic links are followed. Nothing but
+// a regular file is opened: opening a pipe may wake who waits at its other end, and opening a
+// device may do anything.
 class LocalFile {
   public:
     explicit LocalFile(const char* path) noexcept;

@@ -14,7 +14,7 @@ using MSXML2::IXMLDOMNode;
 
 HRESULT CopyName(const wchar_t* text, std::size_t length, BSTR* copy) noexcept {
     *copy = SysAllocStringLen(text, static_cast<UINT>(length));
-    return *copy != nullptr ? S_OK : E_OUTOFMEMORY;
+    return *copy != nullptr ? S_OK : Fail(E_OUTOFMEMORY);
 }
 
 HRESULT NodeName(const Node& node, BSTR* name) noexcept {
@@ -57,15 +57,16 @@ class AttributeObject final : public DomObject<AttributeObject, IXMLDOMNode> {
     [[nodiscard]] bool Answers(REFIID iid) const noexcept { return iid == IID_IXMLDOMNode; }
 
     HRESULT get_nodeName(BSTR* name) override {
-        return name == nullptr ? E_INVALIDARG
+        return name == nullptr ? Fail(E_INVALIDARG)
                                : CopyName(attribute_.name->Text(), attribute_.name->length, name);
     }
     HRESULT get_nodeTypedValue(VARIANT* typedValue) override {
         if (typedValue == nullptr) {
-            return E_INVALIDARG;
+            return Fail(E_INVALIDARG);
         }
         VariantInit(typedValue);
-        return AttributeValue(attribute_, *typedValue);
+        const HRESULT result = AttributeValue(attribute_, *typedValue);
+        return FAILED(result) ? Fail(result) : result;
     }
     HRESULT get_firstChild(IXMLDOMNode** firstChild) override { return HandOutNone(firstChild); }
     HRESULT get_nextSibling(IXMLDOMNode** nextSibling) override { return HandOutNone(nextSibling); }
@@ -87,11 +88,11 @@ class AttributeMapObject final : public DomObject<AttributeMapObject, IXMLDOMNam
 
     HRESULT getNamedItem(BSTR name, IXMLDOMNode** namedItem) override {
         if (namedItem == nullptr) {
-            return E_INVALIDARG;
+            return Fail(E_INVALIDARG);
         }
         *namedItem = nullptr;
         if (name == nullptr) {
-            return E_INVALIDARG;
+            return Fail(E_INVALIDARG);
         }
         // Each name exists once in a tree, so it is enough to compare addresses.
         const Name* const wanted = tree_->names.Find(name, SysStringLen(name));
@@ -121,19 +122,20 @@ class NodeObject final : public DomObject<NodeObject, IXMLDOMElement> {
     }
 
     HRESULT get_nodeName(BSTR* name) override {
-        return name == nullptr ? E_INVALIDARG : NodeName(node_, name);
+        return name == nullptr ? Fail(E_INVALIDARG) : NodeName(node_, name);
     }
 
     HRESULT get_nodeTypedValue(VARIANT* typedValue) override {
         if (typedValue == nullptr) {
-            return E_INVALIDARG;
+            return Fail(E_INVALIDARG);
         }
         VariantInit(typedValue);
         const HRESULT result = NodeValue(node_, *typedValue);
         if (result == DISP_E_TYPEMISMATCH) {
             LeaveErrorRecord(L"The text of the element is no value of the type that it declares.");
+            return result;
         }
-        return result;
+        return FAILED(result) ? Fail(result) : result;
     }
 
     HRESULT get_firstChild(IXMLDOMNode** firstChild) override {
@@ -146,7 +148,7 @@ class NodeObject final : public DomObject<NodeObject, IXMLDOMElement> {
 
     HRESULT get_attributes(IXMLDOMNamedNodeMap** attributeMap) override {
         if (attributeMap == nullptr) {
-            return E_INVALIDARG;
+            return Fail(E_INVALIDARG);
         }
         *attributeMap = nullptr;
         if (node_.kind != NodeKind::kElement) {
@@ -166,7 +168,7 @@ class NodeObject final : public DomObject<NodeObject, IXMLDOMElement> {
 
 HRESULT HandOutElement(Tree& tree, const Node* element, IXMLDOMElement** target) noexcept {
     if (target == nullptr) {
-        return E_INVALIDARG;
+        return Fail(E_INVALIDARG);
     }
     *target = nullptr;
     if (element == nullptr) {
@@ -177,7 +179,7 @@ HRESULT HandOutElement(Tree& tree, const Node* element, IXMLDOMElement** target)
 
 HRESULT HandOutNode(Tree& tree, const Node* node, IXMLDOMNode** target) noexcept {
     if (target == nullptr) {
-        return E_INVALIDARG;
+        return Fail(E_INVALIDARG);
     }
     IXMLDOMElement* object = nullptr;
     const HRESULT result = HandOutElement(tree, node, &object);

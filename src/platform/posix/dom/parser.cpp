@@ -1,11 +1,14 @@
 // Expat reads the text; this feeds it and passes on what it reports.
 #include "platform/posix/dom/parser.h"
 
+// The header declares the limits of expansion only under this name.
+#define XML_DTD
 #include <expat.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <string_view>
 
 #include "platform/memory/allocation.h"
 #include "platform/posix/dom/builder.h"
@@ -25,8 +28,22 @@ static_assert(sizeof(XML_Char) == 1, "the parser on the machine speaks UTF-8");
 constexpr std::size_t kTreeBytesPerCharacter = 64;
 constexpr std::size_t kTreeBytes = std::size_t{64} << 20;
 
-// The parser compares each declared default with the others of its element.
-constexpr unsigned kMostDeclaredAttributes = 65536;
+// The most work that a load may be made to do beyond reading the text once, counted in steps of
+// about a nanosecond: so many for each character, and so many in addition.
+constexpr std::uint64_t kStepsPerCharacter = 128;
+constexpr std::uint64_t kSteps = std::uint64_t{64} << 20;
+
+// What the parser does besides: visits each declared attribute in each element of the name, and
+// again for each attribute that stands there; copies all definitions and names for each external
+// entity, or at least looks at each definition.
+constexpr std::uint64_t kStepsToCopy = 256;
+constexpr std::uint64_t kStepsToCopyCharacter = 8;
+constexpr std::uint64_t kStepsToLookAtEntity = 8;
+
+// Entities may make this times the bytes of the text, or kExpandedBytes. Expanding takes the parser
+// long, most of all where it comes to nothing.
+constexpr float kExpansion = 8;
+constexpr unsigned long long kExpandedBytes = 8 << 20;
 
 constexpr unsigned kDeepestFile = 16;
 constexpr unsigned kMostFiles = 1000;
@@ -35,20 +52,39 @@ constexpr std::size_t kAllFilesBytes = std::size_t{64} << 20;
 
 // What expat gets as its user data.
 struct Load {
-    Load(Tree& tree, const LoadOptions& load_options) noexcept
-        : options(load_options), builder(tree), entities(tree.names), arena(tree.arena) {}
+    Load(Tree& filled_tree, std::size_t length, const LoadOptions& load_options,
+         XML_Parser document_parser) noexcept
+        : options(load_options),
+          tree(filled_tree),
+          root(document_parser),
+          parser(document_parser),
+          steps_left(kSteps) {
+        const std::size_t limit = length * kTreeBytesPerCharacter + kTreeBytes;
+        tree.arena.SetLimit(limit);
+        notes.SetLimit(limit);
+        AllowStepsFor(length);
+    }
 
     const LoadOptions& options;
-    TreeBuilder builder;
-    EntityDepths entities;
-    Arena& arena;
-    XML_Parser parser = nullptr;  // the one at work: the document's or an external definition's
+    Tree& tree;
+    Arena notes{4096};  // what is kept until the end of the load
+    TreeBuilder builder{tree, notes};
+    Entities entities{notes};
+    const XML_Parser root;
+    XML_Parser parser;  // the one at work: the root or that of an external definition
     LoadResult result = LoadResult::kLoaded;
     bool in_dtd = false;
-    unsigned declared_attributes = 0;
+    // Set when there are definitions from which the parser concludes that others may exist that it
+    // does not see.
+    bool undeclared_may_pass = false;
+    XML_Index checked_reference = -1;  // the place of the start tag or reference looked at last
     unsigned file_depth = 0;
     unsigned files = 0;
     std::size_t file_bytes = 0;
+    std::uint64_t steps_left;
+    std::uint64_t declared_entities = 0;
+    std::uint64_t declared_attributes = 0;
+    std::uint64_t declared_bytes = 0;  // names and texts of entities and of defaults
 
     void Stop(LoadResult reason) noexcept {
         if (result == LoadResult::kLoaded) {
@@ -58,8 +94,29 @@ struct Load {
     }
     void StopUnless(bool taken) noexcept {
         if (!taken) {
-            Stop(arena.LimitReached() ? LoadResult::kRefused : LoadResult::kNoMemory);
+            const bool refused = builder.Refused() || entities.Refused() ||
+                                 tree.arena.LimitReached() || notes.LimitReached();
+            Stop(refused ? LoadResult::kRefused : LoadResult::kNoMemory);
         }
+    }
+
+    // Files are not the expansion of what names them.
+    void AllowExpansion() const noexcept {
+        XML_SetBillionLaughsAttackProtectionActivationThreshold(root, kExpandedBytes + file_bytes);
+    }
+    void AllowStepsFor(std::size_t length) noexcept { steps_left += length * kStepsPerCharacter; }
+    void CountSteps(std::uint64_t steps) noexcept {
+        if (steps > steps_left) {
+            Stop(LoadResult::kRefused);
+        } else {
+            steps_left -= steps;
+        }
+    }
+
+    // How long the parser takes to copy what it knows by name.
+    [[nodiscard]] std::uint64_t StepsToCopyAll() const noexcept {
+        return (tree.names.Count() + declared_entities + declared_attributes) * kStepsToCopy +
+               (tree.names.Characters() + declared_bytes) * kStepsToCopyCharacter;
     }
 };
 
@@ -67,20 +124,67 @@ Load& LoadOf(void* user_data) noexcept {
     return *static_cast<Load*>(user_data);
 }
 
+// What the parser holds of the text from the place that it reports: what it reports, and from where
+// that ends. Empty when it does not tell.
+struct Place {
+    explicit Place(XML_Parser parser) noexcept {
+        int offset = 0;
+        int size = 0;
+        const char* const text = XML_GetInputContext(parser, &offset, &size);
+        const int length = XML_GetCurrentByteCount(parser);
+        if (text != nullptr && length >= 0 && offset + length <= size) {
+            reported = {text + offset, static_cast<std::size_t>(length)};
+            rest = {text + offset + length, static_cast<std::size_t>(size - offset - length)};
+        }
+    }
+    std::string_view reported;
+    std::string_view rest;
+};
+
+// Stops a load in which an attribute's value refers to an entity that is declared nowhere: the
+// parser leaves that out of the value without a word. Looks at the document's own text only, the
+// start tag or the default's quoted text. In what an entity expands to, the start tag that is
+// reported is the reference to the entity.
+void StopAtUndeclared(Load& load, bool is_default) noexcept {
+    if (!load.undeclared_may_pass || load.file_depth != 0) {
+        return;
+    }
+    const XML_Index index = XML_GetCurrentByteIndex(load.parser);
+    if (!is_default && index == load.checked_reference) {
+        return;
+    }
+    const Place place(load.parser);
+    std::string_view text = place.reported;
+    load.checked_reference = index;
+    if (is_default) {
+        const bool is_quoted =
+            !place.rest.empty() && (place.rest[0] == '"' || place.rest[0] == '\'');
+        text = is_quoted ? place.rest.substr(0, place.rest.find(place.rest[0], 1)) : "";
+    }
+    load.StopUnless(load.entities.AreDeclared(text));
+}
+
 extern "C" {
 
 static void OnStartElement(void* data, const char* name, const char** attributes) {
     Load& load = LoadOf(data);
-    load.StopUnless(load.builder.StartElement(name, attributes));
+    const Name* const element = load.builder.StartElement(name, attributes);
+    load.StopUnless(element != nullptr);
+    if (element == nullptr) {
+        return;
+    }
+    if (element->declared_attributes != 0) {
+        const auto given = static_cast<unsigned>(XML_GetSpecifiedAttributeCount(load.parser)) / 2;
+        load.CountSteps(std::uint64_t{element->declared_attributes} * (given + 1) +
+                        element->default_bytes);
+    }
+    if (attributes[0] != nullptr) {
+        StopAtUndeclared(load, false);
+    }
 }
 
 static void OnEndElement(void* data, const char* /*name*/) {
     LoadOf(data).builder.EndElement();
-}
-
-static void OnNamespace(void* data, const char* prefix, const char* address) {
-    Load& load = LoadOf(data);
-    load.StopUnless(load.builder.DeclareNamespace(prefix, address));
 }
 
 static void OnCharacters(void* data, const char* text, int length) {
@@ -116,7 +220,7 @@ static void OnDeclaration(void* data, const char* version, const char* /*encodin
     }
 }
 
-static void OnStartDocumentType(void* data, const char* name, const char* /*system_id*/,
+static void OnStartDocumentType(void* data, const char* name, const char* system_id,
                                 const char* /*public_id*/, int /*has_internal_subset*/) {
     Load& load = LoadOf(data);
     if (load.options.prohibit_dtd) {
@@ -125,6 +229,7 @@ static void OnStartDocumentType(void* data, const char* name, const char* /*syst
     }
     load.StopUnless(load.builder.DocumentType(name));
     load.in_dtd = true;
+    load.undeclared_may_pass = system_id != nullptr;
 }
 
 static void OnEndDocumentType(void* data) {
@@ -135,22 +240,39 @@ static void OnEntity(void* data, const char* name, int is_parameter, const char*
                      const char* /*base*/, const char* /*system_id*/, const char* /*public_id*/,
                      const char* /*notation*/) {
     Load& load = LoadOf(data);
-    if (load.entities.Declare(name, is_parameter != 0, text, static_cast<std::size_t>(length))) {
+    const std::uint64_t visits = load.entities.Visits();
+    load.StopUnless(
+        load.entities.Declare(name, is_parameter != 0, text, static_cast<std::size_t>(length)));
+    load.CountSteps((load.entities.Visits() - visits) * kStepsToLookAtEntity);
+    load.undeclared_may_pass = load.undeclared_may_pass || is_parameter != 0;
+    ++load.declared_entities;
+    load.declared_bytes += std::strlen(name) + static_cast<std::size_t>(length);
+}
+
+static void OnDeclaredAttribute(void* data, const char* element, const char* name,
+                                const char* /*type*/, const char* value, int /*required*/) {
+    Load& load = LoadOf(data);
+    Name* const owner = load.builder.InternName(element);
+    load.StopUnless(owner != nullptr);
+    if (owner == nullptr) {
         return;
     }
-    if (load.entities.Refused()) {
-        load.Stop(LoadResult::kRefused);
-    } else {
-        load.StopUnless(false);
+    // The parser compares the attribute with those before it.
+    load.CountSteps(++owner->declared_attributes + owner->length);
+    ++load.declared_attributes;
+    if (value != nullptr) {
+        const std::size_t bytes = std::strlen(name) + std::strlen(value);
+        owner->default_bytes = static_cast<std::uint32_t>(
+            std::min<std::size_t>(owner->default_bytes + bytes, UINT32_MAX));
+        load.declared_bytes += bytes;
+        StopAtUndeclared(load, true);
     }
 }
 
-static void OnDeclaredAttribute(void* data, const char* /*element*/, const char* /*name*/,
-                                const char* /*type*/, const char* /*value*/, int /*required*/) {
-    Load& load = LoadOf(data);
-    if (++load.declared_attributes > kMostDeclaredAttributes) {
-        load.Stop(LoadResult::kRefused);
-    }
+// An entity that is declared nowhere, which the parser takes for declared somewhere else after a
+// reference to a parameter entity.
+static void OnSkippedEntity(void* data, const char* /*name*/, int /*is_parameter*/) {
+    LoadOf(data).Stop(LoadResult::kRefused);
 }
 
 static int OnExternal(XML_Parser parser, const char* context, const char* base,
@@ -193,9 +315,7 @@ class Parser {
 
 void SetHandlers(XML_Parser parser, Load& load) noexcept {
     XML_SetUserData(parser, &load);
-    XML_SetReturnNSTriplet(parser, 1);
     XML_SetElementHandler(parser, OnStartElement, OnEndElement);
-    XML_SetStartNamespaceDeclHandler(parser, OnNamespace);
     XML_SetCharacterDataHandler(parser, OnCharacters);
     XML_SetCdataSectionHandler(parser, OnStartCdata, OnEndCdata);
     XML_SetCommentHandler(parser, OnComment);
@@ -204,6 +324,7 @@ void SetHandlers(XML_Parser parser, Load& load) noexcept {
     XML_SetDoctypeDeclHandler(parser, OnStartDocumentType, OnEndDocumentType);
     XML_SetEntityDeclHandler(parser, OnEntity);
     XML_SetAttlistDeclHandler(parser, OnDeclaredAttribute);
+    XML_SetSkippedEntityHandler(parser, OnSkippedEntity);
     XML_SetExternalEntityRefHandler(parser, OnExternal);
     XML_SetParamEntityParsing(parser, XML_PARAM_ENTITY_PARSING_ALWAYS);
 }
@@ -228,6 +349,8 @@ bool ParseFile(Load& load, XML_Parser parser, const char* path) noexcept {
         return false;
     }
     load.file_bytes += length;
+    load.AllowStepsFor(length);
+    load.AllowExpansion();
     return XML_ParseBuffer(parser, static_cast<int>(length), XML_TRUE) == XML_STATUS_OK;
 }
 
@@ -246,26 +369,36 @@ bool ParseExternal(Load& load, const char* context, const char* path) noexcept {
     return parsed;
 }
 
-// Anything but XML_STATUS_OK makes the load fail.
+bool TakeExternal(Load& load, const char* context, const char* base,
+                  const char* system_id) noexcept {
+    // Each file may nest entities anew.
+    const bool too_deep = load.file_depth == kDeepestFile ||
+                          load.file_depth * load.entities.Deepest() >= Entities::kDeepest;
+    if (system_id == nullptr || too_deep || ++load.files > kMostFiles) {
+        return false;
+    }
+    bool no_memory = false;
+    char* const path = ResolveLocalFile(system_id, base, no_memory);
+    if (no_memory) {
+        load.Stop(LoadResult::kNoMemory);
+    }
+    const bool parsed = path != nullptr && ParseExternal(load, context, path);
+    ZTK::allocation::RuntimeFree(path);
+    return parsed;
+}
+
+// A context is given for a general entity. Anything but XML_STATUS_OK makes the load fail.
 int OnExternal(XML_Parser parser, const char* context, const char* base, const char* system_id,
                const char* /*public_id*/) {
     Load& load = LoadOf(XML_GetUserData(parser));
-    if (!ExternalsAllowed()) {
-        return XML_STATUS_ERROR;
+    const bool resolves = load.options.resolve_externals;
+    if (context != nullptr) {
+        load.CountSteps(resolves ? load.StepsToCopyAll()
+                                 : load.declared_entities * kStepsToLookAtEntity);
     }
-    if (!load.options.resolve_externals) {
-        return XML_STATUS_OK;
-    }
-    if (system_id == nullptr || load.file_depth == kDeepestFile || ++load.files > kMostFiles) {
-        return XML_STATUS_ERROR;
-    }
-    char* const path = ResolveLocalFile(system_id, base);
-    if (path == nullptr) {
-        return XML_STATUS_ERROR;
-    }
-    const bool parsed = ParseExternal(load, context, path);
-    ZTK::allocation::RuntimeFree(path);
-    return parsed ? XML_STATUS_OK : XML_STATUS_ERROR;
+    const bool taken = ExternalsAllowed() && load.result == LoadResult::kLoaded &&
+                       (!resolves || TakeExternal(load, context, base, system_id));
+    return taken ? XML_STATUS_OK : XML_STATUS_ERROR;
 }
 
 // Gives the parser all of text in pieces. A token that a piece cuts is kept by the parser and
@@ -310,17 +443,16 @@ void FeedText(Load& load, const wchar_t* text, std::size_t length) noexcept {
 
 LoadResult LoadTree(Tree& tree, const wchar_t* text, std::size_t length,
                     const LoadOptions& options) noexcept {
-    const char separator[] = {kNameSeparator, '\0'};
     // The encoding is given because the text's own declaration does not describe what is fed here.
     parser_lacked_memory = false;
-    const Parser parser(XML_ParserCreate_MM("UTF-8", &kMemory, separator));
+    const Parser parser(XML_ParserCreate_MM("UTF-8", &kMemory, nullptr));
     if (parser.Get() == nullptr) {
         return LoadResult::kNoMemory;
     }
-    tree.arena.SetLimit(length * kTreeBytesPerCharacter + kTreeBytes);
-    Load load(tree, options);
-    load.parser = parser.Get();
+    Load load(tree, length, options, parser.Get());
     SetHandlers(parser.Get(), load);
+    XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser.Get(), kExpansion);
+    load.AllowExpansion();
     FeedText(load, text, length);
     return load.result == LoadResult::kRefused && parser_lacked_memory ? LoadResult::kNoMemory
                                                                        : load.result;

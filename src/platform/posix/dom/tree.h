@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "platform/posix/dom/arena.h"
-#include "platform/posix/dom/name_pool.h"
+#include "platform/posix/dom/text_pool.h"
 
 namespace ZTKPosix::dom {
 

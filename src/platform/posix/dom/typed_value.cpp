@@ -7,6 +7,7 @@
 
 #include "platform/posix/com/oleauto_variant.h"
 #include "platform/posix/dom/date.h"
+#include "platform/posix/dom/text.h"
 #include "text/ascii.h"
 
 namespace ZTKPosix::dom {
@@ -194,9 +195,9 @@ HRESULT MakeBytes(const wchar_t* text, std::size_t length, unsigned bits, int (*
 
 }  // namespace
 
-DataType DataTypeByName(const char* name) noexcept {
+DataType DataTypeByName(const wchar_t* name, std::size_t length) noexcept {
     for (const TypeName& known : kTypeNames) {
-        if (known.name == name) {
+        if (EqualsAscii(name, length, known.name)) {
             return known.type;
         }
     }

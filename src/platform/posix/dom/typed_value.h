@@ -9,7 +9,7 @@
 namespace ZTKPosix::dom {
 
 // The type of that name; kString for a name that stands for no other type.
-[[nodiscard]] DataType DataTypeByName(const char* name) noexcept;
+[[nodiscard]] DataType DataTypeByName(const wchar_t* name, std::size_t length) noexcept;
 
 // Makes the value that text spells, leaving out the white space around it. S_OK with a value for
 // the caller to clear; DISP_E_TYPEMISMATCH for a text that is no such value and E_OUTOFMEMORY, with
