@@ -11,6 +11,7 @@
 #include "platform/memory/allocation.h"
 #include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/text/code_page.h"
+#include "platform/posix/text/quiet_write.h"
 #include "platform/posix/text/runtime_text.h"
 
 namespace ZTKPosix {
@@ -34,6 +35,7 @@ class TextStream {
             return false;
         }
         file_ = file;
+        may_raise_sigpipe_ = MayRaiseSigpipe(file);
         used_ = 0;
         Put(0xFEFF);
         (void)Flush();  // a disk that is full shows in the writes that follow
@@ -87,13 +89,18 @@ class TextStream {
         buffer_[used_++] = static_cast<unsigned char>(unit >> 8);
     }
 
+    ssize_t WriteSome(const void* bytes, std::size_t count) noexcept ZTK_REQUIRES(lock_) {
+        return may_raise_sigpipe_ ? WriteWithoutSigpipe(file_, bytes, count)
+                                  : ::write(file_, bytes, count);
+    }
+
     // Empties the buffer. What the system refuses is dropped, so that a full disk never holds up
     // the writer; only the second half of a unit whose first half is in the file stays, because
     // without it all that follows would be shifted by a byte.
     bool Flush() noexcept ZTK_REQUIRES(lock_) {
         std::size_t done = 0;
         while (done < used_) {
-            const ssize_t written = ::write(file_, buffer_ + done, used_ - done);
+            const ssize_t written = WriteSome(buffer_ + done, used_ - done);
             if (written > 0) {
                 done += static_cast<std::size_t>(written);
             } else if (written == 0 || errno != EINTR) {
@@ -110,6 +117,7 @@ class TextStream {
 
     Lock lock_;
     int file_ ZTK_GUARDED_BY(lock_) = kClosed;
+    bool may_raise_sigpipe_ ZTK_GUARDED_BY(lock_) = false;  // constant while it is open
     std::size_t used_ ZTK_GUARDED_BY(lock_) = 0;
     unsigned char buffer_[kRoom] ZTK_GUARDED_BY(lock_);
 };
