@@ -49,6 +49,15 @@ void DestroyThreadRegistry() noexcept {
     registry.Destroy();
 }
 
+// Not analysed, here and below: the lock is hidden in this file.
+void LockThreadRegistry() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
+    registry.Get().lock.Lock();
+}
+
+void UnlockThreadRegistry() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
+    registry.Get().lock.Unlock();
+}
+
 void* RemoveThread(unsigned int thread_id) noexcept {
     Registry& state = registry.Get();
     const LockGuard guard(state.lock);

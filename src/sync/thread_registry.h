@@ -6,6 +6,10 @@ namespace ZTK::sync {
 void BuildThreadRegistry() noexcept;
 void DestroyThreadRegistry() noexcept;
 
+// The registry lock, for the time of a fork.
+void LockThreadRegistry() noexcept;
+void UnlockThreadRegistry() noexcept;
+
 // Deregisters the id and returns the thread handle that was recorded, now the caller's to close.
 // Null for an unknown id, as after WaitRegisteredThreadsExit, which closes the handles itself.
 void* RemoveThread(unsigned int thread_id) noexcept;

@@ -46,6 +46,7 @@ class TmpRing {
     // REQUIRES: 1 <= count <= kMaxRingText.
     Char* Request(std::uint32_t count) noexcept;
 
+    void UnblockInChild() noexcept;
     void Clear() noexcept;
     void Free() noexcept;
 
@@ -111,6 +112,13 @@ Char* TmpRing<Char>::Request(std::uint32_t count) noexcept {
 }
 
 template <typename Char>
+void TmpRing<Char>::UnblockInChild() noexcept {
+    if (next_.load(std::memory_order_relaxed) > kRingSlots) {
+        next_.store(0, std::memory_order_relaxed);
+    }
+}
+
+template <typename Char>
 void TmpRing<Char>::Clear() noexcept {
     for (auto& slot : slots_) {
         slot.store(nullptr, std::memory_order_relaxed);
@@ -145,6 +153,11 @@ template wchar_t* RequestTmpString(std::uint32_t) noexcept;
 void ClearRings() noexcept {
     ring<char>.Clear();
     ring<wchar_t>.Clear();
+}
+
+void UnblockRingsInChild() noexcept {
+    ring<char>.UnblockInChild();
+    ring<wchar_t>.UnblockInChild();
 }
 
 void FreeRings() noexcept {

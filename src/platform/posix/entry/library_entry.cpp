@@ -1,7 +1,4 @@
 // Loading and unloading of the library.
-//
-// There is no call for a host that forks and goes on in the child: the child has one thread, and
-// the ids that the layer keeps are the parent's. fork followed by exec is fine.
 #include <dlfcn.h>
 #include <unwind.h>
 
@@ -10,6 +7,7 @@
 
 #include "frame/entry/lifecycle.h"
 #include "platform/posix/com/oleauto_error_info.h"
+#include "platform/posix/entry/fork.h"
 #include "platform/posix/kernel/handle_table.h"
 #include "platform/posix/kernel/thread_end.h"
 #include "platform/posix/net/socket_table.h"
@@ -100,6 +98,7 @@ struct EndWork {
 [[gnu::constructor]] void Load() {
     ZTK::frame::BuildStaticObjects();
     ZTK::frame::OnProcessAttach();
+    RegisterForkHandlers();
     static const EndWork end_work;
 }
 

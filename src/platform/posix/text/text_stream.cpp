@@ -7,20 +7,14 @@
 #include <cerrno>
 #include <climits>
 #include <new>
+#include <utility>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/text/code_page.h"
 #include "platform/posix/text/quiet_write.h"
 #include "platform/posix/text/runtime_text.h"
 
 namespace ZTKPosix {
-
-namespace {
-
-constinit Lock pool_lock;  // guards the list of all streams
-
-}  // namespace
 
 class TextStream {
   public:
@@ -71,13 +65,21 @@ class TextStream {
             return 0;
         }
         const bool good = Flush();
+        // Closed to the stream first: a child forked in between must not take the number for its
+        // own.
+        const int file = std::exchange(file_, kClosed);
         // Not repeated on EINTR: the descriptor is gone in any case.
-        (void)::close(file_);  // Flush has told of write errors
-        file_ = kClosed;
+        (void)::close(file);  // Flush has told of write errors
         return good ? 0 : -1;
     }
 
-    TextStream* next ZTK_GUARDED_BY(pool_lock) = nullptr;
+    // In a child of fork, where nobody uses the stream: what is buffered is the parent's to write.
+    void DropBufferInChild() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
+        lock_.Reset();
+        used_ = 0;
+    }
+
+    TextStream* next ZTK_GUARDED_BY(stream_pool_lock) = nullptr;
 
   private:
     static constexpr int kClosed = -1;
@@ -126,11 +128,11 @@ namespace {
 
 // All streams ever opened. A closed one keeps its memory, because a thread may still hold it while
 // the process ends, and serves the next _wfopen.
-constinit TextStream* pool ZTK_GUARDED_BY(pool_lock) = nullptr;
+constinit TextStream* pool ZTK_GUARDED_BY(stream_pool_lock) = nullptr;
 
 // A stream that writes to file, or null when memory is short.
-TextStream* StartStream(int file) noexcept ZTK_EXCLUDES(pool_lock) {
-    const LockGuard guard(pool_lock);
+TextStream* StartStream(int file) noexcept ZTK_EXCLUDES(stream_pool_lock) {
+    const LockGuard guard(stream_pool_lock);
     for (TextStream* stream = pool; stream != nullptr; stream = stream->next) {
         if (stream->Start(file)) {
             return stream;
@@ -188,8 +190,14 @@ int fclose(TextStream* stream) noexcept {
     return stream->Close();
 }
 
+void DropTextStreamBuffersInChild() noexcept {
+    for (TextStream* stream = pool; stream != nullptr; stream = stream->next) {
+        stream->DropBufferInChild();
+    }
+}
+
 void TearDownTextStreams() noexcept {
-    const LockGuard guard(pool_lock);
+    const LockGuard guard(stream_pool_lock);
     while (pool != nullptr) {
         TextStream* const stream = pool;
         pool = stream->next;
