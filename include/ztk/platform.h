@@ -5,7 +5,9 @@
 // headers say otherwise. A host that includes this header (ztk/ztk.h does) and uses only such calls
 // compiles unchanged on both targets. COM and the DOM are in ztk/platform/com.h.
 //
-// Thread-safety: every call may be made from any thread, except where its header says otherwise.
+// Thread-safety: every call may be made from any thread, except where its header says otherwise. A
+// child of fork may go on using the library; what it finds there is in "Threads and lifetimes". No
+// call raises SIGPIPE or changes how a signal is dealt with.
 #pragma once
 
 #if defined(_WIN32)

@@ -40,7 +40,7 @@ class ZTK_API ZTK_CAPABILITY("mutex") CLock {
     [[nodiscard]] bool HaveLock() const noexcept;
 
   private:
-    // The outstanding Lock calls (high half) and the id of the last owner (low half), in one word
+    // The outstanding Lock calls (high half) and the last owner (low half), in one word
     // so that any thread reads a pair that belongs together. Written only by the thread inside the
     // section.
     std::atomic<std::uint64_t> state_{0};

@@ -48,12 +48,15 @@ void CLock::Lock() noexcept {
     }
     EnterCriticalSection(Section(section_));
     const std::uint64_t state = state_.load(std::memory_order_relaxed);
-    state_.store(Pack(Count(state) + 1, GetCurrentThreadId()), std::memory_order_relaxed);
+    const DWORD self = CurrentLockOwner();
+    // Another owner's count is 0, unless a fork has lost that owner on the way.
+    const std::uint32_t count = Owner(state) == self ? Count(state) + 1 : 1;
+    state_.store(Pack(count, self), std::memory_order_relaxed);
 }
 
 void CLock::Unlock() noexcept {
     const std::uint64_t state = state_.load(std::memory_order_relaxed);
-    const DWORD self = GetCurrentThreadId();
+    const DWORD self = CurrentLockOwner();
     if (Owner(state) != self || Count(state) == 0) {
         return;
     }
@@ -62,7 +65,7 @@ void CLock::Unlock() noexcept {
 }
 
 bool CLock::HaveLock() const noexcept {
-    return Owner(state_.load(std::memory_order_relaxed)) == GetCurrentThreadId();
+    return Owner(state_.load(std::memory_order_relaxed)) == CurrentLockOwner();
 }
 
 }  // namespace ZTK

@@ -70,6 +70,15 @@ void DestroyThreadRegistry() noexcept {
     registry.Destroy();
 }
 
+// Not analysed, here and below: the lock is hidden in this file.
+void LockThreadRegistry() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
+    registry.Get().lock.Lock();
+}
+
+void UnlockThreadRegistry() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
+    registry.Get().lock.Unlock();
+}
+
 void* StartThread(LPTHREAD_START_ROUTINE start, void* parameter, DWORD creation_flags,
                   ThreadHandle handle, std::atomic<DWORD>& id) noexcept {
     Registry& state = registry.Get();

@@ -10,6 +10,10 @@ namespace ZTK::sync {
 void BuildThreadRegistry() noexcept;
 void DestroyThreadRegistry() noexcept;
 
+// The registry lock, for the time of a fork.
+void LockThreadRegistry() noexcept;
+void UnlockThreadRegistry() noexcept;
+
 // Whose the recorded handle of a worker thread is.
 enum class ThreadHandle {
     kShared,    // the starter's as well: it closes it, or WaitRegisteredThreadsExit does

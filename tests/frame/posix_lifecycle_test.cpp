@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -54,7 +55,13 @@ TEST(LifecycleDeathTest, AProcessMayEndWhileItsThreadsRunAndLog) {
     for (int i = 0; i < 10; ++i) {
         EXPECT_EXIT(std::exit((new Plugin)->Call("StartEndlessThreads")),
                     testing::ExitedWithCode(0), "");
+        EXPECT_EXIT(execl(ZTK_TEST_HOST, ZTK_TEST_HOST, nullptr), testing::ExitedWithCode(0), "");
     }
+}
+
+TEST(LifecycleDeathTest, AChildOfForkFindsNothingTakenByThreadsThatDidNotComeAlong) {
+    EXPECT_EXIT(std::exit((new Plugin)->Call("ForkWhileThreadsRun")), testing::ExitedWithCode(0),
+                "");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -193,6 +194,25 @@ TEST(PosixMessageBox, WithoutAHandlerTheTextGoesToStandardError) {
               "Caption\n\xC3\xA4\nline\nError\n\nLong\n" + text + "\n");
     dup2(terminal, STDIN_FILENO);
     close(terminal);
+}
+
+// Whether SIGPIPE is left behind by writes to a pipe that nobody reads.
+int WriteToNobody() {
+    int ends[2];
+    if (signal(SIGPIPE, SIG_DFL) == SIG_ERR || close(STDIN_FILENO) != 0 || pipe(ends) != 0 ||
+        dup2(ends[1], STDERR_FILENO) < 0 || !ZTKOpenTraceLog(L"/dev/fd/2")) {
+        return 2;
+    }
+    close(ends[0]);
+    ZTKTrace(L"to nobody");
+    ZTKCloseTraceLog();
+    (void)MessageBoxW(nullptr, L"to nobody", nullptr, MB_OK);
+    sigset_t pending;
+    return sigpending(&pending) + sigismember(&pending, SIGPIPE);
+}
+
+TEST(PosixSigpipeDeathTest, IsNotRaisedByALogOrAMessageThatNobodyReads) {
+    EXPECT_EXIT(_exit(WriteToNobody()), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -1,23 +1,53 @@
-// A plugin of a host, the usual way in which the library is loaded late and unloaded early.
+// A plugin of a host, the usual way in which the library is loaded late and unloaded early. It is
+// also built as a program, which the library is loaded with.
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
+#include <cstdio>
 
 #include "ztk/ztk.h"
 
 namespace {
 
-std::atomic<int> threads_run;
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kMayStartThreads = false;
+#else
+constexpr bool kMayStartThreads = true;
+#endif
+
+std::atomic<int> runs;
 
 DWORD CountRun(LPVOID) {
-    return static_cast<DWORD>(++threads_run);
+    return static_cast<DWORD>(++runs);
 }
 
-DWORD LogForEver(LPVOID mutex) {
+HANDLE shared_mutex;
+ZTK::CLock* shared_lock;
+
+void Log() {
+    WaitForSingleObject(shared_mutex, INFINITE);
+    shared_lock->Lock();
+    ZTKTrace(L"%d\n", static_cast<int>(GetCurrentThreadId()));
+    shared_lock->Unlock();
+    ReleaseMutex(shared_mutex);
+    ZTK::LogTextW(ZTK::StrConvert("still running", 1252));
+}
+
+DWORD LogForEver(LPVOID) {
     for (;;) {
-        WaitForSingleObject(mutex, INFINITE);
-        ZTKTrace(L"%d\n", static_cast<int>(GetCurrentThreadId()));
-        ZTK::LogTextW(L"still running");
-        ReleaseMutex(mutex);
+        Log();
+        ++runs;
     }
+}
+
+// exit writes out streams as its last act: all that the threads use must still be there.
+ssize_t EndOfExit(void*, const char*, std::size_t bytes) {
+    Log();
+    if (WaitForSingleObject(shared_mutex, INFINITE) != WAIT_OBJECT_0) {
+        _exit(1);
+    }
+    return static_cast<ssize_t>(bytes);
 }
 
 HANDLE NewThread(LPTHREAD_START_ROUTINE start, LPVOID parameter = nullptr, DWORD flags = 0) {
@@ -39,7 +69,7 @@ extern "C" {
     (void)ZTK::StrFormat(L"%d", 1);
     ZTK::RegisterThread(1, nullptr);
     const LPCWSTR strings[ZTKPosix::kStringsPerBlock] = {L"left to be freed"};
-    ZTKPosix::AddStringBlock(&threads_run, 1, strings);
+    ZTKPosix::AddStringBlock(&runs, 1, strings);
     (void)CreateEventW(nullptr, TRUE, FALSE, L"left open");
     (void)CreateMutexW(nullptr, TRUE, L"left open and owned");
     CloseHandle(CreateMutexW(nullptr, TRUE, nullptr));
@@ -49,17 +79,46 @@ extern "C" {
     CloseHandle(threads[0]);
     (void)NewThread(CountRun, nullptr, CREATE_SUSPENDED);
     CloseHandle(NewThread(CountRun, nullptr, CREATE_SUSPENDED));
-    return threads_run;
+    return runs;
 }
 
 // Starts threads that log, allocate and take locks until the process is gone.
 [[gnu::visibility("default")]] int StartEndlessThreads() {
     ZTKOpenTraceLog(L"/dev/null");
     ZTK::EnableLogging(true, 0);
-    HANDLE mutex = CreateMutexW(nullptr, FALSE, nullptr);
+    shared_lock = new ZTK::CLock;
+    shared_mutex = CreateMutexW(nullptr, FALSE, nullptr);
     for (int i = 0; i < 4; ++i) {
-        CloseHandle(NewThread(LogForEver, mutex));
+        CloseHandle(NewThread(LogForEver));
     }
-    return NewThread(LogForEver, mutex, CREATE_SUSPENDED) == nullptr;
+    std::fputs("unwritten", fopencookie(nullptr, "w", {nullptr, EndOfExit, nullptr, nullptr}));
+    while (runs < 9) {
+        Sleep(0);
+    }
+    return NewThread(LogForEver, nullptr, CREATE_SUSPENDED) == nullptr;
 }
+
+// Returns how many of the children did not get through what their parent's threads are busy with.
+[[gnu::visibility("default")]] int ForkWhileThreadsRun() {
+    int failures = StartEndlessThreads();
+    for (int i = 0; i < 20; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(10);
+            Log();
+            // A sanitizer starts no thread in such a child.
+            HANDLE thread = kMayStartThreads ? NewThread(CountRun) : GetCurrentProcess();
+            ZTK::RegisterThread(GetCurrentThreadId(), thread);
+            ZTK::WaitRegisteredThreadsExit(INFINITE);
+            _exit(static_cast<pid_t>(GetCurrentThreadId()) != gettid());
+        }
+        int status = -1;
+        failures += child < 0 || waitpid(child, &status, 0) != child || status != 0;
+    }
+    return failures;
+}
+}
+
+int main() {
+    return StartEndlessThreads();
 }

@@ -51,6 +51,7 @@ class TmpRing {
         return EnsureTmpSlot(slots_[index], count)->Text();
     }
 
+    void UnblockInChild() noexcept;
     void Clear() noexcept;
     void Free() noexcept;
 
@@ -121,6 +122,13 @@ TmpSlot<Char> TmpRing<Char>::Request(std::uint32_t count) noexcept {
 }
 
 template <typename Char>
+void TmpRing<Char>::UnblockInChild() noexcept {
+    if (next_.load(std::memory_order_relaxed) > kRingSlots) {
+        next_.store(0, std::memory_order_relaxed);
+    }
+}
+
+template <typename Char>
 void TmpRing<Char>::Clear() noexcept {
     for (auto& slot : slots_) {
         slot.store(nullptr, std::memory_order_relaxed);
@@ -169,6 +177,11 @@ template wchar_t* GrowTmpSlot(const TmpSlot<wchar_t>&, std::uint32_t) noexcept;
 void ClearRings() noexcept {
     ring<char>.Clear();
     ring<wchar_t>.Clear();
+}
+
+void UnblockRingsInChild() noexcept {
+    ring<char>.UnblockInChild();
+    ring<wchar_t>.UnblockInChild();
 }
 
 void FreeRings() noexcept {

@@ -36,4 +36,8 @@ template <typename Char>
 void ClearRings() noexcept;
 void FreeRings() noexcept;
 
+// In a child of fork: lets go on what waits for a thread that was about to turn a ring round, and
+// did not come along.
+void UnblockRingsInChild() noexcept;
+
 }  // namespace ZTK::frame

@@ -32,4 +32,18 @@ void OnProcessExit() noexcept {
     CloseTraceLog();
 }
 
+void OnForkBegin() noexcept {
+    LockLogging();
+    sync::LockThreadRegistry();
+}
+
+void OnForkEnd() noexcept {
+    sync::UnlockThreadRegistry();
+    UnlockLogging();
+}
+
+void OnForkChild() noexcept {
+    UnblockRingsInChild();
+}
+
 }  // namespace ZTK::frame

@@ -1,5 +1,6 @@
-// What happens when the library is loaded and unloaded. The platform's entry point calls these, in
-// this order: BuildStaticObjects, OnProcessAttach ... OnProcessDetach, DestroyStaticObjects.
+// What happens when the library is loaded and unloaded, and when the process forks. The platform's
+// entry point calls these, in this order: BuildStaticObjects, OnProcessAttach ... OnProcessDetach,
+// DestroyStaticObjects.
 #pragma once
 
 namespace ZTK::frame {
@@ -17,5 +18,12 @@ void OnProcessDetach() noexcept;
 // The part of the detach work that stays safe while other threads still run: closes the trace log
 // and leaves all memory where it is.
 void OnProcessExit() noexcept;
+
+// A fork, on targets that have it. Before it the locks of the process-wide objects are taken, so
+// that the child does not find them in the hands of a thread that did not come along; afterwards
+// they are released in parent and child. The child then puts right what it left half done.
+void OnForkBegin() noexcept;
+void OnForkEnd() noexcept;
+void OnForkChild() noexcept;
 
 }  // namespace ZTK::frame

@@ -56,6 +56,15 @@ void DestroyLogging() noexcept {
     log_state.Destroy();
 }
 
+// Not analysed, here and below: the lock is hidden in this file.
+void LockLogging() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
+    log_state.Get().lock.Lock();
+}
+
+void UnlockLogging() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
+    log_state.Get().lock.Unlock();
+}
+
 }  // namespace frame
 
 void EnableLogging(bool enable, int mode) noexcept {

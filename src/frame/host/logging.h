@@ -6,4 +6,8 @@ namespace ZTK::frame {
 void BuildLogging() noexcept;
 void DestroyLogging() noexcept;
 
+// The log lock, for the time of a fork.
+void LockLogging() noexcept;
+void UnlockLogging() noexcept;
+
 }  // namespace ZTK::frame

@@ -3,7 +3,6 @@
 
 #include <pthread.h>
 
-#include "platform/posix/kernel/lock/lock.h"
 #include "ztk/platform/posix/oleauto.h"
 
 namespace ZTKPosix {
@@ -20,12 +19,11 @@ extern "C" void ZtkPosixDropErrorRecord(void* /*value*/) {
 }
 
 // The key whose destructor is ZtkPosixDropErrorRecord; made when the first record is left.
-constinit Lock end_key_lock;
-constinit pthread_key_t end_key ZTK_GUARDED_BY(end_key_lock){};
-constinit bool end_key_made ZTK_GUARDED_BY(end_key_lock) = false;
+constinit pthread_key_t end_key ZTK_GUARDED_BY(error_key_lock){};
+constinit bool end_key_made ZTK_GUARDED_BY(error_key_lock) = false;
 
-bool NoticeThreadEnd() noexcept ZTK_EXCLUDES(end_key_lock) {
-    const LockGuard guard(end_key_lock);
+bool NoticeThreadEnd() noexcept ZTK_EXCLUDES(error_key_lock) {
+    const LockGuard guard(error_key_lock);
     if (!end_key_made) {
         end_key_made = pthread_key_create(&end_key, ZtkPosixDropErrorRecord) == 0;
     }
@@ -64,7 +62,7 @@ HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info) noexcept {
 
 void TearDownCom() noexcept {
     SetErrorInfo(0, nullptr);
-    const LockGuard guard(end_key_lock);
+    const LockGuard guard(error_key_lock);
     if (end_key_made) {
         pthread_key_delete(end_key);
         end_key_made = false;

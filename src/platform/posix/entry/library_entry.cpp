@@ -1,9 +1,13 @@
 // Loading and unloading of the library.
-//
-// There is no call for a host that forks and goes on in the child: the child has one thread, and
-// the ids that the layer keeps are the parent's. fork followed by exec is fine.
+#include <dlfcn.h>
+#include <unwind.h>
+
+#include <cstdint>
+#include <cstring>
+
 #include "frame/entry/lifecycle.h"
 #include "platform/posix/com/oleauto_error_info.h"
+#include "platform/posix/entry/fork.h"
 #include "platform/posix/kernel/handle_table.h"
 #include "platform/posix/kernel/thread_end.h"
 #include "platform/posix/net/socket_table.h"
@@ -14,7 +18,8 @@ namespace ZTKPosix {
 
 namespace {
 
-bool unloading;
+bool unloading;           // by dlclose
+bool ended_with_process;  // the end work has run and left all memory in place
 
 // The library goes while the process goes on: everything is given back. Threads come first, because
 // they use all the rest, and handles last, because all the rest uses them.
@@ -38,14 +43,48 @@ void Unload() noexcept {
 void EndWithProcess() noexcept {
     CollectEndedThread();
     ZTK::frame::OnProcessExit();
+    ended_with_process = true;
 }
 
-// dlclose and the end of the process both destroy the library's static objects. They differ in what
-// comes first: dlclose runs the library's destructor functions, this one among them, and then
-// destroys its static objects; exit destroys the static objects of all and runs destructor
-// functions last.
+// What the frames of the stack tell, from the innermost out.
+_Unwind_Reason_Code LookForDlclose(_Unwind_Context* frame, void* found) noexcept {
+    // A call that never returns, as those of exit, may be its function's last instruction: the
+    // address it would return to then belongs to the next function.
+    const auto caller = static_cast<std::uintptr_t>(_Unwind_GetIP(frame)) - 1;
+    Dl_info place{};
+    if (dladdr(reinterpret_cast<void*>(caller), &place) == 0 || place.dli_sname == nullptr) {
+        return _URC_NO_REASON;
+    }
+    if (std::strcmp(place.dli_sname, "dlclose") == 0) {
+        *static_cast<bool*>(found) = true;
+        return _URC_NORMAL_STOP;
+    }
+    return std::strcmp(place.dli_sname, "exit") == 0 ? _URC_NORMAL_STOP : _URC_NO_REASON;
+}
+
+// dlclose and exit both run the library's destructor functions and destroy its static objects.
+// Their order does not tell which of the two it is: exit takes the static objects first if the
+// library was opened while the program ran, and last if it was loaded before the program began, be
+// it needed by the program, preloaded, or opened by a constructor of a library that was. Nor can
+// the loader be asked. The stack shows it: the destructor functions are called by the system's
+// loader, on the thread that called dlclose or exit. Whichever of these is nearer is the one,
+// because either may be called in the course of the other. A stack that cannot be followed is taken
+// for the end of the process: then memory is left behind, and not taken from under a running
+// thread.
+bool IsCalledByDlclose() noexcept {
+    bool found = false;
+    // Its result tells only whether the search ended before the stack did.
+    (void)_Unwind_Backtrace(LookForDlclose, &found);
+    return found;
+}
+
+// Runs before the static object below is destroyed at a dlclose, and if the library was loaded
+// before the program began; after it otherwise.
 [[gnu::destructor]] void NoteUnload() {
-    unloading = true;
+    unloading = IsCalledByDlclose();
+    if (unloading && ended_with_process) {
+        Unload();  // exit destroys an object of the host's that owns the library or a plugin
+    }
 }
 
 struct EndWork {
@@ -59,6 +98,7 @@ struct EndWork {
 [[gnu::constructor]] void Load() {
     ZTK::frame::BuildStaticObjects();
     ZTK::frame::OnProcessAttach();
+    RegisterForkHandlers();
     static const EndWork end_work;
 }
 

@@ -1,19 +1,26 @@
-// A recursive lock: the layer's lock, its owner and a count.
+// A recursive lock: a futex word that names its owner, and a count. A lock whose owner was lost in
+// a fork is taken over in the child.
 //
 // Enter and Leave are inline: CLock is made of them, and the two calls would cost as much as the
 // rest.
 #pragma once
 
-#include "platform/posix/kernel/lock/lock.h"
+#include "platform/posix/kernel/lock/futex.h"
 #include "platform/posix/kernel/thread_record.h"
 #include "ztk/platform.h"
+#include "ztk/platform/thread_annotations.h"
 
 namespace ZTKPosix {
 
 struct ZTK_CAPABILITY("critical section") CRITICAL_SECTION {
-    Lock lock;
-    std::atomic<DWORD> owner;  // id of the thread inside, 0 for none
-    std::uint32_t depth;       // levels beyond the first; touched by the owner only
+    static constexpr std::uint32_t kWaitedFor = 1u << 31;  // a thread may sleep on the word
+
+    FutexWord word;       // 0 for free, else the lock owner inside, and kWaitedFor
+    std::uint32_t depth;  // levels beyond the first; touched by the owner only
+
+    [[nodiscard]] bool IsOwnedBy(std::uint32_t owner) const noexcept {
+        return (word.load(std::memory_order_relaxed) & ~kWaitedFor) == owner;
+    }
 };
 
 // None of these calls fails, and none touches the last error. section is never null.
@@ -25,34 +32,43 @@ void InitializeCriticalSection(CRITICAL_SECTION* section) noexcept;
 // inside or waits.
 void DeleteCriticalSection(CRITICAL_SECTION* section) noexcept;
 
+// The rest of EnterCriticalSection for a section that was not free: waits for it. self is the
+// calling thread as an owner.
+void EnterContended(CRITICAL_SECTION* section, std::uint32_t self) noexcept;
+
 // Waits, without end, until no other thread is inside, and enters one level.
 //
-// The owner is read without the lock. Only the calling thread itself stores its own id there, so
-// the comparison is true exactly when the caller is inside, whatever else it may see. Not analysed:
-// the inner lock is taken at the first level only, here and below.
+// The owner is read without the lock. Only the calling thread itself stores its own number there,
+// so the comparison is true exactly when the caller is inside, whatever else it may see. Not
+// analysed, here and below: the analysis does not know the word for a lock.
 inline void EnterCriticalSection(CRITICAL_SECTION* section) noexcept
     ZTK_ACQUIRE(section) ZTK_NO_THREAD_SAFETY_ANALYSIS {
-    const DWORD self = CurrentThreadId();
-    if (section->owner.load(std::memory_order_relaxed) == self) {
+    const std::uint32_t self = CurrentLockOwner();
+    if (section->IsOwnedBy(self)) {
         ++section->depth;
         return;
     }
-    section->lock.Acquire();
-    section->owner.store(self, std::memory_order_relaxed);
+    std::uint32_t free = 0;
+    if (!section->word.compare_exchange_strong(free, self, std::memory_order_acquire,
+                                               std::memory_order_relaxed)) [[unlikely]] {
+        EnterContended(section, self);
+    }
 }
 
 // Leaves one level. Called by a thread that is not inside it does nothing.
 inline void LeaveCriticalSection(CRITICAL_SECTION* section) noexcept
     ZTK_RELEASE(section) ZTK_NO_THREAD_SAFETY_ANALYSIS {
-    if (section->owner.load(std::memory_order_relaxed) != CurrentThreadId()) {
+    if (!section->IsOwnedBy(CurrentLockOwner())) {
         return;
     }
     if (section->depth != 0) {
         --section->depth;
         return;
     }
-    section->owner.store(0, std::memory_order_relaxed);
-    section->lock.Release();
+    if ((section->word.exchange(0, std::memory_order_release) & CRITICAL_SECTION::kWaitedFor) != 0)
+        [[unlikely]] {
+        FutexWakeOne(&section->word);
+    }
 }
 
 }  // namespace ZTKPosix
@@ -63,6 +79,8 @@ namespace ZTK {
 inline DWORD GetCurrentThreadId() noexcept {
     return ZTKPosix::CurrentThreadId();
 }
+
+using ZTKPosix::CurrentLockOwner;
 
 }  // namespace ZTK
 

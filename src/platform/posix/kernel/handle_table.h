@@ -70,6 +70,16 @@ HANDLE OpenHandle(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
 bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept
     ZTK_REQUIRES(dispatcher_lock);
 
+// Calls visit(object) for every open handle; so for an object with several handles as often.
+template <typename Visit>
+void ForEachOpenObject(Visit visit) noexcept ZTK_REQUIRES(dispatcher_lock) {
+    for (std::uint32_t index = 0; index < handle_table.slots_made; ++index) {
+        if (KernelObject* object = HandleSlotAt(index).object; object != nullptr) {
+            visit(*object);
+        }
+    }
+}
+
 // Closes every open handle and frees the table. For the unloading of the library.
 void TearDownHandles() noexcept ZTK_EXCLUDES(dispatcher_lock);
 

@@ -115,6 +115,16 @@ void AbandonMutexes(ThreadRecord& thread, DispatcherSection& section) noexcept {
     }
 }
 
+// The owner's list is not touched: its record went with its thread.
+void AbandonLostMutexInChild(Mutex& mutex) noexcept {
+    if (mutex.owner != nullptr && mutex.owner != &current_record) {
+        mutex.owner = nullptr;
+        mutex.depth = 0;
+        mutex.abandoned = true;
+        mutex.signalled = true;
+    }
+}
+
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL manual_reset, BOOL initial_state,
                     LPCWSTR name) noexcept {
     auto* event = NewObject<Event>(name, manual_reset != FALSE, initial_state != FALSE);

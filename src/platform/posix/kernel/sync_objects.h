@@ -65,4 +65,8 @@ inline bool Take(KernelObject& object, ThreadRecord& thread) noexcept
 void AbandonMutexes(ThreadRecord& thread, DispatcherSection& section) noexcept
     ZTK_REQUIRES(dispatcher_lock);
 
+// In a child of fork: abandons the mutex if its owner was another thread of the parent. REQUIRES:
+// nobody waits for it.
+void AbandonLostMutexInChild(Mutex& mutex) noexcept ZTK_REQUIRES(dispatcher_lock);
+
 }  // namespace ZTKPosix

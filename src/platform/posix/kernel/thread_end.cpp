@@ -1,5 +1,6 @@
 #include "platform/posix/kernel/thread_end.h"
 
+#include "platform/posix/kernel/handle_table.h"
 #include "platform/posix/kernel/sync_objects.h"
 #include "platform/posix/kernel/waits.h"
 
@@ -146,6 +147,30 @@ void CollectEndedThread() noexcept {
         clock_gettime(CLOCK_REALTIME, &deadline);
         deadline.tv_sec += 1;
         pthread_timedjoin_np(thread.thread, nullptr, &deadline);
+    }
+}
+
+void EndOtherThreadsInChild() noexcept {
+    DispatcherSection section;
+    ended.present = false;  // there is nothing to join
+    ForEachOpenObject([&section](KernelObject& object) ZTK_REQUIRES(dispatcher_lock) {
+        ForgetWaitsInChild(object, section);
+        if (object.kind == &Mutex::kKind) {
+            AbandonLostMutexInChild(static_cast<Mutex&>(object));
+        }
+    });
+    // Objects without a handle that the calling thread will still touch.
+    for (Mutex* mutex = current_record.first_owned; mutex != nullptr; mutex = mutex->next_owned) {
+        ForgetWaitsInChild(*mutex, section);
+    }
+    for (Thread* thread = first_live; thread != nullptr; thread = thread->next_live) {
+        ForgetWaitsInChild(*thread, section);
+        if (thread != current_record.thread) {
+            RemoveLiveThread(*thread);
+            thread->suspended = false;
+            thread->signalled = true;
+            section.Release(*thread);
+        }
     }
 }
 

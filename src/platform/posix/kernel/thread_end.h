@@ -17,6 +17,10 @@ void AddLiveThread(Thread& thread) noexcept ZTK_REQUIRES(dispatcher_lock);
 // waits for that thread's last instructions, but not for long.
 void CollectEndedThread() noexcept ZTK_EXCLUDES(dispatcher_lock);
 
+// In a child of fork: the parent's other threads count as ended. Their objects are signalled, the
+// mutexes that they owned abandoned, and their waits gone.
+void EndOtherThreadsInChild() noexcept ZTK_EXCLUDES(dispatcher_lock);
+
 // Waits until ended threads have left the library's code and makes threads that were never resumed
 // end without running. For the unloading of the library, before any memory goes.
 void ReapThreads() noexcept ZTK_EXCLUDES(dispatcher_lock);

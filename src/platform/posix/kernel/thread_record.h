@@ -1,6 +1,8 @@
 // What the layer keeps for each thread, however the thread was started.
 #pragma once
 
+#include <cstdint>
+
 #include "platform/posix/kernel/dispatcher_lock.h"
 #include "ztk/platform.h"
 
@@ -13,8 +15,9 @@ struct Thread;
 // outlives the thread's destructors, so that a late one may still use the layer. Its address is the
 // thread's identity as owner of mutexes. Trivially destructible on purpose; see AnnounceThreadEnd.
 struct ThreadRecord {
-    // 0 until asked for. Touched by the thread itself only.
+    // Both 0 until asked for. Touched by the thread itself only.
     DWORD id;
+    std::uint32_t lock_owner;
     // The thread's end will be noticed.
     bool end_announced ZTK_GUARDED_BY(dispatcher_lock);
     // Its object if CreateThread made it and it has not ended, else null.
@@ -26,7 +29,7 @@ struct ThreadRecord {
 // constinit: without it every access from another file would go through an initialisation check.
 extern constinit thread_local ThreadRecord current_record;
 
-// The calling thread's id, from the system; the record holds it afterwards.
+// Fills the record's id and lock_owner. Returns the id.
 DWORD FetchThreadId() noexcept;
 
 // The calling thread's id, never 0. Cannot fail.
@@ -37,5 +40,25 @@ inline DWORD CurrentThreadId() noexcept {
     }
     return id;
 }
+
+// What a recursive lock keeps to know its owner: a number that is never 0, needs 31 bits and
+// belongs to the calling thread alone. Unlike the thread's id it stays the same in a child of fork,
+// so that the thread that forked still owns there what it owned before.
+inline std::uint32_t CurrentLockOwner() noexcept {
+    const std::uint32_t owner = current_record.lock_owner;
+    if (owner == 0) [[unlikely]] {
+        FetchThreadId();
+        return current_record.lock_owner;
+    }
+    return owner;
+}
+
+// Whether owner, as CurrentLockOwner gave it, was a thread of the process that this one was forked
+// from and does not run here.
+bool IsLostInFork(std::uint32_t owner) noexcept;
+
+// In the child: the calling thread, which forked, gets its new id and is the only one left.
+// REQUIRES: CurrentThreadId was called before the fork.
+void RenewThreadIdInChild() noexcept;
 
 }  // namespace ZTKPosix

@@ -168,6 +168,15 @@ void SatisfyWaiters(KernelObject& object, DispatcherSection& section) noexcept {
     }
 }
 
+// The blocks lie on the stacks of those threads, which nothing has overwritten yet.
+void ForgetWaitsInChild(KernelObject& object, DispatcherSection& section) noexcept {
+    while (WaitBlock* const block = object.first_wait) {
+        object.first_wait = block->next;
+        section.Release(object);
+    }
+    object.last_wait = nullptr;
+}
+
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) noexcept {
     // The wait that ends at once, without what only longer ones and mutexes need.
     {

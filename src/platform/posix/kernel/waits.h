@@ -37,4 +37,9 @@ struct Waiter {
 void SatisfyWaiters(KernelObject& object, DispatcherSection& section) noexcept
     ZTK_REQUIRES(dispatcher_lock);
 
+// In a child of fork: takes the waits of the parent's other threads, which are not there, out of
+// object's queue. None of the one thread's own can be in it.
+void ForgetWaitsInChild(KernelObject& object, DispatcherSection& section) noexcept
+    ZTK_REQUIRES(dispatcher_lock);
+
 }  // namespace ZTKPosix

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/posix/net/name_lookup.h"
 #include "platform/posix/net/socket_address.h"
 #include "platform/posix/net/socket_calls.h"
 #include "platform/posix/net/socket_error_map.h"
@@ -115,12 +116,18 @@ int getaddrinfo(const char* host, const char* service, const addrinfo* hints,
             system_hints.ai_socktype = 0;
         }
     }
+    const NameLookup lookup;
+    if (!lookup.TakesNames()) {
+        system_hints.ai_flags &= ~AI_ADDRCONFIG;
+        system_hints.ai_flags |= AI_NUMERICHOST | AI_NUMERICSERV;
+        hints = &system_hints;
+    }
     const int outcome =
         ::getaddrinfo(host, service, hints == nullptr ? nullptr : &system_hints, result);
     if (outcome == 0) {
         TranslateEntries(*result, hints);
     }
-    return ResolverResult(outcome);
+    return ResolverResult(outcome == EAI_NONAME && !lookup.TakesNames() ? EAI_AGAIN : outcome);
 }
 
 int getnameinfo(const sockaddr* address, int address_length, char* host, DWORD host_length,
@@ -131,6 +138,10 @@ int getnameinfo(const sockaddr* address, int address_length, char* host, DWORD h
     SystemAddress block;
     if (!ToSystemAddress(address, address_length, &block)) {
         return WSAEFAULT;
+    }
+    const NameLookup lookup;
+    if (!lookup.TakesNames()) {
+        flags |= NI_NUMERICHOST | NI_NUMERICSERV;
     }
     const auto look_up = [&](int with) {
         return ::getnameinfo(reinterpret_cast<const sockaddr*>(&block.storage), block.length, host,

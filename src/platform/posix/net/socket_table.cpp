@@ -6,7 +6,6 @@
 #include <new>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/net/socket_error_map.h"
 
 namespace ZTKPosix {
@@ -32,9 +31,6 @@ struct Chunk {
     SocketSlot slots[kSlotsPerChunk];
 };
 
-// Taken to change the start count, to make chunks, to adopt descriptors and to close all sockets.
-// Calls on sockets do not take it: what they read is atomic.
-constinit Lock g_table_lock;
 constinit std::atomic<int> g_starts{0};
 
 // A chunk, once made, stays until the library is unloaded.
@@ -50,7 +46,7 @@ SocketSlot* FindSlot(std::uint64_t descriptor) noexcept {
 
 // The slot of descriptor, in a chunk made for it if need be; null when memory is short or the
 // number too high.
-SocketSlot* MakeSlot(int descriptor) noexcept ZTK_REQUIRES(g_table_lock) {
+SocketSlot* MakeSlot(int descriptor) noexcept ZTK_REQUIRES(socket_table_lock) {
     if (descriptor >= kMaxDescriptors) {
         return nullptr;
     }
@@ -105,7 +101,7 @@ void WakeUsers(int descriptor) noexcept {
 }
 
 // The lock is held so that no socket is adopted meanwhile.
-void CloseAllSockets() noexcept ZTK_REQUIRES(g_table_lock) {
+void CloseAllSockets() noexcept ZTK_REQUIRES(socket_table_lock) {
     for (int descriptor = 0; descriptor < kMaxDescriptors; ++descriptor) {
         SocketSlot* slot = FindSlot(static_cast<std::uint64_t>(descriptor));
         if (slot == nullptr) {
@@ -163,7 +159,7 @@ bool SocketUse::IsShared() const noexcept {
 }
 
 SOCKET AdoptDescriptor(int descriptor, std::uint32_t flags) noexcept {
-    const LockGuard guard(g_table_lock);
+    const LockGuard guard(socket_table_lock);
     SocketSlot* slot = g_starts == 0 ? nullptr : MakeSlot(descriptor);
     if (slot == nullptr) {
         (void)::close(descriptor);  // its result tells nothing, as in Leave
@@ -217,12 +213,12 @@ bool RequireSocketsStarted() noexcept {
 }
 
 void CountStart() noexcept {
-    const LockGuard guard(g_table_lock);
+    const LockGuard guard(socket_table_lock);
     ++g_starts;
 }
 
 bool CountCleanup() noexcept {
-    const LockGuard guard(g_table_lock);
+    const LockGuard guard(socket_table_lock);
     if (g_starts == 0) {
         WSASetLastError(WSANOTINITIALISED);
         return false;
@@ -233,8 +229,22 @@ bool CountCleanup() noexcept {
     return true;
 }
 
+void LeaveForOtherThreadsInChild() noexcept {
+    for (int descriptor = 0; descriptor < kMaxDescriptors; ++descriptor) {
+        SocketSlot* slot = FindSlot(static_cast<std::uint64_t>(descriptor));
+        if (slot == nullptr) {
+            descriptor += kSlotsPerChunk - 1;  // no chunk: on to the next one
+            continue;
+        }
+        const std::uint64_t before = slot->state.fetch_and(~kUsers, std::memory_order_relaxed);
+        if ((before & kOpen) == 0 && (before & kUsers) != 0) {
+            (void)::close(descriptor);  // its result tells nothing, as in Leave
+        }
+    }
+}
+
 void TearDownSockets() noexcept {
-    const LockGuard guard(g_table_lock);
+    const LockGuard guard(socket_table_lock);
     g_starts = 0;
     CloseAllSockets();
     for (std::atomic<Chunk*>& place : g_chunks) {

@@ -10,9 +10,14 @@
 #include <atomic>
 #include <cstdint>
 
+#include "platform/posix/kernel/lock/lock.h"
 #include "ztk/platform.h"
 
 namespace ZTKPosix {
+
+// Taken to change the start count, to make chunks, to adopt descriptors and to close all sockets.
+// Calls on sockets do not take it: what they read is atomic.
+inline constinit Lock socket_table_lock;
 
 // What the layer knows about an open socket beyond what the system does.
 enum SocketFlags : std::uint32_t {
@@ -104,6 +109,10 @@ bool CountCleanup() noexcept;
 
 // Whether WSAStartup is in force. False sets the last error WSANOTINITIALISED.
 bool RequireSocketsStarted() noexcept;
+
+// In a child of fork: ends the stay of the parent's other threads, which are not there, in the
+// slots.
+void LeaveForOtherThreadsInChild() noexcept;
 
 // Closes the sockets that are still open and frees their table. For the unloading of the library.
 void TearDownSockets() noexcept;

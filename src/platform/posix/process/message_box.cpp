@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "platform/memory/allocation.h"
+#include "platform/posix/process/standard_error.h"
 #include "platform/posix/text/code_page.h"
 #include "ztk/platform.h"
 
@@ -38,17 +39,7 @@ class Message {
         bytes_[used_ - 1] = '\n';
     }
 
-    void Show() const noexcept {
-        std::size_t done = 0;
-        while (done < used_) {
-            const ssize_t written = ::write(STDERR_FILENO, bytes_ + done, used_ - done);
-            if (written > 0) {
-                done += static_cast<std::size_t>(written);
-            } else if (written == 0 || errno != EINTR) {
-                return;  // standard error is closed or full: there is nowhere else to show it
-            }
-        }
-    }
+    void Show() const noexcept { WriteStandardError(bytes_, used_); }
 
   private:
     bool Reserve(std::size_t room) noexcept {

@@ -6,7 +6,6 @@
 #include <new>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/text/runtime_text.h"
 #include "ztk/platform.h"
 
@@ -14,11 +13,9 @@ namespace ZTKPosix {
 
 namespace {
 
-constinit Lock tables_lock;
-
 // Followed by its strings as the platform stores them: a length and the characters of each.
 struct StringBlock {
-    StringBlock* next ZTK_GUARDED_BY(tables_lock);  // in the same bucket
+    StringBlock* next ZTK_GUARDED_BY(string_tables_lock);  // in the same bucket
     HINSTANCE module;
     UINT number;
     DWORD bytes;  // of the strings
@@ -30,15 +27,15 @@ constexpr UINT kLastBlock = 0xFFFF;
 constexpr std::size_t kLongestString = 0xFFFF;
 constexpr std::size_t kBuckets = 64;
 
-constinit StringBlock* buckets[kBuckets] ZTK_GUARDED_BY(tables_lock){};
+constinit StringBlock* buckets[kBuckets] ZTK_GUARDED_BY(string_tables_lock){};
 
 // The blocks of a module are numbered in a row, so they spread over the buckets.
-StringBlock*& BucketOf(UINT number) noexcept ZTK_REQUIRES(tables_lock) {
+StringBlock*& BucketOf(UINT number) noexcept ZTK_REQUIRES(string_tables_lock) {
     return buckets[number % kBuckets];
 }
 
 // The block of that number, or null.
-StringBlock* FindBlock(HINSTANCE module, UINT number) noexcept ZTK_REQUIRES(tables_lock) {
+StringBlock* FindBlock(HINSTANCE module, UINT number) noexcept ZTK_REQUIRES(string_tables_lock) {
     StringBlock* block = BucketOf(number);
     while (block != nullptr && (block->number != number || block->module != module)) {
         block = block->next;
@@ -47,7 +44,7 @@ StringBlock* FindBlock(HINSTANCE module, UINT number) noexcept ZTK_REQUIRES(tabl
 }
 
 // The same; sets the last error for null.
-StringBlock* RequireBlock(HINSTANCE module, UINT number) noexcept ZTK_REQUIRES(tables_lock) {
+StringBlock* RequireBlock(HINSTANCE module, UINT number) noexcept ZTK_REQUIRES(string_tables_lock) {
     StringBlock* const block = FindBlock(module, number);
     if (block == nullptr) {
         SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
@@ -88,8 +85,8 @@ StringBlock* NewBlock(HINSTANCE module, UINT number,
 
 // Removes and frees the blocks for which leaves(block) is true.
 template <class Leaves>
-void RemoveBlocks(Leaves leaves) noexcept ZTK_EXCLUDES(tables_lock) {
-    const LockGuard guard(tables_lock);
+void RemoveBlocks(Leaves leaves) noexcept ZTK_EXCLUDES(string_tables_lock) {
+    const LockGuard guard(string_tables_lock);
     for (StringBlock*& bucket : buckets) {
         StringBlock** link = &bucket;
         while (StringBlock* const block = *link) {
@@ -120,7 +117,7 @@ BOOL AddStringBlock(HINSTANCE module, UINT block,
     if (added == nullptr) {
         return FALSE;
     }
-    const LockGuard guard(tables_lock);
+    const LockGuard guard(string_tables_lock);
     if (FindBlock(module, block) != nullptr) {
         ZTK::allocation::RuntimeFree(added);
         SetLastError(ERROR_ALREADY_EXISTS);
@@ -144,13 +141,13 @@ HRSRC FindResourceW(HINSTANCE module, LPCWSTR name, LPCWSTR type) noexcept {
         SetLastError(ERROR_RESOURCE_TYPE_NOT_FOUND);
         return nullptr;
     }
-    const LockGuard guard(tables_lock);
+    const LockGuard guard(string_tables_lock);
     const StringBlock* const block = RequireBlock(module, ResourceId(name));
     return block != nullptr ? reinterpret_cast<HRSRC>(UINT_PTR{block->number}) : nullptr;
 }
 
 DWORD SizeofResource(HINSTANCE module, HRSRC resource) noexcept {
-    const LockGuard guard(tables_lock);
+    const LockGuard guard(string_tables_lock);
     const StringBlock* const block = RequireBlock(module, ResourceId(resource));
     return block != nullptr ? block->bytes : 0;
 }
@@ -161,7 +158,7 @@ int LoadStringW(HINSTANCE module, UINT id, LPWSTR buffer, int room) noexcept {
         return 0;
     }
     const UINT low = id & 0xFFFF;
-    const LockGuard guard(tables_lock);
+    const LockGuard guard(string_tables_lock);
     StringBlock* const block = RequireBlock(module, low / kStringsPerBlock + 1);
     if (block == nullptr) {
         return 0;

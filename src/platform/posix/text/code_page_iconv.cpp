@@ -82,6 +82,7 @@ iconv_t Open(UINT page, IconvConversion::Direction direction) noexcept {
     if (!NameOfPage(page, name)) {
         return kNotOpen;
     }
+    const LockGuard guard(iconv_lock);
     return direction == IconvConversion::Direction::kToWide ? iconv_open(kWide, name)
                                                             : iconv_open(name, kWide);
 }
@@ -93,6 +94,7 @@ IconvConversion::IconvConversion(UINT code_page, Direction direction) noexcept
 
 IconvConversion::~IconvConversion() {
     if (IsOpen()) {
+        const LockGuard guard(iconv_lock);
         iconv_close(conversion_);
     }
 }

@@ -3,9 +3,14 @@
 
 #include <cstddef>
 
+#include "platform/posix/kernel/lock/lock.h"
 #include "ztk/platform.h"
 
 namespace ZTKPosix {
+
+// Held while iconv opens or closes a conversion: it takes locks of the C library then, which a
+// child forked in between would find taken for ever.
+inline constinit Lock iconv_lock;
 
 // One conversion between a code page and UTF-16. Opened for each call: these pages are on no hot
 // path, and nothing is left behind when the library is unloaded.

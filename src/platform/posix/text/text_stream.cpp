@@ -13,18 +13,17 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "platform/memory/allocation.h"
-#include "platform/posix/kernel/lock/lock.h"
 #include "platform/posix/text/code_page.h"
+#include "platform/posix/text/quiet_write.h"
 #include "platform/posix/text/runtime_text.h"
 #include "platform/posix/text/unicode.h"
 
 namespace ZTKPosix {
 
 namespace {
-
-constinit Lock pool_lock;  // guards the list of all streams
 
 // The size that the process may let file reach. A write behind it would be answered by a signal,
 // which ends a host that does not expect it.
@@ -51,6 +50,7 @@ class TextStream {
             return false;
         }
         file_ = file;
+        may_raise_sigpipe_ = MayRaiseSigpipe(file);
         size_ = 0;
         limit_ = LimitOf(file);
         used_ = Put(0xFEFF, 0);
@@ -85,13 +85,22 @@ class TextStream {
             return 0;
         }
         const bool good = Flush();
+        // Closed to the stream first: a child forked in between must not take the number for its
+        // own.
+        const int file = std::exchange(file_, kClosed);
         // Not repeated on EINTR: the descriptor is gone in any case.
-        (void)::close(file_);  // Flush has told of write errors
-        file_ = kClosed;
+        (void)::close(file);  // Flush has told of write errors
         return good ? 0 : -1;
     }
 
-    TextStream* next ZTK_GUARDED_BY(pool_lock) = nullptr;
+    // In a child of fork, where nobody uses the stream: what is buffered is the parent's to write.
+    void DropBufferInChild() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
+        lock_.Reset();
+        used_ = 0;
+        owed_ = 0;  // the parent writes it
+    }
+
+    TextStream* next ZTK_GUARDED_BY(stream_pool_lock) = nullptr;
 
   private:
     static constexpr int kClosed = -1;
@@ -152,12 +161,17 @@ class TextStream {
         return static_cast<std::size_t>(std::min<std::uint64_t>(used_, limit_ - size_));
     }
 
+    ssize_t WriteSome(const void* bytes, std::size_t count) noexcept ZTK_REQUIRES(lock_) {
+        return may_raise_sigpipe_ ? WriteWithoutSigpipe(file_, bytes, count)
+                                  : ::write(file_, bytes, count);
+    }
+
     // Hands the buffer to the system and returns the bytes that it took.
     std::size_t WriteOut() noexcept ZTK_REQUIRES(lock_) {
         const std::size_t allowed = AllowedBytes();
         std::size_t taken = 0;
         while (taken < allowed) {
-            const ssize_t written = ::write(file_, buffer_ + taken, allowed - taken);
+            const ssize_t written = WriteSome(buffer_ + taken, allowed - taken);
             if (written > 0) {
                 taken += static_cast<std::size_t>(written);
             } else if (written == 0 || errno != EINTR) {
@@ -185,6 +199,7 @@ class TextStream {
     int file_ ZTK_GUARDED_BY(lock_) = kClosed;
     std::uint64_t size_ ZTK_GUARDED_BY(lock_) = 0;   // of the file, as far as this stream wrote it
     std::uint64_t limit_ ZTK_GUARDED_BY(lock_) = 0;  // what size_ may reach; never below it
+    bool may_raise_sigpipe_ ZTK_GUARDED_BY(lock_) = false;  // constant while it is open
     std::size_t used_ ZTK_GUARDED_BY(lock_) = 0;
     // The first bytes of the buffer, which must reach the file before any other: the byte-order
     // mark, or the rest of a character.
@@ -196,11 +211,11 @@ namespace {
 
 // All streams ever opened. A closed one keeps its memory, because a thread may still hold it while
 // the process ends, and serves the next _wfopen.
-constinit TextStream* pool ZTK_GUARDED_BY(pool_lock) = nullptr;
+constinit TextStream* pool ZTK_GUARDED_BY(stream_pool_lock) = nullptr;
 
 // A stream that writes to file, or null when memory is short.
-TextStream* StartStream(int file) noexcept ZTK_EXCLUDES(pool_lock) {
-    const LockGuard guard(pool_lock);
+TextStream* StartStream(int file) noexcept ZTK_EXCLUDES(stream_pool_lock) {
+    const LockGuard guard(stream_pool_lock);
     for (TextStream* stream = pool; stream != nullptr; stream = stream->next) {
         if (stream->Start(file)) {
             return stream;
@@ -258,8 +273,14 @@ int fclose(TextStream* stream) noexcept {
     return stream->Close();
 }
 
+void DropTextStreamBuffersInChild() noexcept {
+    for (TextStream* stream = pool; stream != nullptr; stream = stream->next) {
+        stream->DropBufferInChild();
+    }
+}
+
 void TearDownTextStreams() noexcept {
-    const LockGuard guard(pool_lock);
+    const LockGuard guard(stream_pool_lock);
     while (pool != nullptr) {
         TextStream* const stream = pool;
         pool = stream->next;

@@ -2,9 +2,12 @@
 // line feeds written as carriage return and line feed.
 #pragma once
 
+#include "platform/posix/kernel/lock/lock.h"
 #include "ztk/platform.h"
 
 namespace ZTKPosix {
+
+inline constinit Lock stream_pool_lock;  // guards the list of all streams
 
 class TextStream;
 
@@ -32,6 +35,10 @@ int fflush(TextStream* stream) noexcept;
 // Flushes and closes. Returns what fflush would. The stream's own memory stays with the layer until
 // the library is unloaded, and may serve the next _wfopen.
 int fclose(TextStream* stream) noexcept;
+
+// In a child of fork: frees each stream from a parent's thread that was writing to it and drops
+// what it had buffered.
+void DropTextStreamBuffersInChild() noexcept ZTK_REQUIRES(stream_pool_lock);
 
 // Closes the streams that are open and frees all. Called when the library is unloaded.
 void TearDownTextStreams() noexcept;

@@ -1,22 +1,8 @@
 #include "platform/posix/kernel/lock/lock.h"
 
+#include "platform/posix/kernel/lock/spin.h"
+
 namespace ZTKPosix {
-
-namespace {
-
-// Most of what is done under these locks takes well under a microsecond, a sleep and a wake-up
-// several.
-constexpr int kSpins = 100;
-
-void RelaxProcessor() noexcept {
-#if defined(__x86_64__) || defined(__i386__)
-    __builtin_ia32_pause();
-#elif defined(__aarch64__) || defined(__arm__)
-    asm volatile("yield");
-#endif
-}
-
-}  // namespace
 
 void Lock::AcquireContended() noexcept {
     for (int i = 0; i < kSpins; ++i) {
