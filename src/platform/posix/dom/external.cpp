@@ -97,7 +97,7 @@ bool ExternalsAllowed() noexcept {
 char* ResolveLocalFile(const char* address, const char* base, bool& no_memory) noexcept {
     const std::string_view text = address;
     const bool has_scheme = StartsWith(text, kScheme);
-    std::string_view directory;
+    std::string_view directory = "";  // not null: it is copied
     std::string_view path = text;
     no_memory = false;
     if (has_scheme) {
