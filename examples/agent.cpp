@@ -17,13 +17,15 @@ using example::Connection;
 using example::Narrow;
 
 constexpr const char* kUsage =
-    "usage: agent [--host HOST] [--port N] [--port-file F] [--serve-for N] [--log F] [--log-hex]\n"
+    "usage: agent [--host HOST] [--port N] [--port-file F] [--peers N] [--serve-for N] [--log F]\n"
+    "             [--log-hex]\n"
     "\n"
     "Listens for peers and answers their requests (peer sends them; \"help\" lists them).\n"
     "\n"
     "  --host HOST     local name or address to listen on; \"any\" for all (127.0.0.1)\n"
     "  --port N        port to listen on; 0 lets the system choose (0)\n"
     "  --port-file F   write the port to file F once listening has begun\n"
+    "  --peers N       serve up to N peers at a time; further ones are told so (64)\n"
     "  --serve-for N   end when N peers have come and gone (else: never)\n"
     "  --once          the same as --serve-for 1\n"
     "  --log F         write a trace log with all received messages to file F\n"
@@ -36,6 +38,7 @@ struct Settings {
     std::string host;
     long port = 0;
     std::string port_file;
+    std::size_t peers = 0;
     long serve_for = 0;  // 0: no end
     std::string log;
     bool log_hex = false;
@@ -77,7 +80,6 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
     explicit Agent(const Settings& settings)
         : settings_(settings),
           endpoint_(example::Endpoint(settings.host, settings.port)),
-          server_(this, 0, &endpoint_),
           changed_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
@@ -85,10 +87,14 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
 
     // Returns when the agent is to end. False after an error.
     bool Serve() {
-        if (server_.Listen() == 1) {
-            while (!ending_) {
-                WaitForSingleObject(changed_, INFINITE);
-                RemoveFinishedConnections();
+        StartListening();
+        while (!ending_) {
+            const DWORD woken =
+                WaitForSingleObject(changed_, interrupted_ ? kPauseBeforeListening : INFINITE);
+            const bool some_ended = RemoveFinishedConnections();
+            // What was short may be there again: a connection gave its share back, or time passed.
+            if (interrupted_ && !ending_ && (some_ended || woken == kTimedOut)) {
+                StartListening();
             }
         }
         Stop();
@@ -100,7 +106,12 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
     void OnSocketCreated(std::uint64_t) override {}
 
     void OnListen(const wchar_t*, const wchar_t* address, unsigned short) override {
-        const unsigned port = ListeningPort(server_.GetSocket());
+        const unsigned port = ListeningPort(server_->GetSocket());
+        if (listened_) {
+            return;  // peers know us by now
+        }
+        listened_ = true;
+        endpoint_.port = static_cast<unsigned short>(port);  // for the next time
         std::printf("agent: listening on %s port %u\n", Narrow(address).c_str(), port);
         std::fflush(stdout);
         ZTKTrace(L"agent: listening on port %u\n", port);
@@ -112,6 +123,11 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
     }
 
     void OnAccept(ZTK::CServerSocket*, std::uint64_t socket) override {
+        told_of_error_ = false;
+        if (CountConnections() >= settings_.peers) {
+            Refuse(socket);
+            return;
+        }
         auto connection = std::make_unique<Connection>(++accepted_, socket, this, &target_);
         if (!connection->Start()) {
             std::fprintf(stderr, "agent: no thread for peer %d\n", accepted_);
@@ -123,12 +139,23 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
         SetEvent(changed_);  // the connection may have ended already, before it was in the list
     }
 
+    // Without a listening socket there is nothing to serve. Later, peers are there: when the system
+    // has no descriptor left for one more, say, they are served on, and listening begins again.
     void OnError(ZTK::CServerSocket*, int error) override {
-        std::fprintf(stderr, "agent: cannot serve %s port %ld: %s (%d)\n", settings_.host.c_str(),
-                     settings_.port, Narrow(ZTK::CSocketUtil::PrintSocketError(error)).c_str(),
-                     error);
-        failed_ = true;
-        OnEndRequested();
+        const std::string text = Narrow(ZTK::CSocketUtil::PrintSocketError(error));
+        if (!listened_) {
+            std::fprintf(stderr, "agent: cannot serve %s port %ld: %s (%d)\n",
+                         settings_.host.c_str(), settings_.port, text.c_str(), error);
+            failed_ = true;
+            OnEndRequested();
+            return;
+        }
+        if (!told_of_error_.exchange(true)) {
+            std::fprintf(stderr, "agent: cannot accept a peer, trying again: %s (%d)\n",
+                         text.c_str(), error);
+        }
+        interrupted_ = true;
+        SetEvent(changed_);
     }
 
     // ConnectionOwner
@@ -140,7 +167,41 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
     void OnConnectionOver() override { SetEvent(changed_); }
 
   private:
-    void RemoveFinishedConnections() {
+    // The listener thread ends with each error, and a server listens once: this takes a new one.
+    void StartListening() {
+        if (server_ != nullptr) {
+            server_->Shutdown();
+            server_->WaitForThreadExit(-1);
+        }
+        interrupted_ = false;
+        server_ = std::make_unique<ZTK::CServerSocket>(this, 0, &endpoint_);
+        (void)server_->Listen();  // OnError tells of what fails
+    }
+
+    std::size_t CountConnections() {
+        lock_.Lock();
+        const std::size_t count = connections_.size();
+        lock_.Unlock();
+        return count;
+    }
+
+    // Answers no request of this peer, but tells it why.
+    void Refuse(std::uint64_t socket) {
+        const std::string reason = "the agent serves " + std::to_string(settings_.peers) +
+                                   " peers already, try again later";
+        std::fprintf(stderr, "agent: refused a peer: %s\n", reason.c_str());
+        std::string message;
+        example::AppendMessage(&message, example::Kind::kFailure, 0, example::MakeAnswer(reason));
+        ZTK::CClientSocket guest(nullptr, socket, 0);
+        (void)example::SendAll(guest, message);  // fits into the buffer of a fresh connection
+        // What came is read: closing a socket with unread bytes would take the message back.
+        guest.SetAsyncMode(1);
+        (void)guest.Read();
+        guest.Shutdown();
+    }
+
+    // Whether there were any.
+    bool RemoveFinishedConnections() {
         std::list<std::unique_ptr<Connection>> finished;
         lock_.Lock();
         for (auto it = connections_.begin(); it != connections_.end();) {
@@ -155,26 +216,36 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
         if (settings_.serve_for > 0 && served_ >= settings_.serve_for) {
             ending_ = true;
         }
+        return !finished.empty();
     }  // destroyed without the lock, since that waits for their threads
 
-    // First no new peers, then the old ones.
+    // First no new peers, then the old ones: all are told to stop before the first is waited for.
     void Stop() {
         ending_ = true;
-        server_.Shutdown();
-        server_.WaitForThreadExit(-1);
+        server_->Shutdown();
+        server_->WaitForThreadExit(-1);
+        for (const auto& connection : connections_) {
+            connection->Stop();
+        }
         connections_.clear();
     }
 
+    static constexpr DWORD kPauseBeforeListening = 1000;  // milliseconds
+    static constexpr auto kTimedOut = static_cast<DWORD>(WAIT_TIMEOUT);
+
     const Settings settings_;
     ZTK::TSOSocketInfo endpoint_;
-    ZTK::CServerSocket server_;
+    std::unique_ptr<ZTK::CServerSocket> server_;
     example::Target target_;
     HANDLE changed_;  // auto-reset: something happened that Serve is to look at
     std::atomic<bool> ending_{false};
     std::atomic<bool> failed_{false};
-    int accepted_ = 0;  // touched by the listener thread
-    long served_ = 0;   // touched by the main thread
-    ZTK::CLock lock_;   // guards connections_
+    std::atomic<bool> listened_{false};       // once at least
+    std::atomic<bool> interrupted_{false};    // the listener thread ended with an error
+    std::atomic<bool> told_of_error_{false};  // since the last peer that was accepted
+    int accepted_ = 0;                        // touched by the listener thread
+    long served_ = 0;                         // touched by the main thread
+    ZTK::CLock lock_;                         // guards connections_
     std::list<std::unique_ptr<Connection>> connections_;
 };
 
@@ -205,6 +276,7 @@ int main(int argc, char** argv) {
     settings.host = line.Text("--host", "127.0.0.1");
     settings.port = line.Number("--port", 0, 65535, 0);
     settings.port_file = line.Text("--port-file", "");
+    settings.peers = static_cast<std::size_t>(line.Number("--peers", 1, 10000, 64));
     settings.serve_for = line.Number("--serve-for", 1, 1000000000, line.Flag("--once") ? 1 : 0);
     settings.log = line.Text("--log", "");
     settings.log_hex = line.Flag("--log-hex");

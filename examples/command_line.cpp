@@ -11,7 +11,7 @@ CommandLine::CommandLine(int argc, char** argv, const char* program, const char*
     : program_(program),
       usage_(usage),
       arguments_(argv + std::min(1, argc), argv + argc),
-      help_(Flag("--help")) {}
+      help_(std::find(arguments_.begin(), arguments_.end(), "--help") != arguments_.end()) {}
 
 bool CommandLine::Flag(const char* name) {
     const auto found = std::find(arguments_.begin(), arguments_.end(), name);
@@ -19,6 +19,7 @@ bool CommandLine::Flag(const char* name) {
         return false;
     }
     arguments_.erase(found);
+    taken_.emplace_back(name);
     return true;
 }
 
@@ -27,12 +28,14 @@ std::string CommandLine::Text(const char* name, const char* otherwise) {
     if (found == arguments_.end()) {
         return otherwise;
     }
-    if (found + 1 == arguments_.end()) {
+    taken_.emplace_back(name);
+    const auto next = arguments_.erase(found);
+    if (next == arguments_.end() || next->substr(0, 2) == "--") {
         Complain(std::string(name) + " needs a value");
         return otherwise;
     }
-    std::string value = *(found + 1);
-    arguments_.erase(found, found + 2);
+    std::string value = *next;
+    arguments_.erase(next);
     return value;
 }
 
@@ -74,7 +77,9 @@ bool CommandLine::IsSettled(int* exit_code) const {
     }
     std::string problem = problem_;
     if (problem.empty() && !arguments_.empty()) {
-        problem = "unknown argument '" + arguments_.front() + "'";
+        const std::string& argument = arguments_.front();
+        const bool again = std::find(taken_.begin(), taken_.end(), argument) != taken_.end();
+        problem = again ? argument + " is given twice" : "unknown argument '" + argument + "'";
     }
     if (problem.empty()) {
         return false;

@@ -9,7 +9,8 @@
 namespace example {
 
 // Takes options of the forms "--name" and "--name VALUE" out of a command line. The program asks
-// for each option that it knows; IsSettled then says whether the program is done already.
+// for each option that it knows; IsSettled then says whether the program is done already. An option
+// may be given once. A value does not begin with "--": a file of such a name is written "./--name".
 class CommandLine {
   public:
     // program begins every complaint; usage follows it, and answers "--help".
@@ -30,8 +31,9 @@ class CommandLine {
 
     const char* program_;
     const char* usage_;
-    std::vector<std::string> arguments_;
-    std::string problem_;  // the first
+    std::vector<std::string> arguments_;  // that were not asked for yet
+    std::vector<std::string> taken_;      // options that were found
+    std::string problem_;                 // the first
     bool help_;
 };
 

@@ -17,9 +17,7 @@ Connection::Connection(int number, std::uint64_t socket, ConnectionOwner* owner,
     : number_(number), owner_(owner), target_(target), socket_(this, socket, 0) {}
 
 Connection::~Connection() {
-    // Shutdown ends a blocked receive and a blocked send; Close ends the waits of OnReceive.
-    inbox_.Close();
-    socket_.Shutdown();
+    Stop();
     if (answering_thread_ != nullptr) {
         WaitForSingleObject(answering_thread_, INFINITE);
         CloseHandle(answering_thread_);
@@ -29,6 +27,13 @@ Connection::~Connection() {
     if (receiver_thread_ != nullptr) {
         CloseHandle(receiver_thread_);
     }
+}
+
+// Shutdown ends a blocked receive and a blocked send; Close ends the waits of OnReceive.
+void Connection::Stop() {
+    connected_ = false;
+    inbox_.Close();
+    socket_.Shutdown();
 }
 
 bool Connection::Start() {
@@ -89,13 +94,14 @@ void Connection::AnswerUntilDisconnected() {
     ReportEnd();
 }
 
-// Answers all that has arrived. Many answers go out with one send.
+// Answers all that has arrived. Many answers go out with one send. What arrived from a peer that
+// cannot be answered any more is not looked at: nobody is to wait for that.
 void Connection::AnswerWaiting() {
     std::string out;
     std::vector<Message*> answered;
     bool end_requested = false;
     while (Message* request = inbox_.Take()) {
-        if (!end_requested) {
+        if (connected_ && !end_requested) {
             end_requested = Answer(*request, &out);
         }
         answered.push_back(request);
@@ -113,9 +119,7 @@ void Connection::AnswerWaiting() {
 // receiver thread is free to shut the socket down.
 void Connection::SendAnswers(std::string* out, std::vector<Message*>* answered) {
     if (connected_ && !SendAll(socket_, *out)) {
-        connected_ = false;
-        inbox_.Close();
-        socket_.Shutdown();
+        Stop();
     }
     out->clear();
     for (Message* request : *answered) {
@@ -172,8 +176,9 @@ void Connection::ReportEnd() {
     if (inbox_.Problem() != nullptr) {
         std::fprintf(stderr, "agent: peer %d dropped: %s\n", number_, inbox_.Problem());
     } else if (socket_.GetLastError() != 0) {
-        std::fprintf(stderr, "agent: peer %d: %s\n", number_,
-                     Narrow(socket_.GetErrorDesc()).c_str());
+        std::fprintf(stderr, "agent: peer %d: %s (%lu)\n", number_,
+                     Narrow(socket_.GetErrorDesc()).c_str(),
+                     static_cast<unsigned long>(socket_.GetLastError()));
     }
     if (inbox_.Problem() == nullptr && inbox_.PendingBytes() != 0) {
         std::fprintf(stderr, "agent: peer %d: cut off in mid-message, %llu bytes of it had come\n",

@@ -42,6 +42,10 @@ class Connection final : public ZTK::ISOReceiver {
     // Stops the connection and waits for its threads. REQUIRES: not on one of them.
     ~Connection();
 
+    // Lets both threads end: nothing more is received, and what has arrived but was not answered is
+    // dropped. Returns at once.
+    void Stop();
+
     // False when the threads could not be started.
     bool Start();
 
@@ -68,9 +72,9 @@ class Connection final : public ZTK::ISOReceiver {
     Inbox inbox_;
     HANDLE receiver_thread_ = nullptr;
     HANDLE answering_thread_ = nullptr;
-    std::unique_ptr<XmlBody> body_;  // the request at hand; touched by the answering thread
-    std::uint64_t answered_ = 0;     // this and the next: touched by the answering thread
-    bool connected_ = true;
+    std::unique_ptr<XmlBody> body_;      // the request at hand; touched by the answering thread
+    std::uint64_t answered_ = 0;         // touched by the answering thread
+    std::atomic<bool> connected_{true};  // answers can still be sent
     std::atomic<bool> over_{false};
 };
 

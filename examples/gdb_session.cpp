@@ -52,7 +52,8 @@ void GdbSession::Connect(const std::string& host, long port) {
     ZTK::TSOSocketInfo info = Endpoint(host, port);
     if (!socket_.Connect(&info)) {
         throw SessionError{"cannot connect to " + host + " port " + std::to_string(port) + ": " +
-                           Narrow(socket_.GetErrorDesc())};
+                           Narrow(socket_.GetErrorDesc()) + " (" +
+                           std::to_string(socket_.GetLastError()) + ")"};
     }
     receiver_thread_ = socket_.Receive(0);
     if (receiver_thread_ == nullptr) {

@@ -1,11 +1,19 @@
 // Where received messages wait.
 #include "inbox.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace example {
 
 namespace {
 
-constexpr std::uint64_t kMostWaiting = 4096;  // messages
+constexpr std::uint64_t kMostWaiting = 1024;  // messages
+constexpr std::uint64_t kMostWaitingBytes = 1 << 20;
+
+// The packet of a message that is kept for reuse. A larger one is destroyed instead: kept, each
+// would hold on to the most that a peer ever sent in one message.
+constexpr int kMostKeptBytes = 1024;
 
 }  // namespace
 
@@ -29,16 +37,16 @@ bool Inbox::Feed(unsigned char* data, int length) {
     if (problem_ != nullptr) {
         return false;
     }
-    WaitWhileMoreThan(kMostWaiting);
+    WaitWhileMoreThan(kMostWaiting, kMostWaitingBytes);
     return true;
 }
 
 void Inbox::WaitUntilEmpty() {
-    WaitWhileMoreThan(0);
+    WaitWhileMoreThan(0, 0);
 }
 
-void Inbox::WaitWhileMoreThan(std::uint64_t messages) {
-    while (!closed_ && complete_ - done_ > messages) {
+void Inbox::WaitWhileMoreThan(std::uint64_t messages, std::uint64_t bytes) {
+    while (!closed_ && (complete_ - done_ > messages || message_bytes_ - done_bytes_ > bytes)) {
         WaitForSingleObject(given_back_, INFINITE);
     }
 }
@@ -56,13 +64,30 @@ Message* Inbox::Take() {
 }
 
 void Inbox::GiveBack(Message* message) {
-    PushPool(message);
-    // The receiver thread adds nothing while it waits, so it cannot miss the number that it waits
-    // for.
+    const int size = message->GetPacketSize();
+    if (size <= kMostKeptBytes) {
+        PushPool(message);
+    } else {
+        Destroy(message);
+    }
+    const auto bytes = static_cast<std::uint64_t>(size);
+    const std::uint64_t bytes_left = message_bytes_ - (done_bytes_ += bytes);
     const std::uint64_t left = complete_ - ++done_;
-    if (left == kMostWaiting || left == 0) {
+    // The receiver thread adds nothing while it waits, so one of these is seen to come true.
+    const bool bytes_fit = bytes_left <= kMostWaitingBytes;
+    if (left == 0 || (left == kMostWaiting && bytes_fit) ||
+        (bytes_fit && bytes_left + bytes > kMostWaitingBytes)) {
         SetEvent(given_back_);
     }
+}
+
+void Inbox::Destroy(Message* message) {
+    LockQueue();
+    const auto found = std::find_if(made_.begin(), made_.end(),
+                                    [message](const auto& made) { return made.get() == message; });
+    std::swap(*found, made_.back());
+    made_.pop_back();
+    UnlockQueue();
 }
 
 void Inbox::Close() {

@@ -13,6 +13,9 @@ namespace example {
 
 // One connection's receiver. The receiver thread calls Feed; the consumer waits for Arrived(), then
 // calls Take and GiveBack until nothing is left.
+//
+// A peer cannot make it hold more than a few megabytes: some messages and bytes that wait, one
+// message that is still arriving, and small messages that are kept for reuse.
 class Inbox : public ZTK::CSocketMsgReceiver {
   public:
     Inbox();
@@ -55,7 +58,8 @@ class Inbox : public ZTK::CSocketMsgReceiver {
     void AssertValidMsg(ZTK::CSocketMsg* message) override;
 
   private:
-    void WaitWhileMoreThan(std::uint64_t messages);
+    void WaitWhileMoreThan(std::uint64_t messages, std::uint64_t bytes);
+    void Destroy(Message* message);
 
     HANDLE arrived_;
     HANDLE given_back_;
@@ -63,6 +67,7 @@ class Inbox : public ZTK::CSocketMsgReceiver {
         made_;  // the library destroys no message; guarded by LockQueue
     std::atomic<std::uint64_t> complete_{0};  // messages received so far
     std::atomic<std::uint64_t> done_{0};      // messages given back so far
+    std::atomic<std::uint64_t> done_bytes_{0};
     std::atomic<std::uint64_t> received_bytes_{0};
     std::atomic<std::uint64_t> message_bytes_{0};
     std::atomic<const char*> problem_{nullptr};

@@ -46,8 +46,8 @@ bool InputFile::TakeMark() const {
 
 std::string InputFile::OpenProblem() const {
     struct stat info {};
-    if (stat(path_.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-        return "is a directory";
+    if (stat(path_.c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
+        return S_ISDIR(info.st_mode) ? "is a directory" : "is no regular file";
     }
     switch (error_) {
         case ERROR_FILE_NOT_FOUND:

@@ -87,7 +87,10 @@ class Peer final : public ZTK::ISOReceiver {
             std::printf("> %s\n", line.c_str());
             std::string bytes;
             example::AppendMessage(&bytes, Kind::kRequest, ++sequence, request);
-            Message* answer = example::SendAll(socket_, bytes) ? NextAnswer() : nullptr;
+            // An agent that refuses to serve us says so and closes the connection, so an answer may
+            // be there even if the request could not be sent.
+            (void)example::SendAll(socket_, bytes);
+            Message* answer = NextAnswer();
             const bool matches = answer != nullptr && answer->GetSequence() == sequence;
             if (matches) {
                 PrintAnswer(*answer);
@@ -99,6 +102,10 @@ class Peer final : public ZTK::ISOReceiver {
                 ReportFailure("request " + std::to_string(sequence));
                 return false;
             }
+        }
+        if (requests.bad()) {  // a directory can be opened, but not read
+            std::fprintf(stderr, "peer: the requests cannot be read\n");
+            return false;
         }
         std::printf("peer: %u requests, all answered\n", static_cast<unsigned>(sequence));
         return true;
@@ -148,6 +155,12 @@ class Peer final : public ZTK::ISOReceiver {
         DWORD woken = WAIT_OBJECT_0;
         for (;;) {
             Message* answer = inbox_.Take();
+            if (answer != nullptr && answer->GetKind() == Kind::kFailure &&
+                answer->GetSequence() == kNoRequest) {
+                refusal_ = TextOf(*answer);
+                inbox_.GiveBack(answer);
+                return nullptr;
+            }
             if (answer != nullptr || woken != WAIT_OBJECT_0) {
                 return answer;
             }
@@ -204,18 +217,23 @@ class Peer final : public ZTK::ISOReceiver {
 
     void ReportFailure(const std::string& what) {
         std::string reason = "the answer does not match";
-        if (inbox_.Problem() != nullptr) {
+        if (!refusal_.empty()) {
+            reason = refusal_;
+        } else if (inbox_.Problem() != nullptr) {
             reason = inbox_.Problem();
         } else if (timed_out_) {
             reason = "no answer in time";
         } else if (socket_.GetSocket() == 0 && socket_.GetLastError() != 0) {
-            reason = example::Narrow(socket_.GetErrorDesc());
+            reason = example::Narrow(socket_.GetErrorDesc()) + " (" +
+                     std::to_string(socket_.GetLastError()) + ")";
         } else if (socket_.GetSocket() == 0) {
             reason = inbox_.PendingBytes() != 0 ? "the connection was cut in mid-message"
                                                 : "the agent closed the connection";
         }
         std::fprintf(stderr, "peer: %s was not answered: %s\n", what.c_str(), reason.c_str());
     }
+
+    static constexpr std::uint32_t kNoRequest = 0;  // our own are numbered from 1
 
     const DWORD timeout_;  // milliseconds
     ZTK::CClientSocket socket_;
@@ -224,6 +242,7 @@ class Peer final : public ZTK::ISOReceiver {
     HANDLE receiver_thread_ = nullptr;
     long pipeline_ = 0;
     bool timed_out_ = false;
+    std::string refusal_;  // why the agent does not serve us
     std::atomic<bool> stopping_{false};
 };
 
