@@ -28,10 +28,12 @@ ZTK::CLock* shared_lock;
 void Log() {
     WaitForSingleObject(shared_mutex, INFINITE);
     shared_lock->Lock();
-    ZTKTrace(L"%d\n", static_cast<int>(GetCurrentThreadId()));
+    // Temporary strings stay within the locks: so many turns would give a slot to a second thread
+    // while a first one still writes to it.
+    ZTKTrace(L"%d %s\n", static_cast<int>(GetCurrentThreadId()), ZTK::StrConvert("runs", 1252));
     shared_lock->Unlock();
     ReleaseMutex(shared_mutex);
-    ZTK::LogTextW(ZTK::StrConvert("still running", 1252));
+    ZTK::LogTextW(L"still running");
 }
 
 DWORD LogForEver(LPVOID) {
