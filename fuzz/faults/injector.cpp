@@ -1,0 +1,172 @@
+#include "injector.h"
+
+#include <dlfcn.h>
+#include <link.h>
+#include <linux/futex.h>
+#include <netdb.h>
+#include <sys/syscall.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+// The C library's own names for its allocator, and the linker's for where the program's code lies.
+extern "C" {
+void* __libc_malloc(std::size_t);
+void* __libc_calloc(std::size_t, std::size_t);
+void* __libc_realloc(void*, std::size_t);
+void __libc_free(void*);
+extern const char __executable_start, etext;
+}
+
+namespace ztk_faults {
+namespace {
+
+constexpr Call kRequest = {"malloc", 0, false, nullptr};
+std::atomic<const Call*> failing{nullptr};
+std::atomic<long> calls_left{0}, live_blocks{0};
+std::atomic<int> failure{0};
+
+struct Code {
+    std::uintptr_t begin, end;
+
+    [[nodiscard]] bool Has(const void* place) const {
+        const auto address = reinterpret_cast<std::uintptr_t>(place);
+        return address >= begin && address < end;
+    }
+};
+
+int FindLibrary(dl_phdr_info* info, std::size_t, void* code) {
+    if (std::strstr(info->dlpi_name, "libZtkAgentLib") == nullptr) {
+        return 0;
+    }
+    for (int i = 0; i < info->dlpi_phnum; ++i) {
+        const auto& part = info->dlpi_phdr[i];
+        if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0) {
+            const std::uintptr_t begin = info->dlpi_addr + part.p_vaddr;
+            *static_cast<Code*>(code) = {begin, begin + part.p_memsz};
+        }
+    }
+    return 1;
+}
+
+bool IsLibrary(const void* caller) {
+    static const Code library = [] {
+        Code found = {0, 0};
+        dl_iterate_phdr(FindLibrary, &found);
+        return found;
+    }();
+    return library.Has(caller);
+}
+
+bool IsProgram(const void* caller) {
+    return Code{reinterpret_cast<std::uintptr_t>(&__executable_start),
+                reinterpret_cast<std::uintptr_t>(&etext)}
+        .Has(caller);
+}
+
+bool IsTurn() {
+    return calls_left.fetch_sub(1) == 0;
+}
+
+// All arguments are whole numbers or pointers, which travel in the same places whatever their types
+// are, so one form serves every call; most have fewer.
+using Function = long (*)(long, long, long, long, long, long, long);
+struct Arguments {
+    long a, b, c, d, e, f, g;
+};
+
+long Perform(const Call& call, Function original, const void* caller, Arguments x) {
+    // Of system calls by number only waiting is failed: nobody could survive that waking a thread
+    // fails, and it does not.
+    const bool applies = std::strcmp(call.name, "syscall") != 0 ||
+                         (x.a == SYS_futex && (x.c & FUTEX_CMD_MASK) == FUTEX_WAIT_BITSET);
+    if (failing.load() != &call || !applies || !IsLibrary(caller) || !IsTurn()) {
+        return original(x.a, x.b, x.c, x.d, x.e, x.f, x.g);
+    }
+    if (call.effective == -1 || call.effective == failure) {
+        original(x.a, x.b, x.c, x.d, x.e, x.f, x.g);
+    }
+    errno = failure;
+    return call.gives_error ? failure.load() : -1;
+}
+
+bool RefusesMemory(const void* caller) {
+    const bool refuses = failing.load() == &kRequest && !IsProgram(caller) && IsTurn();
+    errno = refuses ? ENOMEM : errno;
+    return refuses;
+}
+
+void* Counted(void* block) {
+    live_blocks.fetch_add(block != nullptr ? 1 : 0);
+    return block;
+}
+
+}  // namespace
+
+#include "system_calls.inc"
+
+// Defines the function under its own name for the linker, and under another for the compiler, which
+// knows it with other parameters.
+#define ZTK_DEFINE(name, effective, gives_error, ...)                                              \
+    constexpr int name##_errors[] = {__VA_ARGS__, 0};                                              \
+    constexpr Call name##_call = {#name, effective, gives_error, name##_errors};                   \
+    extern "C" long Faulty_##name(long, long, long, long, long, long, long) asm(#name);            \
+    long Faulty_##name(long a, long b, long c, long d, long e, long f, long g) {                   \
+        static const auto original = reinterpret_cast<Function>(dlsym(RTLD_NEXT, #name));          \
+        return Perform(name##_call, original, __builtin_return_address(0), {a, b, c, d, e, f, g}); \
+    }
+#define ZTK_LIST(name, ...) &name##_call,
+
+ZTK_CALLS(ZTK_DEFINE)
+const Call* const kCalls[kCallCount] = {ZTK_CALLS(ZTK_LIST)};
+
+void FailNth(const Call& call, long nth, int error) noexcept {
+    failure = error;
+    calls_left = nth;
+    failing = &call;
+}
+
+void FailNthRequest(long nth) noexcept {
+    FailNth(kRequest, nth, ENOMEM);
+}
+
+bool StopFailing() noexcept {
+    failing = nullptr;
+    return calls_left < 0;
+}
+
+long LiveBlocks() noexcept {
+    return live_blocks;
+}
+
+}  // namespace ztk_faults
+
+extern "C" {
+
+void* malloc(std::size_t bytes) noexcept {
+    const bool refused = ztk_faults::RefusesMemory(__builtin_return_address(0));
+    return refused ? nullptr : ztk_faults::Counted(__libc_malloc(bytes));
+}
+
+void* calloc(std::size_t count, std::size_t bytes) noexcept {
+    const bool refused = ztk_faults::RefusesMemory(__builtin_return_address(0));
+    return refused ? nullptr : ztk_faults::Counted(__libc_calloc(count, bytes));
+}
+
+void* realloc(void* block, std::size_t bytes) noexcept {
+    if (ztk_faults::RefusesMemory(__builtin_return_address(0))) {
+        return nullptr;
+    }
+    void* const moved = __libc_realloc(block, bytes);
+    return block == nullptr ? ztk_faults::Counted(moved) : moved;
+}
+
+void free(void* block) noexcept {
+    ztk_faults::live_blocks.fetch_sub(block != nullptr ? 1 : 0);
+    __libc_free(block);
+}
+
+}  // extern "C"
