@@ -29,7 +29,7 @@ watch_log() {
 
 # step LABEL COMMAND...: runs the command with its output in a log file and says how long it took. After
 # a failure it shows the log, notes the label for the summary and returns the command's code. The test
-# runner's summary stays visible.
+# runner's summary and the counts of failed calls stay visible.
 step() {
     local label=$1 log start code=0
     shift
@@ -43,7 +43,7 @@ step() {
     watch_log "$pid" "$log" "$label"
     wait "$pid" || code=$?
     trap - INT TERM
-    grep -E '^[0-9]+% tests passed' "$log" || true
+    grep -E '^[0-9]+% tests passed|^[a-z]+ +[0-9]+ sites' "$log" || true
     if ((code == 0)); then
         say "    ok      $label ($((SECONDS - start)) s)"
         return 0

@@ -13,6 +13,7 @@
 #include "platform/posix/net/socket_table.h"
 #include "platform/posix/process/string_tables.h"
 #include "platform/posix/text/text_stream.h"
+#include "platform/posix/text/watched_reads.h"
 
 namespace ZTKPosix {
 
@@ -96,6 +97,7 @@ struct EndWork {
 // finds the library in working order. It is not left to atexit, because sanitizers replace that
 // function by one that forgets which library a handler belongs to.
 [[gnu::constructor]] void Load() {
+    LookForTools();
     ZTK::frame::BuildStaticObjects();
     ZTK::frame::OnProcessAttach();
     RegisterForkHandlers();

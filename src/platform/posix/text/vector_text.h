@@ -10,22 +10,11 @@
 #include <cstring>
 #include <type_traits>
 
+#include "platform/posix/text/watched_reads.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #define ZTK_VECTOR_TEXT 1
-#endif
-
-// The search below reads whole aligned blocks, and so up to 63 bytes beside the text. No page is
-// touched that the text does not reach into, but the sanitizers rightly object to such reads. Under
-// them the plain loop runs instead, so that they still see every read that a caller's text does not
-// cover.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ZTK_STRICT_READS 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
-    __has_feature(memory_sanitizer)
-#define ZTK_STRICT_READS 1
-#endif
 #endif
 
 namespace ZTKPosix {
@@ -195,37 +184,52 @@ inline std::size_t CopyAsciiRun(const wchar_t* text, std::size_t count, char* ta
     return done;
 }
 
-#if defined(ZTK_VECTOR_TEXT) && !defined(ZTK_STRICT_READS)
-
-// Tells which units of a block are wanted: each gives all ones.
+// Tells which units are wanted; of a block, each such unit gives all ones.
 class OneUnit {
   public:
-    explicit OneUnit(wchar_t a) noexcept : a_(_mm_set1_epi16(static_cast<short>(a))) {}
+    explicit OneUnit(wchar_t a) noexcept : a_(a) {}
+    bool operator()(wchar_t unit) const noexcept { return unit == a_; }
+#if defined(ZTK_VECTOR_TEXT)
     __m128i operator()(const __m128i* block) const noexcept {
-        return _mm_cmpeq_epi16(_mm_load_si128(block), a_);
+        return _mm_cmpeq_epi16(_mm_load_si128(block), _mm_set1_epi16(static_cast<short>(a_)));
     }
+#endif
 
   private:
-    __m128i a_;
+    wchar_t a_;
 };
 
 class EitherUnit {
   public:
     EitherUnit(wchar_t a, wchar_t b) noexcept : a_(a), b_(b) {}
+    bool operator()(wchar_t unit) const noexcept { return a_(unit) || b_(unit); }
+#if defined(ZTK_VECTOR_TEXT)
     __m128i operator()(const __m128i* block) const noexcept {
         return _mm_or_si128(a_(block), b_(block));
     }
+#endif
 
   private:
     OneUnit a_;
     OneUnit b_;
 };
 
-// The index of the first wanted unit, or limit if none comes before it. Reads groups of four blocks
-// that are aligned to their size: a group lies within one page, so that no page is touched behind
-// the one with the last unit that has to be seen.
+// The index of the first wanted unit, or limit if none comes before it. Reads nothing behind it.
 template <class Wanted>
-std::size_t FindUnit(const wchar_t* text, std::size_t limit, Wanted wanted) noexcept {
+std::size_t FindUnitInSteps(const wchar_t* text, std::size_t limit, Wanted wanted) noexcept {
+    std::size_t index = 0;
+    while (index < limit && !wanted(text[index])) {
+        ++index;
+    }
+    return index;
+}
+
+#if defined(ZTK_VECTOR_TEXT)
+
+// The same. Reads groups of four blocks that are aligned to their size: a group lies within one
+// page, so that no page is touched behind the one with the last unit that has to be seen.
+template <class Wanted>
+std::size_t FindUnitInGroups(const wchar_t* text, std::size_t limit, Wanted wanted) noexcept {
     constexpr std::size_t kGroupUnits = 4 * kVectorBytes / sizeof(wchar_t);
     // One bit for each unit.
     const auto bits = [&](const __m128i* group) noexcept {
@@ -253,36 +257,16 @@ std::size_t FindUnit(const wchar_t* text, std::size_t limit, Wanted wanted) noex
                       : std::min(limit, index + static_cast<std::size_t>(std::countr_zero(found)));
 }
 
-#else
-
-class OneUnit {
-  public:
-    explicit OneUnit(wchar_t a) noexcept : a_(a) {}
-    bool operator()(wchar_t unit) const noexcept { return unit == a_; }
-
-  private:
-    wchar_t a_;
-};
-
-class EitherUnit {
-  public:
-    EitherUnit(wchar_t a, wchar_t b) noexcept : a_(a), b_(b) {}
-    bool operator()(wchar_t unit) const noexcept { return a_(unit) || b_(unit); }
-
-  private:
-    OneUnit a_;
-    OneUnit b_;
-};
+#endif
 
 template <class Wanted>
 std::size_t FindUnit(const wchar_t* text, std::size_t limit, Wanted wanted) noexcept {
-    std::size_t index = 0;
-    while (index < limit && !wanted(text[index])) {
-        ++index;
+#if defined(ZTK_VECTOR_TEXT)
+    if (!reads_are_watched) {
+        return FindUnitInGroups(text, limit, wanted);
     }
-    return index;
-}
-
 #endif
+    return FindUnitInSteps(text, limit, wanted);
+}
 
 }  // namespace ZTKPosix
