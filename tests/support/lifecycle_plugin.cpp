@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdio>
 
+#include "support/scenarios.h"
 #include "ztk/ztk.h"
 
 namespace {
@@ -103,6 +104,7 @@ extern "C" {
 // Returns how many of the children did not get through what their parent's threads are busy with.
 [[gnu::visibility("default")]] int ForkWhileThreadsRun() {
     int failures = StartEndlessThreads();
+    ZTK::InitWSA();
     for (int i = 0; i < 20; ++i) {
         const pid_t child = fork();
         if (child == 0) {
@@ -112,6 +114,11 @@ extern "C" {
             HANDLE thread = kMayStartThreads ? NewThread(CountRun) : GetCurrentProcess();
             ZTK::RegisterThread(GetCurrentThreadId(), thread);
             ZTK::WaitRegisteredThreadsExit(INFINITE);
+            for (const ztk_test::Scenario& scenario : ztk_test::kScenarios) {
+                if (kMayStartThreads && Play(scenario) != ztk_test::Outcome::kDone) {
+                    _exit(2);
+                }
+            }
             _exit(static_cast<pid_t>(GetCurrentThreadId()) != gettid());
         }
         int status = -1;
