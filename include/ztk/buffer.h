@@ -169,7 +169,8 @@ class ZTK_API CBuffer {
     // --- Cutting the text in place: each line feed, or each delimiter, is overwritten by NUL, and
     // the pieces become the lines. Consecutive cuts give empty pieces, a cut at the very end gives
     // none behind it; what remains behind the last cut is terminated and becomes the last piece.
-    // Returns whether there is a piece.
+    // Returns whether there is a piece. When memory for the list of lines is short, the result is
+    // false and the buffer is empty; a piece without a record counts, as in Load.
 
     // Carriage returns stay. False at once, with the lines as they were, for an empty text and for
     // one that begins with NUL.
