@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <set>
 #include <thread>
@@ -66,6 +67,23 @@ DWORD LeaveMuchToTheEnd(LPVOID early) {
     static thread_local SlowToDie object;
     (void)WaitForSingleObject(early, kPatience);
     return *object.done + static_cast<DWORD>(pthread_setspecific(key, late));
+}
+
+TEST(PosixThreads, LeaveAsFastAsOthersAreMade) {
+    const auto make = [] {
+        for (int i = 0; i < 2000; ++i) {
+            HANDLE const made = CreateThread(
+                nullptr, 0, [](LPVOID) -> DWORD { return 0; }, nullptr, 0, nullptr);
+            ASSERT_NE(made, nullptr);
+            CloseHandle(made);
+        }
+    };
+    std::thread others[] = {std::thread(make), std::thread(make), std::thread(make)};
+    make();
+    EXPECT_LT(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}), 250);
+    for (std::thread& other : others) {
+        other.join();
+    }
 }
 
 TEST(PosixThreads, EndAfterTheirThreadLocalObjectsAndMayTakeAMutexInTheirLastDestructor) {
