@@ -137,7 +137,7 @@ class ZTK_API CBuffer {
     //     Windows a byte is a character. A byte-order mark is text.
     //   - Other modes, on Linux only: UTF-16 is UNICODE by another name; for the rest REQUIRES: the
     //     text is trusted. The C library ends the process over some input that its decoders make
-    //     nothing of. That holds for UNICODE and UTF-16, too, in a pipe that brings the mark alone.
+    //     nothing of. That holds for UNICODE and UTF-16, too, where a terminal brings a mark alone.
     //
     // Bytes that do not decode end the reading on Linux, and what stands behind them is not read;
     // on Windows they become U+FFFD. Half a character at the end of a file is left out. GetNext has
