@@ -69,8 +69,8 @@ ZTK_API int Base64Decode(unsigned char* in, unsigned char* out, int n,
                                                   int* out_length) noexcept;
 
 // The decoded text, up to its first NUL, as a ring string (see ZTKGetTmpString in ztk/memory.h).
-// Null for a null or empty s, when memory is short, and for a result of 512000 bytes or more. The
-// second argument is not used.
+// Null for a null or empty s, when memory is short, for a result of 512000 bytes or more, and for
+// more than 2147483647 characters. The second argument is not used.
 [[nodiscard]] ZTK_API const char* Base64DecodeString(const char* s, unsigned int) noexcept;
 
 // The same for a wide text, whose result is read as text in code_page and returned wide (see

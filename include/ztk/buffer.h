@@ -137,7 +137,7 @@ class ZTK_API CBuffer {
     //     Windows a byte is a character. A byte-order mark is text.
     //   - Other modes, on Linux only: UTF-16 is UNICODE by another name; for the rest REQUIRES: the
     //     text is trusted. The C library ends the process over some input that its decoders make
-    //     nothing of. That holds for UNICODE and UTF-16, too, in a pipe that brings the mark alone.
+    //     nothing of. That holds for UNICODE and UTF-16, too, where a terminal brings a mark alone.
     //
     // Bytes that do not decode end the reading on Linux, and what stands behind them is not read;
     // on Windows they become U+FFFD. Half a character at the end of a file is left out. GetNext has
@@ -169,7 +169,8 @@ class ZTK_API CBuffer {
     // --- Cutting the text in place: each line feed, or each delimiter, is overwritten by NUL, and
     // the pieces become the lines. Consecutive cuts give empty pieces, a cut at the very end gives
     // none behind it; what remains behind the last cut is terminated and becomes the last piece.
-    // Returns whether there is a piece.
+    // Returns whether there is a piece. When memory for the list of lines is short, the result is
+    // false and the buffer is empty; a piece without a record counts, as in Load.
 
     // Carriage returns stay. False at once, with the lines as they were, for an empty text and for
     // one that begins with NUL.

@@ -14,7 +14,9 @@
 // process that ends abruptly can lose up to 15 writes.
 //
 // Errors: a write that fails (a full disk) is dropped without a sign, and so is a text that there
-// is no memory for: the log never disturbs the agent.
+// is no memory for: the log never disturbs the agent. A log that is a pipe or a terminal may take
+// nothing for a while. On Linux the writer waits for it for five seconds, and drops texts from then
+// on until it takes some again; closing it waits for one second.
 //
 // Thread-safety: every function may be called from any thread, but ZTKOpenTraceLog and
 // ZTKCloseTraceLog only while no other thread writes to the trace log. One call's text is written

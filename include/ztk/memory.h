@@ -41,6 +41,11 @@ ZTK_API void StrFree(const wchar_t* text) noexcept;
 // Requests a slot of the narrow or the wide ring of temporary strings (256 slots each) with room
 // for count characters, terminator included (1 to 512000).
 //
+// A slot keeps the size of the longest text that was asked of it. At most, the 256 slots hold
+// 512000 characters each, and up to 1088 in blocks that were outgrown before: 131.4 million bytes
+// in the narrow ring, 262.7 million in the wide one. That holds where the process has address space
+// to spare; where it has none, outgrown blocks come to as much again.
+//
 // The slot belongs to the ring: the caller may write count characters into it and never frees it.
 // It stays valid until 256 further requests on the same ring, counted over all threads and
 // including those made inside library functions that return ring strings; those that have one

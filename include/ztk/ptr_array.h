@@ -32,8 +32,8 @@ class CPtrArray {
     // Adds a record behind the last one and clears Sorted(). A record that an earlier fill left in
     // that slot is reused. Count() grows also when memory for the record is short: the slot then
     // stays null, and an owned value stays the caller's. Only when there is no memory for the slot
-    // itself is nothing added.
-    void Append(V value, bool owns) noexcept;
+    // itself is nothing added, and the result false.
+    [[nodiscard]] bool Append(V value, bool owns) noexcept;
 
     // Makes room for count records at once, unless the array has held some before. Only a hint:
     // when memory is short, or there are more, appending makes room as it goes.

@@ -14,15 +14,22 @@
 
 namespace ZTK {
 
-// Cuts off the line [start, end) and returns where the next one starts.
+// A list that lacks a line is worth nothing: whoever finds no memory for a line's slot empties the
+// buffer, as where memory for text is short.
+
+// Cuts off the line [start, end) and returns where the next one starts, or null.
 template <class T>
 T* CBuffer<T>::AddLine(T* start, T* end) noexcept {
     *end = 0;
-    lines_.Append(start, false);
+    if (!lines_.Append(start, false)) {
+        Clear();
+        return nullptr;
+    }
     return end + 1;
 }
 
-// Cuts the text at each cut character and returns the start of what remains behind the last.
+// Cuts the text at each cut character and returns the start of what remains behind the last, or
+// null.
 template <class T>
 T* CBuffer<T>::CutAt(T cut) noexcept {
     T* const end = text_ + length_;
@@ -30,6 +37,9 @@ T* CBuffer<T>::CutAt(T cut) noexcept {
     while (const T* const found =
                strings::FindElement(start, cut, static_cast<std::size_t>(end - start))) {
         start = AddLine(start, text_ + (found - text_));
+        if (start == nullptr) {
+            break;
+        }
     }
     return start;
 }
@@ -39,9 +49,12 @@ bool CBuffer<T>::CutAll(T cut) noexcept {
     lines_.Rewind();
     T* const rest = CutAt(cut);
     T* const end = text_ + length_;
+    if (rest == nullptr) {
+        return false;
+    }
     if (rest != end) {
         // The last line: there is no next one. The text always has room for a terminator behind it.
-        (void)AddLine(rest, end);
+        (void)AddLine(rest, end);  // the count tells
     }
     return lines_.Count() > 0;
 }
@@ -65,7 +78,7 @@ int CBuffer<T>::Load(std::FILE* fp) {
     }
     const int room = text_ == nullptr ? 0 : capacity_;
     std::ptrdiff_t start = 0;
-    int found = 0;  // lines
+    bool lost = false;
     T block[buffer::kBlockBytes / sizeof(T)];
     buffer::StreamReader<T> reader(fp);
     while (const std::size_t count = reader.Read(block, std::size(block))) {
@@ -80,13 +93,12 @@ int CBuffer<T>::Load(std::FILE* fp) {
             lines_.Reserve(buffer::ExpectedLines(block, kept, room / int{sizeof(T)}));
         }
         CopyLines(block, static_cast<std::size_t>(kept), text_ + length_, [&](std::size_t end) {
-            lines_.Append(text_ + start, false);
-            ++found;
+            lost = !lines_.Append(text_ + start, false) || lost;
             start = length_ + static_cast<std::ptrdiff_t>(end) + 1;
         });
         length_ += static_cast<int>(kept);
-        if (lines_.Count() != found) {
-            Clear();  // no memory for a slot: a line would be missing
+        if (lost) {
+            Clear();
             return 0;
         }
     }
@@ -97,15 +109,16 @@ int CBuffer<T>::Load(std::FILE* fp) {
         // The stream was longer than the size of its file, and the text has moved: the lines point
         // to where it was.
         lines_.Rewind();
-        start = CutAt(0) - text_;
+        const T* const rest = CutAt(0);
+        if (rest == nullptr) {
+            return 0;
+        }
+        start = rest - text_;
     }
-    if (start != length_) {
-        // Not terminated: the character behind it may be left over from an earlier text.
-        lines_.Append(text_ + start, false);
-        ++found;
-    }
-    if (lines_.Count() != found) {
-        Clear();  // as above
+    // The last line is not terminated: the character behind it may be left over from an earlier
+    // text.
+    if (start != length_ && !lines_.Append(text_ + start, false)) {
+        Clear();
     }
     return lines_.Count();
 }
@@ -131,7 +144,10 @@ T* CBuffer<T>::GetNext(std::FILE*& fp, int index) {
             if (lost) {
                 return nullptr;
             }
-            lines_.Append(text_ + line, false);
+            if (!lines_.Append(text_ + line, false)) {
+                Clear();
+                return nullptr;
+            }
             return text_ + line;
         }
     }

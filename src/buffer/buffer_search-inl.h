@@ -84,15 +84,13 @@ DWORD CBuffer<T>::Search(const T* text, int n, DWORD flags, CSearchQuery<T>& que
                                         is_complete};
     // Lines are counted from hit to hit only.
     buffer::LineCounter<T> lines(text, lineDelimiter);
-    int stored = 0;
     const auto on_match = [&](std::size_t at) {
         if (whole_word && !buffer::IsWholeWord(text, count, at, at + length)) {
             return true;
         }
         lines.AdvanceTo(at);
-        hits_->Append(
+        return hits_->Append(
             static_cast<std::int64_t>(lines.Start()) * buffer::kHitPosition + lines.Line(), false);
-        return hits_->Count() == ++stored;
     };
     if (ignore_case) {
         buffer::EachMatch<T, true>(text, count, term, cancel, context, on_match);

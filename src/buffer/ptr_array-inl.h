@@ -112,13 +112,13 @@ TArrayItem<V>* CPtrArray<V>::NewRecord() noexcept {
 }
 
 template <class V>
-void CPtrArray<V>::Append(V value, bool owns) noexcept {
+bool CPtrArray<V>::Append(V value, bool owns) noexcept {
     // The slot behind the new one is wanted too, so a refused growth leaves one slot to use up.
     if (count_ >= capacity_ - 1) {
         const bool grown = capacity_ <= std::numeric_limits<int>::max() - grow_by_ &&
                            GrowSlots(capacity_ + grow_by_);
         if (!grown && count_ >= capacity_) {
-            return;
+            return false;
         }
     }
     Item*& slot = slots_[count_];
@@ -134,6 +134,7 @@ void CPtrArray<V>::Append(V value, bool owns) noexcept {
     }
     sorted_ = false;
     ++count_;
+    return true;
 }
 
 template <class V>

@@ -10,11 +10,9 @@
 namespace ZTK {
 
 #if defined(_WIN32)
-// The system has no such hints for a part of a heap.
+// The system has no such hint for a part of a heap.
 inline void ExpectLargeBlockFilled(void*, std::size_t) noexcept {}
-inline void DropContents(void*, std::size_t) noexcept {}
 #else
-using ZTKPosix::DropContents;
 using ZTKPosix::ExpectLargeBlockFilled;
 #endif
 

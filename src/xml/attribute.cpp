@@ -13,8 +13,7 @@ CXMLAttribute::CXMLAttribute(CXMLTag* parent, MSXML2::IXMLDOMNodePtr node, const
     : CXMLToken(name), parent_(parent), node_(std::move(node)) {
     CPtrArray<CXMLAttribute*>& table = parent->attributes_;
     const int count = table.Count();
-    table.Append(this, true);
-    if (table.Count() == count || table.At(count) == nullptr) {
+    if (!table.Append(this, true) || table.At(count) == nullptr) {
         _com_issue_error(E_OUTOFMEMORY);  // nobody would own it
     }
 }

@@ -249,7 +249,15 @@ TYPED_TEST_SUITE(BufferFault, Widths);
 TYPED_TEST(BufferFault, ARefusedGrowthEmptiesTheBuffer) {
     TestFile file("a file that is longer than the text before");
     const auto text = Text<TypeParam>("one\ntwo");
+    const std::string lines(300, '\n');  // more than there are slots at first
+    TestFile file_of_lines(lines);
+    const auto many_lines = Text<TypeParam>(lines.c_str());
     auto& buffer = this->buffer;
+    const auto refuse_slots_only = [&] {
+        ztk_test::StopFailing();
+        buffer = many_lines.data();
+        ztk_test::FailAlways(0);
+    };
     const std::function<void()> growths[] = {
         [&] { EXPECT_EQ(buffer.Realloc(1000), nullptr); },
         [&] { buffer.SetLength(1000); },
@@ -259,6 +267,22 @@ TYPED_TEST(BufferFault, ARefusedGrowthEmptiesTheBuffer) {
         [&] { buffer = Text<TypeParam>("longer than what was there").data(); },
         [&] { EXPECT_GT(buffer.ReAllocForFile(file.OpenFor<TypeParam>()), 0); },
         [&] { EXPECT_EQ(buffer.Load(file.OpenFor<TypeParam>()), 0); },
+        [&] {
+            refuse_slots_only();
+            EXPECT_FALSE(buffer.ToLines());
+        },
+        [&] {
+            refuse_slots_only();
+            EXPECT_FALSE(buffer.Split('\n'));
+        },
+        [&] {
+            refuse_slots_only();
+            buffer.Reset();
+            std::FILE*& stream = file_of_lines.OpenFor<TypeParam>();
+            while (buffer.GetNext(stream, 0) != nullptr) {
+            }
+            EXPECT_NE(stream, nullptr) << "lines went missing";
+        },
     };
     for (const auto& grow : growths) {
         SCOPED_TRACE(&grow - growths);
@@ -275,11 +299,13 @@ TYPED_TEST(BufferFault, ARefusedGrowthEmptiesTheBuffer) {
     }
 }
 
-TYPED_TEST(BufferFault, ALineWithoutARecordCountsAndOneWithoutASlotIsLost) {
+TYPED_TEST(BufferFault, ALineWithoutARecordCountsAndOneWithoutASlotEmptiesTheBuffer) {
     auto& buffer = this->buffer;
     buffer = Text<TypeParam>("a,b").data();
     ztk_test::FailAlways(0);
     EXPECT_FALSE(buffer.Split(TypeParam{','})) << "neither slots nor records";
+    EXPECT_EQ(buffer.GetBuffer(), nullptr);
+    ztk_test::StopFailing();
     buffer = Text<TypeParam>("a,b").data();
     ztk_test::FailAlways(1);
     EXPECT_TRUE(buffer.Split(TypeParam{','})) << "slots, but no records";

@@ -81,6 +81,29 @@ TEST(PosixBuffer, AByteOrderMarkIsPassedOver) {
     }
 }
 
+TEST(PosixBuffer, AByteOrderMarkMayComeAloneThroughAPipe) {
+    for (const char* mode : {"r,ccs=UNICODE", "r,ccs=UTF-16"}) {
+        for (const std::string& text : {std::string(), std::string("a\0\n\0", 4)}) {
+            int ends[2];
+            ASSERT_EQ(::pipe(ends), 0);
+            std::FILE* stream = std::fopen(("/dev/fd/" + std::to_string(ends[0])).c_str(), mode);
+            ASSERT_EQ(::write(ends[1], "\xFF\xFE", 2), 2);
+            std::thread writer([&] {
+                Sleep(20);  // the reader has found the mark, or finds all at once
+                EXPECT_EQ(::write(ends[1], text.data(), text.size()),
+                          static_cast<ssize_t>(text.size()));
+                (void)::close(ends[1]);
+            });
+            ZTK::CBuffer<wchar_t> buffer;
+            EXPECT_EQ(buffer.Load(stream), text.empty() ? 0 : 1);
+            EXPECT_EQ(Lines(buffer, 1), text.empty() ? "(none)|" : "a|");
+            writer.join();
+            (void)std::fclose(stream);
+            (void)::close(ends[0]);
+        }
+    }
+}
+
 TEST(PosixBuffer, AStreamOfTheOtherOrientationOrDirectionGivesNothing) {
     TestFile file("a\nb\n");
     ZTK::CBuffer<char> narrow;

@@ -120,6 +120,8 @@ TYPED_TEST(TmpRing, ASlotComesBackWithItsOldTextAtThe256thFurtherRequest) {
     TypeParam* larger = Request<TypeParam>(300000);
     EXPECT_TRUE(larger[0] == 0 && larger[1] == 'o' && larger[599] == 'o');
     EXPECT_EQ(std::count(larger + 600, larger + 300000, 0), 299400);
+    this->RestOfTheTurn();
+    EXPECT_EQ(Request<TypeParam>(512000), larger) << "a long text's slot is not held twice";
 }
 
 TYPED_TEST(TmpRing, CountsOutOfRangeAreRefusedWithoutTakingASlot) {

@@ -64,4 +64,9 @@ TEST(LifecycleDeathTest, AChildOfForkFindsNothingTakenByThreadsThatDidNotComeAlo
                 "");
 }
 
+TEST(LifecycleDeathTest, NeitherForkNorExitWaitsForTheReaderOfALog) {
+    EXPECT_EXIT(std::exit((new Plugin)->Call("ForkWhileTheLogStalls")), testing::ExitedWithCode(0),
+                "");
+}
+
 }  // namespace

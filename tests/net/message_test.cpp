@@ -351,6 +351,21 @@ TEST(MessageFault, RefusedMemoryLosesNothingThatWasReceived) {
     }
 }
 
+TEST(MessageFault, ACopyFillsTheRoomOfTheBlockThatItShares) {
+    std::string story;
+    TextMessage source(&story);
+    char data[] = "16:abcdefghijklmnop;";
+    source.Add(data, 11);
+    source.Add(data + 11, 1);  // room for the whole packet
+    alignas(TextMessage) unsigned char place[sizeof(TextMessage)];
+    auto* const copy =
+        new (place) TextMessage(source);  // never destroyed: the block is its source's
+    ztk_test::FailAlways(0);
+    EXPECT_EQ(copy->Add(data + 12, 8), 20);
+    ztk_test::StopFailing();
+    EXPECT_EQ(PacketOf(*copy), data);
+}
+
 TEST(MessageFault, QueueAndPoolStayAsTheyAreWithoutMemory) {
     TextReceiver receiver;
     TextMessage message(&receiver.story);

@@ -72,9 +72,19 @@ TEST_F(ServerSocket, AnyHostListensOnEveryAddress) {
     }
 }
 
+// The listener's exit code: 1 for a stop that it noticed between two connections, else 0.
+void ExpectExitCode(HANDLE listener, DWORD expected) {
+    DWORD code = ~expected;
+    EXPECT_EQ(WaitForSingleObject(listener, ztk_test::kPatience), WAIT_OBJECT_0);
+    EXPECT_TRUE(GetExitCodeThread(listener, &code) && code == expected) << code;
+    EXPECT_TRUE(CloseHandle(listener));
+}
+
 TEST_F(ServerSocket, ShutdownWithoutAStopRequestIsAnError) {
+    HANDLE const listener = ZTK::GetThreadHandle(server_.socket.GetThreadID());
     server_.socket.Shutdown();
     ExpectThreadEnds(server_.socket);
+    ExpectExitCode(listener, 0);
     EXPECT_EQ(server_.errors, 1);
     EXPECT_NE(server_.error, 0);
     EXPECT_EQ(server_.socket.GetLastError(), static_cast<DWORD>(server_.error));
@@ -110,9 +120,11 @@ TEST_F(ServerSocket, AStopEndsTheThreadEveryTime) {
 }
 
 TEST_F(ServerSocket, CallbackMayShutTheServerDown) {
+    HANDLE const listener = ZTK::GetThreadHandle(server_.socket.GetThreadID());
     server_.shut_down_in_callback = true;
     Connect(client_);
     ExpectThreadEnds(server_.socket);
+    ExpectExitCode(listener, 1);
     EXPECT_EQ(server_.errors, 0);
 }
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <set>
 #include <thread>
@@ -68,6 +69,23 @@ DWORD LeaveMuchToTheEnd(LPVOID early) {
     return *object.done + static_cast<DWORD>(pthread_setspecific(key, late));
 }
 
+TEST(PosixThreads, LeaveAsFastAsOthersAreMade) {
+    const auto make = [] {
+        for (int i = 0; i < 2000; ++i) {
+            HANDLE const made = CreateThread(
+                nullptr, 0, [](LPVOID) -> DWORD { return 0; }, nullptr, 0, nullptr);
+            ASSERT_NE(made, nullptr);
+            CloseHandle(made);
+        }
+    };
+    std::thread others[] = {std::thread(make), std::thread(make), std::thread(make)};
+    make();
+    EXPECT_LT(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}), 250);
+    for (std::thread& other : others) {
+        other.join();
+    }
+}
+
 TEST(PosixThreads, EndAfterTheirThreadLocalObjectsAndMayTakeAMutexInTheirLastDestructor) {
     HANDLE early = CreateMutexW(nullptr, TRUE, nullptr);
     ReleaseMutex(early);
@@ -98,7 +116,9 @@ TEST(PosixFiles, OnlyRegularFilesAreOpenedAndOnlyForReading) {
     const std::string pipe = file.Name() + ".pipe";
     const std::string denied = file.Name() + ".denied";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const std::string circle = denied + "-circle";
     ASSERT_EQ(symlink("/dev/null/file", denied.c_str()), 0);
+    ASSERT_EQ(symlink(circle.c_str(), circle.c_str()), 0);
     std::vector<wchar_t> endless(5000, L'a');
     endless.push_back(0);
     const wchar_t lone_surrogate[] = {0xD800, 0};
@@ -109,6 +129,7 @@ TEST(PosixFiles, OnlyRegularFilesAreOpenedAndOnlyForReading) {
                  {ZTK::StrConvert(pipe.c_str(), 0), GENERIC_READ, ERROR_NOT_SUPPORTED},
                  {L"/dev/null", GENERIC_READ, ERROR_NOT_SUPPORTED},
                  {ZTK::StrConvert(denied.c_str(), 0), GENERIC_READ, ERROR_PATH_NOT_FOUND},
+                 {ZTK::StrConvert(circle.c_str(), 0), GENERIC_READ, ERROR_CANT_RESOLVE_FILENAME},
                  {lone_surrogate, GENERIC_READ, ERROR_FILE_NOT_FOUND},
                  {endless.data(), GENERIC_READ, ERROR_FILENAME_EXCED_RANGE},
                  {L"/", GENERIC_READ, ERROR_ACCESS_DENIED},
@@ -120,6 +141,7 @@ TEST(PosixFiles, OnlyRegularFilesAreOpenedAndOnlyForReading) {
     }
     (void)unlink(pipe.c_str());
     (void)unlink(denied.c_str());
+    (void)unlink(circle.c_str());
 }
 
 TEST(PosixFiles, AFailedOpenAndTheLastCloseLeaveNoDescriptor) {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdlib>
 
+#include "platform/memory/address_space.h"
 #include "platform/memory/allocation.h"
 #include "support/faults.h"
 #include "ztk/platform.h"
@@ -100,6 +101,19 @@ void* RuntimeRealloc(void* block, std::size_t bytes) noexcept {
 void RuntimeFree(void* block) noexcept {
     CountRelease(block);
     std::free(block);
+}
+
+void* ReserveSpace(std::size_t bytes) noexcept {
+    return Refused() ? nullptr : Counted(address_space::Reserve(bytes));
+}
+
+bool FillSpace(void* space, std::size_t bytes) noexcept {
+    return !Refused() && address_space::Fill(space, bytes);
+}
+
+void FreeSpace(void* space, std::size_t bytes) noexcept {
+    CountRelease(space);
+    address_space::Free(space, bytes);
 }
 
 }  // namespace ZTK::allocation

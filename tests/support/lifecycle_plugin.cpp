@@ -1,10 +1,15 @@
 // A plugin of a host, the usual way in which the library is loaded late and unloaded early. It is
 // also built as a program, which the library is loaded with.
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 
 #include "support/scenarios.h"
 #include "ztk/ztk.h"
@@ -125,6 +130,36 @@ extern "C" {
         failures += child < 0 || waitpid(child, &status, 0) != child || status != 0;
     }
     return failures;
+}
+
+// Leaves a thread that waits for the reader of a log, which is a pipe. Returns whether a child of
+// fork had trouble with it.
+[[gnu::visibility("default")]] int ForkWhileTheLogStalls() {
+    alarm(20);
+    char directory[] = "/tmp/ztk-log-XXXXXX";
+    const std::string pipe = std::string(mkdtemp(directory)) + "/pipe";
+    mkfifo(pipe.c_str(), 0600);
+    pollfd reader{open(pipe.c_str(), O_RDWR), POLLOUT, 0};
+    ZTKOpenTraceLog(ZTK::StrConvert(pipe.c_str(), 0));
+    (void)unlink(pipe.c_str());
+    (void)rmdir(directory);
+    ZTK::EnableLogging(true, 0);
+    CloseHandle(NewThread([](LPVOID) -> DWORD {
+        for (;;) {
+            ZTK::LogTextW(L"a line");
+        }
+    }));
+    while (poll(&reader, 1, 20) == 1) {
+        Sleep(1);
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20);
+        ZTK::LogTextW(L"another line");
+        _exit(0);
+    }
+    int status = -1;
+    return child < 0 || waitpid(child, &status, 0) != child || status != 0;
 }
 }
 

@@ -68,8 +68,10 @@ TEST(BitMask, MasksMeetWhenEachPairOfBlocksDoes) {
     other = mask;
     other.SetSize(191, true);  // a third block, which the first mask lacks
     EXPECT_EQ(std::pair(mask & other, other & mask), std::pair(false, true));
-    mask.SetSize(1, true);
-    EXPECT_EQ(std::pair(mask & other, other & mask), std::pair(true, true));
+    for (const std::uint64_t bits : {1, 3}) {  // as many bits as the other has blocks
+        mask.SetSize(bits, true);
+        EXPECT_EQ(std::pair(mask & other, other & mask), std::pair(true, true)) << bits;
+    }
     EXPECT_EQ(&~mask, &mask);
     EXPECT_TRUE(mask.IsEmpty() && !(mask & other));
 }

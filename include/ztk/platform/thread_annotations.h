@@ -24,6 +24,7 @@
 #define ZTK_REQUIRES(...) ZTK_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 #define ZTK_EXCLUDES(...) ZTK_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 #define ZTK_ACQUIRE(...) ZTK_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define ZTK_TRY_ACQUIRE(...) ZTK_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
 #define ZTK_RELEASE(...) ZTK_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 
 // A function whose body the analysis cannot follow. The line above says why.

@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "frame/base/fatal.h"
-#include "platform/large_block.h"
 #include "platform/memory/allocation.h"
 #include "ztk/memory.h"
 
@@ -48,7 +47,7 @@ class TmpRing {
     TmpSlot<Char> Request(std::uint32_t count) noexcept;
     // REQUIRES: as above; index is one that Request gave.
     Char* Grow(std::int32_t index, std::uint32_t count) noexcept {
-        return EnsureTmpSlot(slots_[index], count)->Text();
+        return EnsureTmpSlot(slots_[index], count)->text;
     }
 
     void UnblockInChild() noexcept;
@@ -64,48 +63,124 @@ class TmpRing {
     std::atomic<Block*> slots_[kRingSlots] = {};
 };
 
-// The text lies directly behind the capacity. Blocks that a slot has outgrown stay allocated until
-// the library is unloaded, linked through `older`: a thread that was held up between its request
-// and its last write then still writes into memory. Only their pages are given back, where the
-// system can do that: capacities double, so all outgrown blocks of a slot together are as large as
-// its current one, and the rings would hold twice what their texts need.
+// A slot's text. A thread that was held up between its request and its last write must still write
+// into memory, so no block is freed before the library is unloaded. The blocks that a slot has
+// outgrown are linked through `older`.
+//
+// There are few of those: a slot begins with a small block and has one of medium size next, and the
+// third has address space for the longest text and fills with memory where it stands, as far as a
+// text has asked for. So a ring holds what its 256 longest texts need, and small blocks besides.
+// Only where there is no such space do blocks go on doubling.
 template <typename Char>
 struct TmpRing<Char>::Block {
     Block* older;
-    std::uint32_t capacity;  // characters
+    Char* text;                           // behind the block, or in its space
+    std::atomic<std::uint32_t> capacity;  // characters; grows if there is a space, not otherwise
 
-    Char* Text() noexcept { return reinterpret_cast<Char*>(this + 1); }
-
-    static Block* Create(std::uint32_t count, Block* older) noexcept {
-        constexpr std::uint32_t kSmallest = 64;
-        const std::uint32_t capacity =
-            std::min(std::bit_ceil(std::max(count, kSmallest)), kMaxRingText);
-        void* memory = allocation::ProcessAlloc(sizeof(Block) + capacity * sizeof(Char));
-        if (memory == nullptr) {
-            Fatal("Out of memory for a temporary string.");
-        }
-        auto* block = ::new (memory) Block{older, capacity};
-        if (older != nullptr) {
-            // The text of the slot's earlier user stays readable behind the first character.
-            std::memcpy(block->Text(), older->Text(), older->capacity * sizeof(Char));
-        }
-        return block;
+    [[nodiscard]] bool HasSpace() const noexcept {
+        return text != reinterpret_cast<const Char*>(this + 1);
     }
+
+    // False if the space cannot be filled, or if there is none to fill.
+    bool Fill(std::uint32_t count) noexcept;
+
+    static Block* Create(std::uint32_t count, Block* older) noexcept;
+    static void Free(Block* block) noexcept;
+
+  private:
+    static constexpr std::uint32_t kSmall = 64, kMedium = 1024;  // characters
+    static constexpr std::size_t kSpace = kMaxRingText * sizeof(Char);
+
+    static Block* Allocate(std::size_t text_bytes, Block* older) noexcept;
+    static Block* CreateInSpace(std::uint32_t count, Block* older) noexcept;
+    static Block* CreateOnHeap(std::uint32_t count, Block* older) noexcept;
 };
+
+template <typename Char>
+auto TmpRing<Char>::Block::Allocate(std::size_t text_bytes, Block* older) noexcept -> Block* {
+    void* const memory = allocation::ProcessAlloc(sizeof(Block) + text_bytes);
+    if (memory == nullptr) {
+        Fatal("Out of memory for a temporary string.");
+    }
+    auto* const block = ::new (memory) Block{older, nullptr, 0};
+    block->text = reinterpret_cast<Char*>(block + 1);
+    return block;
+}
+
+template <typename Char>
+auto TmpRing<Char>::Block::CreateOnHeap(std::uint32_t count, Block* older) noexcept -> Block* {
+    const std::uint32_t capacity = count <= kSmall ? kSmall
+                                   : count <= kMedium
+                                       ? kMedium
+                                       : std::min(std::bit_ceil(count), kMaxRingText);
+    Block* const block = Allocate(capacity * sizeof(Char), older);
+    block->capacity.store(capacity, std::memory_order_relaxed);
+    return block;
+}
+
+template <typename Char>
+auto TmpRing<Char>::Block::CreateInSpace(std::uint32_t count, Block* older) noexcept -> Block* {
+    void* const space = allocation::ReserveSpace(kSpace);
+    if (space == nullptr) {
+        return nullptr;
+    }
+    Block* const block = Allocate(0, older);
+    block->text = static_cast<Char*>(space);
+    if (!block->Fill(count)) {
+        Free(block);
+        return nullptr;
+    }
+    return block;
+}
+
+template <typename Char>
+auto TmpRing<Char>::Block::Create(std::uint32_t count, Block* older) noexcept -> Block* {
+    Block* block = count > kMedium ? CreateInSpace(count, older) : nullptr;
+    if (block == nullptr) {
+        block = CreateOnHeap(count, older);
+    }
+    if (older != nullptr) {
+        // The text of the slot's earlier user stays readable behind the first character. Another
+        // thread may just be filling the older block's space further than this one needs.
+        const std::uint32_t kept = std::min(older->capacity.load(), block->capacity.load());
+        std::memcpy(block->text, older->text, kept * sizeof(Char));
+    }
+    return block;
+}
+
+template <typename Char>
+bool TmpRing<Char>::Block::Fill(std::uint32_t count) noexcept {
+    const std::uint32_t filled = std::min(std::bit_ceil(count), kMaxRingText);
+    if (!HasSpace() || !allocation::FillSpace(text, filled * sizeof(Char))) {
+        return false;
+    }
+    std::uint32_t seen = capacity.load(std::memory_order_relaxed);
+    while (seen < filled && !capacity.compare_exchange_weak(seen, filled)) {
+    }
+    return true;
+}
+
+template <typename Char>
+void TmpRing<Char>::Block::Free(Block* block) noexcept {
+    if (block->HasSpace()) {
+        allocation::FreeSpace(block->text, kSpace);
+    }
+    allocation::ProcessFree(block);
+}
 
 template <typename Char>
 auto TmpRing<Char>::EnsureTmpSlot(std::atomic<Block*>& slot, std::uint32_t count) noexcept
     -> Block* {
     Block* block = slot.load(std::memory_order_acquire);
-    while (block == nullptr || block->capacity < count) {
+    while (block == nullptr || block->capacity.load(std::memory_order_acquire) < count) {
+        if (block != nullptr && block->Fill(count)) {
+            return block;
+        }
         Block* larger = Block::Create(count, block);
         if (slot.compare_exchange_strong(block, larger, std::memory_order_acq_rel)) {
-            if (block != nullptr) {
-                DropContents(block->Text(), block->capacity * sizeof(Char));
-            }
             return larger;
         }
-        allocation::ProcessFree(larger);  // another thread grew the slot first; look at its block
+        Block::Free(larger);  // another thread grew the slot first; look at its block
     }
     return block;
 }
@@ -114,11 +189,11 @@ template <typename Char>
 TmpSlot<Char> TmpRing<Char>::Request(std::uint32_t count) noexcept {
     const std::int32_t index = NextTmpIndex(next_, kRingSlots);
     Block* const block = EnsureTmpSlot(slots_[index], count);
-    Char* const text = block->Text();
+    Char* const text = block->text;
     // Atomic: a thread that was held up before this line may run into the request that gets the
     // same slot 256 requests later.
     std::atomic_ref<Char>(*text).store(0, std::memory_order_relaxed);
-    return {text, block->capacity, index};
+    return {text, block->capacity.load(std::memory_order_relaxed), index};
 }
 
 template <typename Char>
@@ -141,7 +216,7 @@ void TmpRing<Char>::Free() noexcept {
         Block* block = slot.load(std::memory_order_acquire);
         while (block != nullptr) {
             Block* older = block->older;
-            allocation::ProcessFree(block);
+            Block::Free(block);
             block = older;
         }
     }

@@ -33,17 +33,16 @@ void OnProcessExit() noexcept {
 }
 
 void OnForkBegin() noexcept {
-    LockLogging();
     sync::LockThreadRegistry();
 }
 
 void OnForkEnd() noexcept {
     sync::UnlockThreadRegistry();
-    UnlockLogging();
 }
 
 void OnForkChild() noexcept {
     UnblockRingsInChild();
+    RepairLoggingInChild();
 }
 
 }  // namespace ZTK::frame

@@ -19,9 +19,9 @@ void OnProcessDetach() noexcept;
 // and leaves all memory where it is.
 void OnProcessExit() noexcept;
 
-// A fork, on targets that have it. Before it the locks of the process-wide objects are taken, so
-// that the child does not find them in the hands of a thread that did not come along; afterwards
-// they are released in parent and child. The child then puts right what it left half done.
+// A fork, on targets that have it. Before it the lock of the thread registry is taken, so that the
+// child does not find it in the hands of a thread that did not come along; afterwards it is
+// released in parent and child. The child then puts right what it left half done.
 void OnForkBegin() noexcept;
 void OnForkEnd() noexcept;
 void OnForkChild() noexcept;

@@ -35,10 +35,24 @@ HexLine::~HexLine() {
     allocation::RuntimeFree(text_);
 }
 
+void HexLine::RepairInChild() noexcept {
+    if (exchanging_.exchange(false)) {
+        text_ = nullptr;  // may be freed already
+        capacity_ = 0;
+    }
+}
+
 bool HexLine::Reserve(std::uint32_t bytes) noexcept {
     if (bytes <= capacity_) {
         return true;
     }
+    exchanging_.store(true);
+    const bool done = Exchange(bytes);
+    exchanging_.store(false);
+    return done;
+}
+
+bool HexLine::Exchange(std::uint32_t bytes) noexcept {
     const bool growing = text_ != nullptr;
     void* larger =
         growing ? allocation::RuntimeRealloc(text_, bytes) : allocation::RuntimeAlloc(bytes);

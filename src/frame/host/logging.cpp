@@ -56,13 +56,9 @@ void DestroyLogging() noexcept {
     log_state.Destroy();
 }
 
-// Not analysed, here and below: the lock is hidden in this file.
-void LockLogging() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
-    log_state.Get().lock.Lock();
-}
-
-void UnlockLogging() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
-    log_state.Get().lock.Unlock();
+// Not analysed: there is no other thread, and who held the lock may not have come along.
+void RepairLoggingInChild() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
+    log_state.Get().hex_line.RepairInChild();
 }
 
 }  // namespace frame

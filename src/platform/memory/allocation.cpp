@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "platform/memory/address_space.h"
 #include "ztk/platform.h"
 
 namespace ZTK::allocation {
@@ -32,6 +33,18 @@ void* RuntimeRealloc(void* block, std::size_t bytes) noexcept {
 
 void RuntimeFree(void* block) noexcept {
     std::free(block);
+}
+
+void* ReserveSpace(std::size_t bytes) noexcept {
+    return address_space::Reserve(bytes);
+}
+
+bool FillSpace(void* space, std::size_t bytes) noexcept {
+    return address_space::Fill(space, bytes);
+}
+
+void FreeSpace(void* space, std::size_t bytes) noexcept {
+    address_space::Free(space, bytes);
 }
 
 }  // namespace ZTK::allocation

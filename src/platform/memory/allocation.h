@@ -20,4 +20,15 @@ void* RuntimeAllocZeroed(std::size_t bytes) noexcept;
 void* RuntimeRealloc(void* block, std::size_t bytes) noexcept;
 void RuntimeFree(void* block) noexcept;
 
+// Address space for so many bytes, which holds no memory yet and must not be touched. Null if there
+// is none.
+void* ReserveSpace(std::size_t bytes) noexcept;
+
+// Puts memory into the first so many bytes of the space: zeros where there was none. Any number of
+// threads may do so at the same time. False if there is not enough; what was there stays.
+bool FillSpace(void* space, std::size_t bytes) noexcept;
+
+// Gives back the space and its memory. REQUIRES: bytes is what was reserved.
+void FreeSpace(void* space, std::size_t bytes) noexcept;
+
 }  // namespace ZTK::allocation

@@ -42,14 +42,18 @@ inline constexpr DWORD INVALID_FILE_SIZE = 0xFFFFFFFF;  // what GetFileSize retu
 //   ERROR_NOT_ENOUGH_MEMORY
 //   ERROR_FILENAME_EXCED_RANGE a path of 4096 bytes or more, or a name longer than the system's
 //   ERROR_NOT_SUPPORTED        another access or disposition; a pipe, device or socket
-//   ERROR_GEN_FAILURE          what else the system reports
+//   ERROR_CANT_RESOLVE_FILENAME symbolic links in a circle
+//   ERROR_READ_FAULT           the medium cannot be read
+//   ERROR_BUSY, ERROR_DISK_FULL, ERROR_WRITE_PROTECT, if the file system has reason to
+// For what else the system reports, the code is 11500 plus its error number, or the socket code
+// of that number; FormatMessage has the system's text for either.
 [[nodiscard]] ZTK_API HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share,
                                          LPSECURITY_ATTRIBUTES security, DWORD disposition,
                                          DWORD attributes, HANDLE template_file) noexcept;
 
 // The size of an open file in bytes: the low 32 bits as the result, the high ones in *high unless
 // high is null. INVALID_FILE_SIZE, with *high as it was, and last error ERROR_INVALID_HANDLE for
-// anything but an open file handle, ERROR_GEN_FAILURE if the system does not tell. Where
+// anything but an open file handle, a code as CreateFileW leaves if the system does not tell. Where
 // INVALID_FILE_SIZE is a file's own low half, the last error is set to ERROR_SUCCESS.
 [[nodiscard]] ZTK_API DWORD GetFileSize(HANDLE file, LPDWORD high) noexcept;
 

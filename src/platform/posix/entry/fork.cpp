@@ -1,7 +1,8 @@
 // A child of fork has one thread, the one that forked. What other threads of the parent held at
 // that moment would stay held for ever, and what they had half done would stay half done. So all
-// locks of the process-wide state are taken before a fork. None of them is ever held while host
-// code runs, and none but the log lock during input or output.
+// locks of the process-wide state are taken before a fork, but those that may be held for as long
+// as somebody else lets a write take: the locks of text streams and of the log. None of the others
+// is ever held while host code runs or during input or output that a peer can hold up.
 #include "platform/posix/entry/fork.h"
 
 #include <pthread.h>

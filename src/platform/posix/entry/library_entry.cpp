@@ -42,7 +42,7 @@ void Unload() noexcept {
 // still write to it is dropped. All memory, locks and handles stay where they are; the system takes
 // them back.
 void EndWithProcess() noexcept {
-    CollectEndedThread();
+    CollectEndedThreads();
     ZTK::frame::OnProcessExit();
     ended_with_process = true;
 }

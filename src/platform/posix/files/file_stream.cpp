@@ -5,9 +5,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <limits>
+#include <span>
 #include <string_view>
+#include <utility>
+
+#include "platform/posix/files/pipe_start.h"
 
 namespace ZTKPosix {
 
@@ -19,8 +24,10 @@ constexpr std::wint_t kByteOrderMark = 0xFEFF;
 
 constexpr std::string_view kLittle = "\xFF\xFE"sv;
 constexpr std::string_view kBig = "\xFE\xFF"sv;
-constexpr std::string_view kMarks[] = {"\xFF\xFE\0\0"sv, "\0\0\xFE\xFF"sv, "\xEF\xBB\xBF"sv,
-                                       kLittle, kBig};
+constexpr std::string_view kMarks[] = {"\xFF\xFE\0\0"sv, "\0\0\xFE\xFF"sv, kLittle, kBig,
+                                       "\xEF\xBB\xBF"sv};
+// Those over which a decoder may abort.
+constexpr std::span kWideMarks(kMarks, 4);
 
 // The first bytes of a file, one more than a mark can have.
 class FileStart {
@@ -66,6 +73,77 @@ void AvoidLoneMark(std::FILE* stream, const FileStart& start) noexcept {
     }
 }
 
+bool IsMoreThanAMark(std::string_view start) noexcept {
+    return std::none_of(kWideMarks.begin(), kWideMarks.end(),
+                        [start](std::string_view mark) { return mark.starts_with(start); });
+}
+
+std::wint_t FailStream(std::FILE* stream) noexcept {
+    stream->_flags |= _IO_ERR_SEEN;
+    return WEOF;
+}
+
+// Lets a stream read from another descriptor for a scope, then closes that. The caller holds the
+// stream's lock.
+class BorrowedDescriptor {
+  public:
+    BorrowedDescriptor(std::FILE* stream, int lent) noexcept
+        : stream_(stream), own_(std::exchange(stream->_fileno, lent)) {}
+    BorrowedDescriptor(const BorrowedDescriptor&) = delete;
+    BorrowedDescriptor& operator=(const BorrowedDescriptor&) = delete;
+    ~BorrowedDescriptor() { (void)::close(std::exchange(stream_->_fileno, own_)); }
+
+  private:
+    std::FILE* const stream_;
+    const int own_;
+};
+
+// What a decoder makes of a mark that nothing follows; `mark` is taken from the descriptor. It gets
+// half a character besides, which it drops at the end: over nothing at all it would abort.
+std::wint_t FgetwcOfLoneMark(std::FILE* stream, std::string_view mark) {
+    char bytes[8] = {};
+    if (::read(stream->_fileno, bytes, mark.size()) < 0) {
+        return FailStream(stream);
+    }
+    const int lent = OpenPipeOf({bytes, mark.size() + 1});
+    if (lent == -1) {
+        return FailStream(stream);
+    }
+    const BorrowedDescriptor borrowed(stream, lent);
+    return FgetwcUnderLock(stream);
+}
+
+// A stream without room for more than a mark, before a mark of UTF-16.
+std::wint_t FgetwcPastCutMark(std::FILE* stream, std::string_view mark) {
+    if (mark == kBig) {
+        // Without its mark the text would be taken for one of the other byte order.
+        errno = EILSEQ;
+        return FailStream(stream);
+    }
+    char bytes[kLittle.size()];
+    (void)::read(stream->_fileno, bytes, sizeof bytes);  // an error shows at once, in the next read
+    return FgetwcUnderLock(stream);
+}
+
+// The first character from a pipe or a socket. The decoder gets no mark on its own: what follows is
+// waited for, as the decoder would have to.
+std::wint_t FgetwcFromPipe(std::FILE* stream, int file) {
+    const int error = errno;
+    char room[5];
+    std::string_view start;
+    if (!LookAtPipeStart(file, IsMoreThanAMark, room, start)) {
+        return FailStream(stream);
+    }
+    errno = error;
+    if (CutsAMark(stream) && (start.starts_with(kLittle) || start.starts_with(kBig))) {
+        return FgetwcPastCutMark(stream, start.substr(0, kLittle.size()));
+    }
+    if (std::find(kWideMarks.begin(), kWideMarks.end(), start) != kWideMarks.end()) {
+        return FgetwcOfLoneMark(stream, start);
+    }
+    return FgetwcUnderLock(stream);
+}
+
 }  // namespace
 
 int _fileno(std::FILE* stream) noexcept {
@@ -92,8 +170,11 @@ void _unlock_file(std::FILE* stream) noexcept {
 
 std::wint_t FgetwcPastMark(std::FILE* stream) {
     const int file = ::fileno(stream);
-    if (::lseek(file, 0, SEEK_CUR) != 0) {
-        return FgetwcUnderLock(stream);
+    const int error = errno;
+    const off_t place = ::lseek(file, 0, SEEK_CUR);
+    if (place != 0) {
+        errno = error;
+        return place > 0 ? FgetwcUnderLock(stream) : FgetwcFromPipe(stream, file);
     }
     const FileStart start(file);
     AvoidLoneMark(stream, start);

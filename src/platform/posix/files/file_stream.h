@@ -42,9 +42,15 @@ inline std::wint_t FgetwcUnderLock(std::FILE* stream) {
 // mark is one if the stream decodes it to U+FEFF. Where setvbuf has left a stream no room for more
 // than a mark, a file in big-endian UTF-16 is empty, too.
 //
-// The C library still aborts where a read gives it bytes of which its decoder makes nothing: a mark
-// that comes alone through a pipe, escape sequences that fill a buffer. Modes with a state of their
-// own, all but UTF-8 and UTF-16LE, are for regular files and for text that can be trusted.
+// From a pipe or a socket a mark of UTF-16 or UTF-32 comes to the decoder together with what
+// follows, or with half a character where nothing does. Where setvbuf has left no room for more
+// than a mark, little-endian UTF-16 loses its mark and big-endian fails with EILSEQ. To look at
+// what comes first takes descriptors: WEOF, with the stream's error set, if there are none, or if
+// there is no more than a mark yet and the descriptor does not block.
+//
+// The C library still aborts where a read gives it bytes of which its decoder makes nothing: escape
+// sequences that fill a buffer, a mark from a terminal. Modes with a state of their own, all but
+// UTF-8, UTF-16 and UTF-16LE, are for text that can be trusted.
 std::wint_t FgetwcPastMark(std::FILE* stream);
 
 // REQUIRES: as above.

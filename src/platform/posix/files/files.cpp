@@ -10,6 +10,7 @@
 
 #include "platform/memory/allocation.h"
 #include "platform/posix/kernel/handle_table.h"
+#include "platform/posix/net/socket_error_map.h"
 #include "platform/posix/text/code_page.h"
 
 namespace ZTKPosix {
@@ -46,15 +47,14 @@ bool HasDirectory(char* path) noexcept {
     return ::stat(path, &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-// The last error for a system error of open.
-DWORD OpenError(int error, char* path) noexcept {
+// The last error for a system error.
+DWORD FileError(int error) noexcept {
     switch (error) {
-        case ENOENT:
-            return HasDirectory(path) ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
         case ENOTDIR:
             return ERROR_PATH_NOT_FOUND;
         case EACCES:
         case EPERM:
+        case EISDIR:
             return ERROR_ACCESS_DENIED;
         case EMFILE:
         case ENFILE:
@@ -65,9 +65,27 @@ DWORD OpenError(int error, char* path) noexcept {
             return ERROR_FILENAME_EXCED_RANGE;
         case ENXIO:  // a socket's name
             return ERROR_NOT_SUPPORTED;
+        case EROFS:
+            return ERROR_WRITE_PROTECT;
+        case ENOSPC:
+        case EDQUOT:
+            return ERROR_DISK_FULL;
+        case EBUSY:
+        case ETXTBSY:
+            return ERROR_BUSY;
+        case ELOOP:
+            return ERROR_CANT_RESOLVE_FILENAME;
+        case EIO:
+            return ERROR_READ_FAULT;
         default:
-            return ERROR_GEN_FAILURE;
+            return static_cast<DWORD>(SocketErrorFromErrno(error));
     }
+}
+
+DWORD OpenError(int error, char* path) noexcept {
+    return error != ENOENT      ? FileError(error)
+           : HasDirectory(path) ? ERROR_FILE_NOT_FOUND
+                                : ERROR_PATH_NOT_FOUND;
 }
 
 // Opens a regular file; kNoFile with the last error set for everything else.
@@ -91,11 +109,14 @@ int OpenFile(LPCWSTR path) noexcept {
         return kNoFile;
     }
     struct stat info {};
-    if (::fstat(file, &info) == 0 && S_ISREG(info.st_mode)) {
+    const bool told = ::fstat(file, &info) == 0;
+    if (told && S_ISREG(info.st_mode)) {
         return file;
     }
+    SetLastError(!told                   ? FileError(errno)
+                 : S_ISDIR(info.st_mode) ? ERROR_ACCESS_DENIED
+                                         : ERROR_NOT_SUPPORTED);
     (void)::close(file);  // nothing was written to it
-    SetLastError(S_ISDIR(info.st_mode) ? ERROR_ACCESS_DENIED : ERROR_NOT_SUPPORTED);
     return kNoFile;
 }
 
@@ -165,7 +186,7 @@ DWORD GetFileSize(HANDLE handle, LPDWORD high) noexcept {
         return INVALID_FILE_SIZE;
     }
     if (::fstat(file.Descriptor(), &info) != 0) {
-        SetLastError(ERROR_GEN_FAILURE);
+        SetLastError(FileError(errno));
         return INVALID_FILE_SIZE;
     }
     const auto size = static_cast<std::uint64_t>(info.st_size);

@@ -1,5 +1,9 @@
 #include "platform/posix/kernel/thread_end.h"
 
+#include <algorithm>
+#include <atomic>
+#include <ctime>
+
 #include "platform/posix/kernel/handle_table.h"
 #include "platform/posix/kernel/sync_objects.h"
 #include "platform/posix/kernel/waits.h"
@@ -14,19 +18,76 @@ struct JoinableThread {
     pthread_t thread{};
 };
 
+// Threads that ended and are not joined yet, the oldest first.
+class EndedThreads {
+  public:
+    [[nodiscard]] bool IsFull() const noexcept { return count_ == kMost; }
+
+    // The oldest one.
+    JoinableThread Take() noexcept {
+        JoinableThread taken;
+        if (count_ > 0) {
+            taken = {true, threads_[0]};
+            std::copy(threads_ + 1, threads_ + count_, threads_);
+            --count_;
+        }
+        return taken;
+    }
+
+    // REQUIRES: not full.
+    void Add(pthread_t thread) noexcept { threads_[count_++] = thread; }
+
+    // As the oldest. REQUIRES: not full.
+    void PutBack(pthread_t thread) noexcept {
+        std::copy_backward(threads_, threads_ + count_, threads_ + count_ + 1);
+        threads_[0] = thread;
+        ++count_;
+    }
+
+    void Forget() noexcept { count_ = 0; }
+
+  private:
+    static constexpr int kMost = 16;
+
+    int count_ = 0;
+    pthread_t threads_[kMost] = {};
+};
+
 // The key whose destructor is ZtkPosixOnThreadEnd; made when the first thread announces its end.
 constinit bool end_key_made ZTK_GUARDED_BY(dispatcher_lock) = false;
 constinit pthread_key_t end_key ZTK_GUARDED_BY(dispatcher_lock){};
 
-// Threads made by CreateThread that have not ended, and the last of them that ended and is not
-// joined yet.
+// Threads made by CreateThread: those that have not ended, and those that have.
 constinit Thread* first_live ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
-constinit JoinableThread ended ZTK_GUARDED_BY(dispatcher_lock);
+constinit EndedThreads ended ZTK_GUARDED_BY(dispatcher_lock);
+// Threads that ended and are not joined yet, in `ended` or not.
+constinit std::atomic<int> unjoined{0};
 
 void Join(const JoinableThread& joinable) noexcept {
     if (joinable.present) {
         pthread_join(joinable.thread, nullptr);
+        unjoined.fetch_sub(1, std::memory_order_relaxed);
     }
+}
+
+// Joins a thread that ended, now if it is gone, later if others have time for it then. Waits for it
+// only where too many are waited for.
+void JoinSoon(const JoinableThread& joinable) noexcept ZTK_EXCLUDES(dispatcher_lock) {
+    if (!joinable.present) {
+        return;
+    }
+    if (pthread_tryjoin_np(joinable.thread, nullptr) == 0) {
+        unjoined.fetch_sub(1, std::memory_order_relaxed);
+        return;
+    }
+    {
+        const DispatcherSection section;
+        if (!ended.IsFull()) {
+            ended.PutBack(joinable.thread);
+            return;
+        }
+    }
+    Join(joinable);
 }
 
 void RemoveLiveThread(Thread& thread) noexcept ZTK_REQUIRES(dispatcher_lock) {
@@ -37,19 +98,26 @@ void RemoveLiveThread(Thread& thread) noexcept ZTK_REQUIRES(dispatcher_lock) {
     }
 }
 
-// Signals the thread's object. Returns the thread that ended before it, for the caller to join.
-JoinableThread EndThreadObject(Thread& thread, DispatcherSection& section) noexcept
+// Threads that ended earlier, for one that ends to join: one more than it adds, so that they become
+// fewer.
+struct EarlierEnds {
+    JoinableThread first, second;
+};
+
+// Signals the thread's object.
+EarlierEnds EndThreadObject(Thread& thread, DispatcherSection& section) noexcept
     ZTK_REQUIRES(dispatcher_lock) {
-    JoinableThread previous;
+    EarlierEnds earlier;
     if (!thread.joined_at_unload) {
-        previous = ended;
-        ended = {true, thread.system_thread};
+        earlier = {ended.Take(), ended.Take()};
+        ended.Add(thread.system_thread);
+        unjoined.fetch_add(1, std::memory_order_relaxed);
     }
     RemoveLiveThread(thread);
     thread.signalled = true;
     SatisfyWaiters(thread, section);
     section.Release(thread);
-    return previous;
+    return earlier;
 }
 
 // Runs on every thread that has owned a mutex or that CreateThread made, after the destructors of
@@ -58,21 +126,24 @@ JoinableThread EndThreadObject(Thread& thread, DispatcherSection& section) noexc
 //
 // When others know that the thread has ended, and may unload the library, it still has to execute
 // its last instructions, here and in the C library. So it is never detached: it leaves itself to be
-// joined by the next one that ends, the last one by ReapThreads. Waiting for the predecessor takes
-// no longer than those instructions, and nobody waits for this thread any more by then.
+// joined by one that ends later, the last ones by ReapThreads. Waiting for an earlier one takes no
+// longer than those instructions. They would add up if each thread waited for the one before: on a
+// busy machine every one of them has to be given a processor first. So a thread waits only where
+// many are left over, and only for one that ended before it, which rules out waiting in a circle.
 extern "C" void ZtkPosixOnThreadEnd(void* value) {
     auto& record = *static_cast<ThreadRecord*>(value);
-    JoinableThread previous;
+    EarlierEnds earlier;
     {
         DispatcherSection section;
         record.end_announced = false;
         AbandonMutexes(record, section);
         if (Thread* thread = record.thread; thread != nullptr) {
             record.thread = nullptr;
-            previous = EndThreadObject(*thread, section);
+            earlier = EndThreadObject(*thread, section);
         }
     }
-    Join(previous);
+    JoinSoon(earlier.first);
+    JoinSoon(earlier.second);
 }
 
 // A thread that was never resumed, told to end without running; not present if there is none.
@@ -91,6 +162,7 @@ JoinableThread CancelSuspendedThread() noexcept ZTK_EXCLUDES(dispatcher_lock) {
         thread->suspended = false;
         thread->joined_at_unload = true;
         cancelled = {true, thread->system_thread};
+        unjoined.fetch_add(1, std::memory_order_relaxed);
         gate = &thread->gate;
         gate->store(kGateCancelled, std::memory_order_release);
     }
@@ -100,9 +172,7 @@ JoinableThread CancelSuspendedThread() noexcept ZTK_EXCLUDES(dispatcher_lock) {
 
 JoinableThread TakeEndedThread() noexcept ZTK_EXCLUDES(dispatcher_lock) {
     DispatcherSection section;
-    const JoinableThread taken = ended;
-    ended.present = false;
-    return taken;
+    return ended.Take();
 }
 
 }  // namespace
@@ -137,22 +207,35 @@ void ReapThreads() noexcept {
          thread = CancelSuspendedThread()) {
         Join(thread);
     }
-    Join(TakeEndedThread());
+    // One that ended may itself put back one that it was about to join.
+    for (JoinableThread thread = TakeEndedThread(); thread.present; thread = TakeEndedThread()) {
+        Join(thread);
+    }
 }
 
-void CollectEndedThread() noexcept {
-    const JoinableThread thread = TakeEndedThread();
-    if (thread.present) {
-        timespec deadline;
-        clock_gettime(CLOCK_REALTIME, &deadline);
-        deadline.tv_sec += 1;
+void CollectEndedThreads() noexcept {
+    timespec deadline;
+    clock_gettime(CLOCK_REALTIME, &deadline);
+    deadline.tv_sec += 1;
+    for (JoinableThread thread = TakeEndedThread(); thread.present; thread = TakeEndedThread()) {
         pthread_timedjoin_np(thread.thread, nullptr, &deadline);
+    }
+}
+
+void LetEndedThreadsLeave() noexcept {
+    constexpr int kMany = 64;
+    constexpr int kMostNaps = 100;
+    constexpr timespec kNap{0, 1000000};
+    for (int naps = 0; unjoined.load(std::memory_order_relaxed) > kMany && naps < kMostNaps;
+         ++naps) {
+        nanosleep(&kNap, nullptr);
     }
 }
 
 void EndOtherThreadsInChild() noexcept {
     DispatcherSection section;
-    ended.present = false;  // there is nothing to join
+    ended.Forget();  // there is nothing to join
+    unjoined.store(0, std::memory_order_relaxed);
     ForEachOpenObject([&section](KernelObject& object) ZTK_REQUIRES(dispatcher_lock) {
         ForgetWaitsInChild(object, section);
         if (object.kind == &Mutex::kKind) {

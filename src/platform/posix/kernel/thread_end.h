@@ -13,9 +13,13 @@ bool AnnounceThreadEnd() noexcept ZTK_REQUIRES(dispatcher_lock);
 // Records a thread that has begun. REQUIRES: the caller is that thread, and its end is announced.
 void AddLiveThread(Thread& thread) noexcept ZTK_REQUIRES(dispatcher_lock);
 
-// Gives back what the system still keeps of the last thread that ended. For the end of the process:
-// waits for that thread's last instructions, but not for long.
-void CollectEndedThread() noexcept ZTK_EXCLUDES(dispatcher_lock);
+// Waits, but not for long, while very many threads have ended and not left yet. For whoever makes
+// another: made faster than the system lets them leave, they would use up what it has of threads.
+void LetEndedThreadsLeave() noexcept;
+
+// Gives back what the system still keeps of threads that ended. For the end of the process: waits
+// for their last instructions, but not for long.
+void CollectEndedThreads() noexcept ZTK_EXCLUDES(dispatcher_lock);
 
 // In a child of fork: the parent's other threads count as ended. Their objects are signalled, the
 // mutexes that they owned abandoned, and their waits gone.

@@ -104,6 +104,7 @@ HANDLE CreateThread(LPSECURITY_ATTRIBUTES /*attributes*/, SIZE_T stack_bytes,
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
+    LetEndedThreadsLeave();
     HANDLE handle = nullptr;
     if (void* memory = ZTK::allocation::RuntimeAlloc(sizeof(Thread)); memory != nullptr) {
         auto* thread = new (memory) Thread(start, parameter, (flags & CREATE_SUSPENDED) != 0);

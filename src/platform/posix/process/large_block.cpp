@@ -2,7 +2,6 @@
 #include "platform/posix/process/large_block.h"
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -34,13 +33,6 @@ void ExpectLargeBlockFilled(void* block, std::size_t bytes) noexcept {
     constexpr std::uintptr_t kPage = 65536;  // a multiple of every page size in use
     if (bytes >= kLarge) {
         Advise(block, bytes, kPage, MADV_HUGEPAGE);
-    }
-}
-
-void DropContents(void* block, std::size_t bytes) noexcept {
-    constexpr std::size_t kSmallestPage = 4096;  // a smaller block holds none
-    if (bytes >= kSmallestPage) {
-        Advise(block, bytes, static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE)), MADV_DONTNEED);
     }
 }
 

@@ -10,8 +10,4 @@ namespace ZTKPosix {
 // filling a fresh block costs.
 void ExpectLargeBlockFilled(void* block, std::size_t bytes) noexcept;
 
-// Gives the memory of the whole pages inside the block back to the system. The block stays
-// allocated and may be read and written at any time; those pages read as zeros until they are.
-void DropContents(void* block, std::size_t bytes) noexcept;
-
 }  // namespace ZTKPosix

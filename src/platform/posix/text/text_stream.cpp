@@ -2,15 +2,18 @@
 #include "platform/posix/text/text_stream.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <limits>
 #include <new>
 #include <utility>
@@ -35,6 +38,21 @@ std::uint64_t LimitOf(int file) noexcept {
     return limited ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
 }
 
+// Lets a write to a pipe or a terminal that takes nothing come back. The file was opened here, so
+// nobody else's reading or writing is changed by it.
+void LetWritesComeBack(int file) noexcept {
+    struct stat info {};
+    if (::fstat(file, &info) != 0 || !S_ISREG(info.st_mode)) {
+        (void)::fcntl(file, F_SETFL, O_WRONLY | O_NONBLOCK);  // without it writes wait, no more
+    }
+}
+
+std::int64_t Milliseconds() noexcept {
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
 }  // namespace
 
 class TextStream {
@@ -43,22 +61,19 @@ class TextStream {
     TextStream(const TextStream&) = delete;
     TextStream& operator=(const TextStream&) = delete;
 
-    // Takes over an open file and writes the byte-order mark. False if the stream is in use.
+    // Takes over an open file; the byte-order mark is buffered. False if the stream is in use.
+    // Never waits for a writer: the caller holds a lock that a fork waits for.
     bool Start(int file) noexcept {
-        const LockGuard guard(lock_);
-        if (file_ != kClosed) {
+        if (!lock_.TryAcquire()) {
             return false;
         }
-        file_ = file;
-        may_raise_sigpipe_ = MayRaiseSigpipe(file);
-        size_ = 0;
-        limit_ = LimitOf(file);
-        used_ = Put(0xFEFF, 0);
-        owed_ = used_;
-        (void)Flush();  // on a full disk the mark waits for the first text that gets through
-        return true;
+        const bool free = file_ == kClosed;
+        if (free) {
+            Begin(file);
+        }
+        lock_.Release();
+        return free;
     }
-
     int Write(const wchar_t* text) noexcept {
         const LockGuard guard(lock_);
         if (file_ == kClosed) {
@@ -80,6 +95,9 @@ class TextStream {
     }
 
     int Close() noexcept {
+        // Read by a writer that waits for the file. Those that wait for the writer's lock find the
+        // file stalled then.
+        give_up_at_.store(Milliseconds() + kPatienceAtClose, std::memory_order_relaxed);
         const LockGuard guard(lock_);
         if (file_ == kClosed) {
             return 0;
@@ -106,6 +124,22 @@ class TextStream {
     static constexpr int kClosed = -1;
     static constexpr std::size_t kRoom = 8192;
     static constexpr std::size_t kMostPerCharacter = 4;  // bytes: a surrogate pair, or CR and LF
+    static constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+    // How long a file that takes nothing is waited for, in milliseconds.
+    static constexpr std::int64_t kPatience = 5000;
+    static constexpr std::int64_t kPatienceAtClose = 1000;
+
+    void Begin(int file) noexcept ZTK_REQUIRES(lock_) {
+        file_ = file;
+        may_raise_sigpipe_ = MayRaiseSigpipe(file);
+        LetWritesComeBack(file);
+        stalled_ = false;
+        give_up_at_.store(kNever, std::memory_order_relaxed);
+        size_ = 0;
+        limit_ = LimitOf(file);
+        used_ = Put(0xFEFF, 0);
+        owed_ = used_;
+    }
 
     static bool IsPair(wchar_t first, wchar_t second) noexcept {
         return IsHighSurrogate(first) && IsLowSurrogate(second);
@@ -166,6 +200,28 @@ class TextStream {
                                   : ::write(file_, bytes, count);
     }
 
+    // Waits until a file that took nothing takes something. False after some seconds without that,
+    // and at once where the wait before was in vain: a peer that does not read must not hold up the
+    // agent.
+    bool WaitForRoom() noexcept ZTK_REQUIRES(lock_) {
+        constexpr std::int64_t kLook = 20;  // for an end of patience
+        const std::int64_t begin = Milliseconds();
+        for (std::int64_t now = begin;; now = Milliseconds()) {
+            const std::int64_t end = std::min(stalled_ ? begin : begin + kPatience,
+                                              give_up_at_.load(std::memory_order_relaxed));
+            const std::int64_t left = std::max<std::int64_t>(end - now, 0);
+            pollfd room{file_, POLLOUT, 0};
+            const int ready = ::poll(&room, 1, static_cast<int>(std::min(left, kLook)));
+            if (ready > 0) {
+                return true;
+            }
+            if (left == 0 || (ready < 0 && errno != EINTR)) {
+                stalled_ = true;
+                return false;
+            }
+        }
+    }
+
     // Hands the buffer to the system and returns the bytes that it took.
     std::size_t WriteOut() noexcept ZTK_REQUIRES(lock_) {
         const std::size_t allowed = AllowedBytes();
@@ -174,7 +230,8 @@ class TextStream {
             const ssize_t written = WriteSome(buffer_ + taken, allowed - taken);
             if (written > 0) {
                 taken += static_cast<std::size_t>(written);
-            } else if (written == 0 || errno != EINTR) {
+                stalled_ = false;
+            } else if (written == 0 || (errno == EAGAIN ? !WaitForRoom() : errno != EINTR)) {
                 break;
             }
         }
@@ -196,10 +253,12 @@ class TextStream {
     }
 
     Lock lock_;
+    std::atomic<std::int64_t> give_up_at_{kNever};  // waiting for the file
     int file_ ZTK_GUARDED_BY(lock_) = kClosed;
     std::uint64_t size_ ZTK_GUARDED_BY(lock_) = 0;   // of the file, as far as this stream wrote it
     std::uint64_t limit_ ZTK_GUARDED_BY(lock_) = 0;  // what size_ may reach; never below it
     bool may_raise_sigpipe_ ZTK_GUARDED_BY(lock_) = false;  // constant while it is open
+    bool stalled_ ZTK_GUARDED_BY(lock_) = false;            // waiting for the file was in vain
     std::size_t used_ ZTK_GUARDED_BY(lock_) = 0;
     // The first bytes of the buffer, which must reach the file before any other: the byte-order
     // mark, or the rest of a character.
@@ -257,7 +316,9 @@ TextStream* _wfopen(const wchar_t* path, const wchar_t* mode) noexcept {
     TextStream* const stream = StartStream(file);
     if (stream == nullptr) {
         (void)::close(file);  // nothing was written to it
+        return nullptr;
     }
+    (void)stream->FlushNow();  // on a full disk the mark waits for the first text that gets through
     return stream;
 }
 

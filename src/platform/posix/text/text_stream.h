@@ -29,11 +29,13 @@ int fputws(const wchar_t* text, TextStream* stream) noexcept;
 // Hands what is buffered to the system. 0, or -1 after a write error; what could not be written is
 // dropped, but no character in part: its rest is written before the next text. The limit on the
 // size of files (RLIMIT_FSIZE) counts as a full disk and raises no signal, unless it is lowered
-// while the stream is open. 0 for a closed stream.
+// while the stream is open. A pipe whose reader stalls counts as one, too: after five seconds in
+// which it took nothing, and from then on at once until it takes something. 0 for a closed stream.
 int fflush(TextStream* stream) noexcept;
 
-// Flushes and closes. Returns what fflush would. The stream's own memory stays with the layer until
-// the library is unloaded, and may serve the next _wfopen.
+// Flushes and closes. Returns what fflush would, but waits no longer than one second for a pipe,
+// together with writers that wait for it already. The stream's own memory stays with the layer
+// until the library is unloaded, and may serve the next _wfopen.
 int fclose(TextStream* stream) noexcept;
 
 // In a child of fork: frees each stream from a parent's thread that was writing to it and drops

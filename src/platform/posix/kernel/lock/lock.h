@@ -23,6 +23,13 @@ class ZTK_CAPABILITY("mutex") Lock {
         }
     }
 
+    // Takes the lock if it is free.
+    bool TryAcquire() noexcept ZTK_TRY_ACQUIRE(true) {
+        std::uint32_t expected = kFree;
+        return word_.compare_exchange_strong(expected, kTaken, std::memory_order_acquire,
+                                             std::memory_order_relaxed);
+    }
+
     void Release() noexcept ZTK_RELEASE() {
         if (word_.exchange(kFree, std::memory_order_release) == kWaitedFor) [[unlikely]] {
             FutexWakeOne(&word_);
