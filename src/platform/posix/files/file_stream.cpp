@@ -60,16 +60,23 @@ bool CutsAMark(const std::FILE* stream) noexcept {
     return room > 0 && static_cast<std::size_t>(room) <= kLittle.size();
 }
 
+// Takes a stream that has read nothing to another place of its file. Not by fseek: that decodes the
+// bytes before the place, and never returns where they end in the middle of a character.
+void SkipTo(std::FILE* stream, long place, int whence) noexcept {
+    (void)::lseek(::fileno(stream), place, whence);  // a regular file can be sought in
+    stream->_offset = -1;                            // the C library asks for its place again
+}
+
 // Takes the stream to where its decoder meets no mark on its own, if it is at such a place now.
 void AvoidLoneMark(std::FILE* stream, const FileStart& start) noexcept {
     if (start.IsOnlyAMark()) {
         // Not to its end: more may have been written to the file meanwhile.
-        (void)std::fseek(stream, start.Size(), SEEK_SET);  // a regular file can be sought in
+        SkipTo(stream, start.Size(), SEEK_SET);
     } else if (CutsAMark(stream) && start.BeginsWith(kLittle)) {
-        (void)std::fseek(stream, static_cast<long>(kLittle.size()), SEEK_SET);  // as above
+        SkipTo(stream, static_cast<long>(kLittle.size()), SEEK_SET);
     } else if (CutsAMark(stream) && start.BeginsWith(kBig)) {
         // Without its mark the text would be taken for one of the other byte order.
-        (void)std::fseek(stream, 0, SEEK_END);  // as above
+        SkipTo(stream, 0, SEEK_END);
     }
 }
 
