@@ -32,9 +32,6 @@ add_library(ztk_leak_watch OBJECT
 target_include_directories(ztk_leak_watch PRIVATE ${PROJECT_SOURCE_DIR}/include)
 target_link_libraries(ztk_leak_watch PUBLIC ztk_test_support)
 
-ztk_add_library(ZtkAgentLibFaulty ${PROJECT_SOURCE_DIR}/tests/support/failing_allocation.cpp)
-target_include_directories(ZtkAgentLibFaulty PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-
 # Windows tests share one Wine prefix. It is made before the first of them, because programs that start
 # at the same time in a missing prefix get in each other's way.
 set(ztk_test_properties TIMEOUT 120)
