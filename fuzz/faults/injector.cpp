@@ -1,7 +1,6 @@
 #include "injector.h"
 
 #include <dlfcn.h>
-#include <link.h>
 #include <linux/futex.h>
 #include <netdb.h>
 #include <sys/syscall.h>
@@ -9,16 +8,14 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 
-// The C library's own names for its allocator, and the linker's for where the program's code lies.
+// The C library's own names for its allocator.
 extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
 void __libc_free(void*);
-extern const char __executable_start, etext;
 }
 
 namespace ztk_faults {
@@ -29,42 +26,10 @@ std::atomic<const Call*> failing{nullptr};
 std::atomic<long> calls_left{0}, live_blocks{0};
 std::atomic<int> failure{0};
 
-struct Code {
-    std::uintptr_t begin, end;
-
-    [[nodiscard]] bool Has(const void* place) const {
-        const auto address = reinterpret_cast<std::uintptr_t>(place);
-        return address >= begin && address < end;
-    }
-};
-
-int FindLibrary(dl_phdr_info* info, std::size_t, void* code) {
-    if (std::strstr(info->dlpi_name, "libZtkAgentLib") == nullptr) {
-        return 0;
-    }
-    for (int i = 0; i < info->dlpi_phnum; ++i) {
-        const auto& part = info->dlpi_phdr[i];
-        if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0) {
-            const std::uintptr_t begin = info->dlpi_addr + part.p_vaddr;
-            *static_cast<Code*>(code) = {begin, begin + part.p_memsz};
-        }
-    }
-    return 1;
-}
-
-bool IsLibrary(const void* caller) {
-    static const Code library = [] {
-        Code found = {0, 0};
-        dl_iterate_phdr(FindLibrary, &found);
-        return found;
-    }();
-    return library.Has(caller);
-}
-
-bool IsProgram(const void* caller) {
-    return Code{reinterpret_cast<std::uintptr_t>(&__executable_start),
-                reinterpret_cast<std::uintptr_t>(&etext)}
-        .Has(caller);
+// Whether the code that calls is in an object whose path ends like this, give or take a version.
+bool Calls(const void* caller, const char* object) {
+    Dl_info place{};
+    return dladdr(caller, &place) != 0 && std::strstr(place.dli_fname, object) != nullptr;
 }
 
 bool IsTurn() {
@@ -83,7 +48,7 @@ long Perform(const Call& call, Function original, const void* caller, Arguments 
     // fails, and it does not.
     const bool applies = std::strcmp(call.name, "syscall") != 0 ||
                          (x.a == SYS_futex && (x.c & FUTEX_CMD_MASK) == FUTEX_WAIT_BITSET);
-    if (failing.load() != &call || !applies || !IsLibrary(caller) || !IsTurn()) {
+    if (failing.load() != &call || !applies || !Calls(caller, "/libZtkAgentLib") || !IsTurn()) {
         return original(x.a, x.b, x.c, x.d, x.e, x.f, x.g);
     }
     if (call.effective == -1 || call.effective == failure) {
@@ -94,7 +59,7 @@ long Perform(const Call& call, Function original, const void* caller, Arguments 
 }
 
 bool RefusesMemory(const void* caller) {
-    const bool refuses = failing.load() == &kRequest && !IsProgram(caller) && IsTurn();
+    const bool refuses = failing.load() == &kRequest && !Calls(caller, "/bin/faults") && IsTurn();
     errno = refuses ? ENOMEM : errno;
     return refuses;
 }
@@ -142,31 +107,29 @@ long LiveBlocks() noexcept {
     return live_blocks;
 }
 
-}  // namespace ztk_faults
-
 extern "C" {
 
 void* malloc(std::size_t bytes) noexcept {
-    const bool refused = ztk_faults::RefusesMemory(__builtin_return_address(0));
-    return refused ? nullptr : ztk_faults::Counted(__libc_malloc(bytes));
+    return RefusesMemory(__builtin_return_address(0)) ? nullptr : Counted(__libc_malloc(bytes));
 }
 
 void* calloc(std::size_t count, std::size_t bytes) noexcept {
-    const bool refused = ztk_faults::RefusesMemory(__builtin_return_address(0));
-    return refused ? nullptr : ztk_faults::Counted(__libc_calloc(count, bytes));
+    return RefusesMemory(__builtin_return_address(0)) ? nullptr
+                                                      : Counted(__libc_calloc(count, bytes));
 }
 
 void* realloc(void* block, std::size_t bytes) noexcept {
-    if (ztk_faults::RefusesMemory(__builtin_return_address(0))) {
+    if (RefusesMemory(__builtin_return_address(0))) {
         return nullptr;
     }
     void* const moved = __libc_realloc(block, bytes);
-    return block == nullptr ? ztk_faults::Counted(moved) : moved;
+    return block == nullptr ? Counted(moved) : moved;
 }
 
 void free(void* block) noexcept {
-    ztk_faults::live_blocks.fetch_sub(block != nullptr ? 1 : 0);
+    live_blocks.fetch_sub(block != nullptr ? 1 : 0);
     __libc_free(block);
 }
 
 }  // extern "C"
+}  // namespace ztk_faults
