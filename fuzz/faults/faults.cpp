@@ -1,11 +1,12 @@
 // Plays each scenario again and again, each time with another call of it failing, until none is
 // left. A failure must be reported, must leave nothing behind, and the next play must succeed.
-#include <dirent.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include "injector.h"
 #include "support/scenarios.h"
@@ -16,32 +17,44 @@ namespace {
 using namespace ztk_faults;
 using namespace ztk_test;
 
-char site[160];
+struct Fault {
+    const Scenario& scenario;
+    const Call& call;
+    int error;
+    long nth = 0;
+};
+
+char site[160];  // what fails just now
 int problems = 0;
 
-void Complain(const char* what) {
-    ++problems;
-    std::printf("FAILED: %s: %s\n", site, what);
+void Expect(bool good, const char* otherwise) {
+    if (!good) {
+        ++problems;
+        std::printf("FAILED: %s%s\n", site, otherwise);
+    }
 }
 
 // A crash or a hang: names the place, as there is no going on.
 void GiveUp(int) {
-    const char end[] = ": the process crashed or hung\n";
-    if (write(STDOUT_FILENO, site, std::strlen(site)) > 0 &&
-        write(STDOUT_FILENO, end, sizeof(end) - 1) > 0) {
-        _exit(1);
-    }
-    _exit(2);
+    _exit(write(STDOUT_FILENO, site, std::strlen(site)) < 0 ? 2 : 1);
+}
+
+// Plays with one call failing, then without. Whether the call was reached.
+bool Play(const Fault& fault) {
+    std::snprintf(site, sizeof(site), "%s, call %ld of %s, error %d: crashed or hung, or else\n",
+                  fault.scenario.name, fault.nth, fault.call.name, fault.error);
+    alarm(30);
+    FailNth(fault.call, fault.nth, fault.error);
+    const Outcome outcome = Play(fault.scenario);
+    const bool reached = StopFailing();
+    Expect(outcome != Outcome::kWrong, "success was reported, and a result is wrong");
+    Expect((reached ? Play(fault.scenario) : outcome) == Outcome::kDone,
+           "nothing fails any more, and it does not succeed");
+    return reached;
 }
 
 int Entries(const char* directory) {
-    int count = 0;
-    DIR* const entries = opendir(directory);
-    while (entries != nullptr && readdir(entries) != nullptr) {
-        ++count;
-    }
-    closedir(entries);
-    return count;
+    return static_cast<int>(std::distance(std::filesystem::directory_iterator(directory), {}));
 }
 
 struct Holdings {
@@ -57,78 +70,44 @@ Holdings Settled(int threads) {
     return {Entries("/proc/self/fd"), Entries("/proc/self/task"), LiveBlocks()};
 }
 
-// Plays with one call failing, then without. Whether the call was reached.
-bool PlayTwice(const Scenario& scenario, const Call* call, long nth, int error) {
-    std::snprintf(site, sizeof(site), "%s, call %ld of %s, error %d", scenario.name, nth,
-                  call == nullptr ? "malloc" : call->name, error);
-    alarm(30);
-    call == nullptr ? FailNthRequest(nth) : FailNth(*call, nth, error);
-    Outcome outcome = Play(scenario);
-    const bool reached = StopFailing();
-    if (outcome == Outcome::kWrong) {
-        Complain("success was reported, and a result is wrong");
-    }
-    outcome = reached ? Play(scenario) : outcome;
-    if (outcome != Outcome::kDone) {
-        Complain("nothing fails any more, and it does not succeed");
-    }
-    return reached;
-}
-
 // What is left behind grows with every repetition; what the C library keeps for later does not.
-void ExpectNothingLeft(const Scenario& scenario, const Call* call, long nth, int error,
-                       Holdings& before) {
+void ExpectNothingLeft(const Fault& fault, Holdings& before) {
     Holdings now = Settled(before.threads);
     for (int i = 0; i < 3 && now.blocks > before.blocks; ++i) {
         before.blocks = now.blocks;
-        PlayTwice(scenario, call, nth, error);
+        Play(fault);
         now = Settled(before.threads);
     }
-    if (now.blocks > before.blocks) {
-        Complain("memory stays behind");
-    }
-    if (now.descriptors > before.descriptors || now.threads > before.threads) {
-        Complain("a descriptor or a thread stays behind");
-    }
+    Expect(now.blocks <= before.blocks, "memory stays behind");
+    Expect(now.descriptors <= before.descriptors && now.threads <= before.threads,
+           "a descriptor or a thread stays behind");
     before = now;
 }
 
-struct Count {
-    long sites = 0, runs = 0;
-};
-
-// Fails the first, the second and so on of one call.
-void FailEach(const Scenario& scenario, const Call* call, int error, bool first, Holdings& held,
-              Count& count) {
-    for (long nth = 0; PlayTwice(scenario, call, nth, error); ++nth) {
-        ExpectNothingLeft(scenario, call, nth, error, held);
-        count.sites += first ? 1 : 0;
-        ++count.runs;
+// Fails the first, the second and so on of one call. How many there were.
+long FailEach(Fault fault, Holdings& held) {
+    for (; Play(fault); ++fault.nth) {
+        ExpectNothingLeft(fault, held);
     }
+    return fault.nth;
 }
 
 void FailAll(const Scenario& scenario) {
-    Count calls, requests;
     Play(scenario);
     Holdings held = Settled(Entries("/proc/self/task"));
+    long sites = 0, runs = 0;
     for (const Call* call : kCalls) {
+        const long before = runs;
         for (const int* error = call->errors; *error != 0; ++error) {
-            FailEach(scenario, call, *error, error == call->errors, held, calls);
+            const long count = FailEach({scenario, *call, *error}, held);
+            sites += runs == before ? count : 0;
+            runs += count;
         }
     }
-    FailEach(scenario, nullptr, 0, true, held, requests);
+    const long requests = FailEach({scenario, kRequest, ENOMEM}, held);
     std::printf("%-8s %4ld sites of system calls, %5ld runs; %4ld requests for memory\n",
-                scenario.name, calls.sites, calls.runs, requests.runs);
+                scenario.name, sites, runs, requests);
     std::fflush(stdout);
-}
-
-// A ring string that gets no memory ends the process, as documented: the rings have all of theirs
-// before anything is refused.
-void FillRings() {
-    for (int i = 0; i < 600; ++i) {
-        (void)ZTK::StrFormat("%4000d", i);
-        (void)ZTK::StrFormat(L"%4000d", i);
-    }
 }
 
 }  // namespace
@@ -138,7 +117,12 @@ int main(int argc, char** argv) {
         std::signal(signal, GiveUp);
     }
     ZTK::InitWSA();
-    FillRings();
+    // A ring string that gets no memory ends the process, as documented: the rings have all of
+    // theirs before anything is refused.
+    for (int i = 0; i < 600; ++i) {
+        (void)ZTK::StrFormat("%4000d", i);
+        (void)ZTK::StrFormat(L"%4000d", i);
+    }
     for (const Scenario& scenario : kScenarios) {
         if (argc < 2 || std::strcmp(argv[1], scenario.name) == 0) {
             FailAll(scenario);

@@ -19,9 +19,11 @@ void __libc_free(void*);
 }
 
 namespace ztk_faults {
+
+const Call kRequest = {"malloc", 0, false, nullptr};
+
 namespace {
 
-constexpr Call kRequest = {"malloc", 0, false, nullptr};
 std::atomic<const Call*> failing{nullptr};
 std::atomic<long> calls_left{0}, live_blocks{0};
 std::atomic<int> failure{0};
@@ -92,10 +94,6 @@ void FailNth(const Call& call, long nth, int error) noexcept {
     failure = error;
     calls_left = nth;
     failing = &call;
-}
-
-void FailNthRequest(long nth) noexcept {
-    FailNth(kRequest, nth, ENOMEM);
 }
 
 bool StopFailing() noexcept {

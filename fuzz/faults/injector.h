@@ -13,13 +13,11 @@ struct Call {
 };
 
 inline constexpr int kCallCount = 39;
-extern const Call* const kCalls[kCallCount];
+extern const Call* const kCalls[kCallCount];  // of the system, by the library
+extern const Call kRequest;                   // for memory, by the library or by what it calls
 
-// From now on the nth call (from 0) by the library fails with the error, and no later one.
+// From now on the nth call (from 0) fails with the error, and no later one.
 void FailNth(const Call& call, long nth, int error) noexcept;
-
-// The same of the nth request for memory, by the library or by what it calls.
-void FailNthRequest(long nth) noexcept;
 
 // Ends it. Whether the nth was reached.
 bool StopFailing() noexcept;
