@@ -20,8 +20,9 @@ static int Fork() {
     if (child == 0) {
         alarm(20);  // a child that hangs ends by this signal
         bool right = true;
-        for (const ztk_test::Scenario& scenario : ztk_test::kScenarios)
+        for (const ztk_test::Scenario& scenario : ztk_test::kScenarios) {
             right &= ztk_test::Play(scenario) == ztk_test::Outcome::kDone;
+        }
         std::rand() % 2 == 0 ? std::exit(right ? 7 : 1) : _exit(right ? 7 : 1);
     }
     return child > 0 && waitpid(child, &status, 0) == child ? status : -1;
@@ -30,19 +31,25 @@ static int Fork() {
 int main(int, char** arguments) {
     ZTK::InitWSA();
     const char how = *arguments[1];
-    for (const ztk_test::Scenario& scenario : ztk_test::kScenarios)
+    for (const ztk_test::Scenario& scenario : ztk_test::kScenarios) {
         std::thread([=] {
-            for (;;)  // not judged: all threads share one ring of texts, and it comes round early
+            for (;;) {  // not judged: all threads share one ring of texts, and it comes round early
                 (void)ztk_test::Play(scenario);
+            }
         }).detach();
+    }
     Sleep(GetCurrentThreadId() % 30);
-    for (int i = 0; how == 'f' && i < 20; ++i)
-        if (const int status = Fork(); status != 7 << 8)
+    for (int i = 0; how == 'f' && i < 20; ++i) {
+        if (const int status = Fork(); status != 7 << 8) {
             std::printf("a child ended with status %d\n", status), std::exit(3);
+        }
+    }
     std::puts(how == 'f' ? "Forks 20" : "Exits 1");
-    if (how == 't')
+    if (how == 't') {
         std::thread(std::exit, 0).join();
-    if (how == 'c')
+    }
+    if (how == 'c') {
         (void)(new Door(ztk_test::Endpoint(ztk_test::kIPv4, 0)))->Start();
+    }
     return how == 'c' ? 4 : 0;
 }

@@ -20,14 +20,16 @@ struct Transport : ztk_test::IPv4LoopbackTest, ZTK::ISOReceiver, example::Inbox 
         std::string bytes, cut;
         for (unsigned number = 0; number < messages && pieces != 0;) {
             example::AppendMessage(&bytes, example::Kind::kRequest, number, Body(number));
-            if (++number < messages && keeps && bytes.size() < piece)
+            if (++number < messages && keeps && bytes.size() < piece) {
                 continue;
+            }
             for (; !bytes.empty() && pieces != 0; --pieces) {
                 cut = bytes.substr(0, 1 + std::rand() % piece);
                 bytes.erase(0, cut.size());
                 EXPECT_TRUE(example::SendAll(peer, cut)) << peer.GetLastError();
-                if (std::rand() % 2000 == 0)
+                if (std::rand() % 2000 == 0) {
                     Sleep(5);
+                }
             }
             EXPECT_TRUE(keeps || pieces == 0 || peer.Read() == 1);
         }
@@ -41,7 +43,7 @@ struct Transport : ztk_test::IPv4LoopbackTest, ZTK::ISOReceiver, example::Inbox 
     unsigned pieces = resets ? std::random_device{}() % 200 : ~0U, orderly_ends = 0;
 };
 
-TEST_F(Transport, Soak) {
+TEST_F(Transport, DeliversAllInOrderOrReportsTheReset) {
     SetKeepRemainder(keeps);
     ZTK::CClientSocket client(this, 16 << std::rand() % 13);
     const std::jthread writer(&Transport::Write, this, StartReceiving(client));
