@@ -97,6 +97,15 @@ class BufferLinesModel : public testing::Test {
         Expect(kept_, model, model.starts.size(), storage_);
     }
 
+    // A new buffer holds nothing but the text: zeros follow in the storage, terminator included.
+    void LoadFresh(const Model<T>& model, TestFile& file, std::size_t file_bytes) {
+        ZTK::CBuffer<T> buffer;
+        ASSERT_EQ(buffer.Load(file.Open(kMode)), static_cast<int>(model.starts.size()));
+        std::vector<T> storage = model.text;
+        storage.resize(file_bytes == 0 ? 0 : file_bytes + 1);
+        Expect(buffer, model, model.starts.size(), storage);
+    }
+
     void ReadLineByLine(const Model<T>& model, TestFile& file, int file_bytes) {
         ZTK::CBuffer<T> buffer;
         std::FILE*& stream = file.Open(kMode);
@@ -146,6 +155,7 @@ TYPED_TEST(BufferLinesModel, RandomTextsGiveTheModelsLines) {
         const std::string bytes = this->FileOf(read);
         TestFile file(bytes);
         this->Load(read, model, file);
+        this->LoadFresh(model, file, bytes.size());
         this->ReadLineByLine(model, file, static_cast<int>(bytes.size()));
         this->Cut(read, TypeParam{'\n'});
         this->Cut(read, read.empty() ? TypeParam{0} : read[random() % read.size()]);
