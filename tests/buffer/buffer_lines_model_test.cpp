@@ -85,9 +85,8 @@ class BufferLinesModel : public testing::Test {
                       buffer.GetBuffer() + model.starts[i]);
         }
         EXPECT_EQ(buffer.GetNext(none, static_cast<int>(count)), nullptr);
-        for (std::size_t i = 0; i < storage.size(); ++i) {
-            ASSERT_EQ(buffer.GetBuffer()[i], storage[i]) << i;
-        }
+        const auto other = std::mismatch(storage.begin(), storage.end(), buffer.GetBuffer()).first;
+        ASSERT_EQ(static_cast<std::size_t>(other - storage.begin()), storage.size());
     }
 
     void Load(const std::vector<T>& read, const Model<T>& model, TestFile& file) {
