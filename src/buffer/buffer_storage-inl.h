@@ -10,6 +10,19 @@
 #include "ztk/buffer.h"
 
 namespace ZTK {
+namespace buffer {
+
+// The bytes that the characters of the stream's file take, negative if that cannot be told.
+template <class T>
+int BytesForFile(std::FILE* fp) noexcept {
+    constexpr int kUnknown = -1;
+    constexpr int kPerByte = static_cast<int>(sizeof(T));
+    const int file_bytes = static_cast<int>(_filelength(_fileno(fp)));
+    const bool known = file_bytes >= 0 && file_bytes <= std::numeric_limits<int>::max() / kPerByte;
+    return (known ? file_bytes : kUnknown) * kPerByte;
+}
+
+}  // namespace buffer
 
 // What a refused growth leaves behind.
 template <class T>
@@ -72,13 +85,7 @@ void CBuffer<T>::SetSize(int n) noexcept {
 // False if memory is short.
 template <class T>
 bool CBuffer<T>::SizeForFile(std::FILE* fp, int& bytes) noexcept {
-    constexpr int kUnknown = -1;
-    constexpr int kPerByte = static_cast<int>(sizeof(T));
-    int file_bytes = static_cast<int>(_filelength(_fileno(fp)));
-    if (file_bytes < 0 || file_bytes > std::numeric_limits<int>::max() / kPerByte) {
-        file_bytes = kUnknown;
-    }
-    bytes = file_bytes * kPerByte;
+    bytes = buffer::BytesForFile<T>(fp);
     return bytes <= 0 || EnsureRoom(bytes);
 }
 

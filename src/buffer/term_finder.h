@@ -8,8 +8,10 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 #include "buffer/skip_table.h"
@@ -47,7 +49,8 @@ class TermFinder {
           count_(count),
           term_(term),
           last_(count - term.length),
-          ends_(Wanted(term.text[0]), Wanted(term.text[term.length - 1]), term.length - 1),
+          ends_(text, last_ + 1,
+                {Wanted(term.text[0]), Wanted(term.text[term.length - 1]), term.length - 1}),
           leaps_(term.is_complete) {}
 
     // The last alignment that the text has room for.
@@ -89,9 +92,25 @@ class TermFinder {
         return both ? scan::Wanted<T>{low, T{0x20}} : scan::Wanted<T>{c, T{0}};
     }
 
+    // How many characters at the front of a and b are the same, as far as whole words tell that.
+    static std::size_t SameWords(const T* a, const T* b, std::size_t count) noexcept {
+        constexpr std::size_t kWord = sizeof(std::uint64_t) / sizeof(T);
+        std::size_t same = 0;
+        for (; count - same >= kWord; same += kWord) {
+            std::uint64_t x;
+            std::uint64_t y;
+            std::memcpy(&x, a + same, sizeof x);
+            std::memcpy(&y, b + same, sizeof y);
+            if (x != y) {
+                return same + static_cast<std::size_t>(std::countr_zero(x ^ y)) / (8 * sizeof(T));
+            }
+        }
+        return same;
+    }
+
     // How many characters at the term's front match at `at`; the last one is left out.
     [[nodiscard]] std::size_t SameAt(std::size_t at) const noexcept {
-        std::size_t same = 0;
+        std::size_t same = kIgnoreCase ? 0 : SameWords(text_ + at, term_.text, term_.length - 1);
         while (same + 1 < term_.length && IsSame<kIgnoreCase>(text_[at + same], term_.text[same])) {
             ++same;
         }
@@ -131,7 +150,7 @@ class TermFinder {
     std::size_t NextLeap(std::size_t at) noexcept {
         reach_ = 0;
         for (;; ++at) {
-            at = ends_.Find(text_, at, last_ + 1);
+            at = ends_.Find(at);
             if (at > last_) {
                 return kNone;
             }

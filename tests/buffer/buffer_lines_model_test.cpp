@@ -85,9 +85,8 @@ class BufferLinesModel : public testing::Test {
                       buffer.GetBuffer() + model.starts[i]);
         }
         EXPECT_EQ(buffer.GetNext(none, static_cast<int>(count)), nullptr);
-        for (std::size_t i = 0; i < storage.size(); ++i) {
-            ASSERT_EQ(buffer.GetBuffer()[i], storage[i]) << i;
-        }
+        const auto other = std::mismatch(storage.begin(), storage.end(), buffer.GetBuffer()).first;
+        ASSERT_EQ(static_cast<std::size_t>(other - storage.begin()), storage.size());
     }
 
     void Load(const std::vector<T>& read, const Model<T>& model, TestFile& file) {
@@ -95,6 +94,15 @@ class BufferLinesModel : public testing::Test {
         storage_.resize(std::max(storage_.size(), read.size()));
         std::copy(model.text.begin(), model.text.end(), storage_.begin());
         Expect(kept_, model, model.starts.size(), storage_);
+    }
+
+    // A new buffer holds nothing but the text: zeros follow in the storage, terminator included.
+    void LoadFresh(const Model<T>& model, TestFile& file, std::size_t file_bytes) {
+        ZTK::CBuffer<T> buffer;
+        ASSERT_EQ(buffer.Load(file.Open(kMode)), static_cast<int>(model.starts.size()));
+        std::vector<T> storage = model.text;
+        storage.resize(file_bytes == 0 ? 0 : file_bytes + 1);
+        Expect(buffer, model, model.starts.size(), storage);
     }
 
     void ReadLineByLine(const Model<T>& model, TestFile& file, int file_bytes) {
@@ -146,6 +154,7 @@ TYPED_TEST(BufferLinesModel, RandomTextsGiveTheModelsLines) {
         const std::string bytes = this->FileOf(read);
         TestFile file(bytes);
         this->Load(read, model, file);
+        this->LoadFresh(model, file, bytes.size());
         this->ReadLineByLine(model, file, static_cast<int>(bytes.size()));
         this->Cut(read, TypeParam{'\n'});
         this->Cut(read, read.empty() ? TypeParam{0} : read[random() % read.size()]);

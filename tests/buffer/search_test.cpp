@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <random>
 #include <sstream>
 
+#include "platform/processor/text_scan.h"
 #include "support/buffer_text.h"
 #include "support/guarded_text.h"
 #include "ztk/search.h"
@@ -171,6 +173,40 @@ TYPED_TEST(Search, TakesItsStepsWithTermsThatWrapTheTable) {
             ASSERT_NO_FATAL_FAILURE(this->ExpectOutcome(text, 0, outcome)) << letters;
         }
     }
+}
+
+// The scans below the searches, in texts of every length around their blocks, against plain loops.
+TYPED_TEST(Search, ScansTheSameWithEveryInstructionSet) {
+    using namespace ZTK::processor;
+    std::mt19937 random(7);
+    for (const auto set : {InstructionSet::kBaseline, InstructionSet::kAvx2}) {
+        for (std::size_t count = 0; UseForTests(set) && count < 300; ++count) {
+            std::vector<TypeParam> text(count);
+            for (TypeParam& c : text) {
+                c = static_cast<TypeParam>("\nAab"[random() % (count % 3 != 0 ? 4 : 80) % 4]);
+            }
+            const TypeParam* const at = this->guarded.Put(text, count % 2 != 0);
+            const auto feeds = std::count(text.begin(), text.end(), TypeParam{'\n'});
+            const auto last = std::find(text.rbegin(), text.rend(), TypeParam{'\n'});
+            const auto found = ZTK::scan::FindAll(at, count, TypeParam{'\n'});
+            ASSERT_EQ(found.count, static_cast<std::size_t>(feeds)) << count;
+            ASSERT_EQ(found.end, static_cast<std::size_t>(text.rend() - last)) << count;
+
+            const std::size_t distance = std::min<std::size_t>(random() % 40, count);
+            const std::size_t end = count - distance;
+            ZTK::scan::PairFinder<TypeParam> pairs(at, end, {{'a', 0x20}, {'b', 0}, distance});
+            for (std::size_t i = 0; i < end; i += 1 + random() % 2) {
+                std::size_t expected = i;
+                while (expected < end &&
+                       ((text[expected] | 0x20) != 'a' || text[expected + distance] != 'b')) {
+                    ++expected;
+                }
+                i = pairs.Find(i);
+                ASSERT_EQ(i, expected) << count << " " << distance;
+            }
+        }
+    }
+    UseForTests(InstructionSet::kAvx2);
 }
 
 TYPED_TEST(Search, CountsManyLines) {

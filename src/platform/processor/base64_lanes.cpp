@@ -1,17 +1,12 @@
 #include "platform/processor/base64_lanes.h"
 
+#include "platform/processor/instruction_set.h"
+
 #if defined(__x86_64__)
 
 #include <immintrin.h>
 
 #define ZTK_FOR_16_LANES __attribute__((target("ssse3"), always_inline)) inline
-#define ZTK_FOR_32_LANES __attribute__((target("avx2"), always_inline)) inline
-
-// On Windows the compiler keeps 32-byte values on a stack that is aligned to 16 and may fault
-// there.
-#if !defined(_WIN32)
-#define ZTK_HAS_32_LANES 1
-#endif
 
 namespace ZTK::base64 {
 namespace {
@@ -25,11 +20,11 @@ constexpr int kUpperFactors = 0x04000040;
 constexpr int kLowerSextets = 0x003F03F0;
 constexpr int kLowerFactors = 0x01000010;
 
-// What to add to a sextet for its character, by kind of sextet: 0 lower case, 1 to 10 digits, 11
-// '+', 12 '/', 13 upper case.
-#define ZTK_CHARACTER_OFFSETS                                                                 \
-    'a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, \
-        '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0
+// What to add to a sextet for its character, by kind of sextet: 0 upper case, 1 lower case, 2 to 11
+// digits, 12 '+', 13 '/'.
+#define ZTK_CHARACTER_OFFSETS                                                                      \
+    'A', 'a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, \
+        '0' - 52, '0' - 52, '+' - 62, '/' - 63, 0, 0
 
 ZTK_FOR_16_LANES void Encode12(const unsigned char* in, unsigned char* out) noexcept {
     const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
@@ -41,9 +36,10 @@ ZTK_FOR_16_LANES void Encode12(const unsigned char* in, unsigned char* out) noex
                                           _mm_set1_epi32(kLowerFactors));
     const __m128i sextets = _mm_or_si128(upper, lower);
 
-    const __m128i is_upper_case = _mm_cmplt_epi8(sextets, _mm_set1_epi8(26));
-    const __m128i kinds = _mm_or_si128(_mm_subs_epu8(sextets, _mm_set1_epi8(51)),
-                                       _mm_and_si128(is_upper_case, _mm_set1_epi8(13)));
+    // A comparison gives -1: upper case stays 0, the others move up by one.
+    const __m128i is_beyond_upper_case = _mm_cmpgt_epi8(sextets, _mm_set1_epi8(25));
+    const __m128i kinds =
+        _mm_sub_epi8(_mm_subs_epu8(sextets, _mm_set1_epi8(51)), is_beyond_upper_case);
     const __m128i offsets = _mm_shuffle_epi8(_mm_setr_epi8(ZTK_CHARACTER_OFFSETS), kinds);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_add_epi8(sextets, offsets));
 }
@@ -59,7 +55,8 @@ ZTK_FOR_16_LANES std::size_t EncodeBlocks16(const unsigned char* in, std::size_t
 }
 
 // --- Decoding. A character is in the alphabet if the kinds that its upper and its lower half byte
-// allow have one in common: 1 '+' and '/', 2 digits, 4 the first, 8 the last letters of a case.
+// allow have one in common: 1 '+' and '/', 2 digits, 4 the first, 8 the last letters of a case. The
+// shuffle looks at the lower half of an ASCII character by itself, and allows any other nothing.
 // What to add for its sextet depends on the upper half alone, but for '/', which takes the unused
 // place before that of '+'.
 
@@ -80,9 +77,8 @@ ZTK_FOR_16_LANES bool Decode16(const unsigned char* in, unsigned char* out) noex
     const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
     const __m128i half = _mm_set1_epi8(0x0F);
     const __m128i upper = _mm_and_si128(_mm_srli_epi32(text, 4), half);
-    const __m128i kinds = _mm_and_si128(
-        _mm_shuffle_epi8(_mm_setr_epi8(ZTK_KINDS_BY_UPPER), upper),
-        _mm_shuffle_epi8(_mm_setr_epi8(ZTK_KINDS_BY_LOWER), _mm_and_si128(text, half)));
+    const __m128i kinds = _mm_and_si128(_mm_shuffle_epi8(_mm_setr_epi8(ZTK_KINDS_BY_UPPER), upper),
+                                        _mm_shuffle_epi8(_mm_setr_epi8(ZTK_KINDS_BY_LOWER), text));
     if (_mm_movemask_epi8(_mm_cmpeq_epi8(kinds, _mm_setzero_si128())) != 0) {
         return false;
     }
@@ -117,16 +113,22 @@ __attribute__((target("ssse3"))) std::size_t DecodeBy16(const unsigned char* in,
     return DecodeBlocks16(in, n, out);
 }
 
-#if defined(ZTK_HAS_32_LANES)
+#if defined(ZTK_HAS_AVX2_CODE)
 
 // The same steps on two blocks of 16 lanes, side by side.
 
-ZTK_FOR_32_LANES void Encode24(const unsigned char* in, unsigned char* out) noexcept {
-    const __m256i bytes = _mm256_inserti128_si256(
-        _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in))),
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 12)), 1);
+ZTK_INLINE_AVX2 __m256i Load32(const unsigned char* from) noexcept {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+}
+
+ZTK_INLINE_AVX2 void Store32(__m256i bytes, unsigned char* out) noexcept {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), bytes);
+}
+
+// Encodes the 24 bytes behind the first four.
+ZTK_INLINE_AVX2 void Encode24(__m256i bytes, unsigned char* out) noexcept {
     const __m256i groups = _mm256_shuffle_epi8(
-        bytes, _mm256_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10,  //
+        bytes, _mm256_setr_epi8(5, 4, 6, 5, 8, 7, 9, 8, 11, 10, 12, 11, 14, 13, 15, 14,  //
                                 1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10));
     const __m256i upper =
         _mm256_mulhi_epu16(_mm256_and_si256(groups, _mm256_set1_epi32(kUpperSextets)),
@@ -136,22 +138,21 @@ ZTK_FOR_32_LANES void Encode24(const unsigned char* in, unsigned char* out) noex
                            _mm256_set1_epi32(kLowerFactors));
     const __m256i sextets = _mm256_or_si256(upper, lower);
 
-    const __m256i is_upper_case = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), sextets);
-    const __m256i kinds = _mm256_or_si256(_mm256_subs_epu8(sextets, _mm256_set1_epi8(51)),
-                                          _mm256_and_si256(is_upper_case, _mm256_set1_epi8(13)));
+    const __m256i is_beyond_upper_case = _mm256_cmpgt_epi8(sextets, _mm256_set1_epi8(25));
+    const __m256i kinds =
+        _mm256_sub_epi8(_mm256_subs_epu8(sextets, _mm256_set1_epi8(51)), is_beyond_upper_case);
     const __m256i offsets =
         _mm256_shuffle_epi8(_mm256_setr_epi8(ZTK_CHARACTER_OFFSETS, ZTK_CHARACTER_OFFSETS), kinds);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm256_add_epi8(sextets, offsets));
+    Store32(_mm256_add_epi8(sextets, offsets), out);
 }
 
-ZTK_FOR_32_LANES bool Decode32(const unsigned char* in, unsigned char* out) noexcept {
+ZTK_INLINE_AVX2 bool Decode32(const unsigned char* in, unsigned char* out) noexcept {
     const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
     const __m256i half = _mm256_set1_epi8(0x0F);
     const __m256i upper = _mm256_and_si256(_mm256_srli_epi32(text, 4), half);
     const __m256i kinds = _mm256_and_si256(
         _mm256_shuffle_epi8(_mm256_setr_epi8(ZTK_KINDS_BY_UPPER, ZTK_KINDS_BY_UPPER), upper),
-        _mm256_shuffle_epi8(_mm256_setr_epi8(ZTK_KINDS_BY_LOWER, ZTK_KINDS_BY_LOWER),
-                            _mm256_and_si256(text, half)));
+        _mm256_shuffle_epi8(_mm256_setr_epi8(ZTK_KINDS_BY_LOWER, ZTK_KINDS_BY_LOWER), text));
     if (_mm256_movemask_epi8(_mm256_cmpeq_epi8(kinds, _mm256_setzero_si256())) != 0) {
         return false;
     }
@@ -170,22 +171,38 @@ ZTK_FOR_32_LANES bool Decode32(const unsigned char* in, unsigned char* out) noex
     return true;
 }
 
-__attribute__((target("avx2"))) std::size_t EncodeBy32(const unsigned char* in, std::size_t n,
-                                                       unsigned char* out) noexcept {
-    std::size_t done = 0;
-    for (; n - done >= 28; done += 24) {
-        Encode24(in + done, out + done / 3 * 4);
+ZTK_TARGET_AVX2 std::size_t EncodeBy32(const unsigned char* in, std::size_t n,
+                                       unsigned char* out) noexcept {
+    const unsigned char* at = in;
+    const unsigned char* const end = in + n;
+    if (n >= 32) {
+        // Nothing may be read before the text: its first bytes are moved up.
+        Encode24(_mm256_permutevar8x32_epi32(Load32(at), _mm256_setr_epi32(0, 0, 1, 2, 3, 4, 5, 6)),
+                 out);
+        at += 24;
+        out += 32;
+        for (; end - at >= 28 + 24; at += 48, out += 64) {
+            Encode24(Load32(at - 4), out);
+            Encode24(Load32(at + 20), out + 32);
+        }
+        if (end - at >= 28) {
+            Encode24(Load32(at - 4), out);
+            at += 24;
+            out += 32;
+        }
     }
-    return done + EncodeBlocks16(in + done, n - done, out + done / 3 * 4);
+    return static_cast<std::size_t>(at - in) +
+           EncodeBlocks16(at, static_cast<std::size_t>(end - at), out);
 }
 
-__attribute__((target("avx2"))) std::size_t DecodeBy32(const unsigned char* in, std::size_t n,
-                                                       unsigned char* out) noexcept {
-    std::size_t done = 0;
-    while (n - done >= 32 && Decode32(in + done, out + done / 4 * 3)) {
-        done += 32;
+ZTK_TARGET_AVX2 std::size_t DecodeBy32(const unsigned char* in, std::size_t n,
+                                       unsigned char* out) noexcept {
+    const unsigned char* at = in;
+    const unsigned char* const end = in + n;
+    for (; end - at >= 32 && Decode32(at, out); at += 32, out += 24) {
     }
-    return done + DecodeBlocks16(in + done, n - done, out + done / 4 * 3);
+    return static_cast<std::size_t>(at - in) +
+           DecodeBlocks16(at, static_cast<std::size_t>(end - at), out);
 }
 
 #endif
@@ -193,17 +210,17 @@ __attribute__((target("avx2"))) std::size_t DecodeBy32(const unsigned char* in, 
 }  // namespace
 
 Lanes BestLanes() noexcept {
-#if defined(ZTK_HAS_32_LANES)
-    if (__builtin_cpu_supports("avx2")) {
+#if defined(ZTK_HAS_AVX2_CODE)
+    if (processor::HasAvx2()) {
         return Lanes::k32;
     }
 #endif
-    return __builtin_cpu_supports("ssse3") ? Lanes::k16 : Lanes::kNone;
+    return processor::HasSsse3() ? Lanes::k16 : Lanes::kNone;
 }
 
 std::size_t EncodeLanes(Lanes lanes, const unsigned char* in, std::size_t n,
                         unsigned char* out) noexcept {
-#if defined(ZTK_HAS_32_LANES)
+#if defined(ZTK_HAS_AVX2_CODE)
     if (lanes == Lanes::k32) {
         return EncodeBy32(in, n, out);
     }
@@ -213,7 +230,7 @@ std::size_t EncodeLanes(Lanes lanes, const unsigned char* in, std::size_t n,
 
 std::size_t DecodeLanes(Lanes lanes, const unsigned char* in, std::size_t n,
                         unsigned char* out) noexcept {
-#if defined(ZTK_HAS_32_LANES)
+#if defined(ZTK_HAS_AVX2_CODE)
     if (lanes == Lanes::k32) {
         return DecodeBy32(in, n, out);
     }
