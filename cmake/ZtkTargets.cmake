@@ -18,6 +18,17 @@ target_compile_options(ztk_build_flags INTERFACE
     # Checks what ztk/platform/thread_annotations.h says; no other compiler can.
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 target_include_directories(ztk_build_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
+if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # This compiler aligns the stack to 16 bytes on Windows and yet moves 32-byte values to it with
+    # instructions that fault there. The assembler can put others in their place, or there is no AVX2.
+    include(CheckCXXCompilerFlag)
+    check_cxx_compiler_flag(-Wa,-muse-unaligned-vector-move ZTK_HAS_UNALIGNED_VECTOR_MOVE)
+    if(ZTK_HAS_UNALIGNED_VECTOR_MOVE)
+        target_compile_options(ztk_build_flags INTERFACE -Wa,-muse-unaligned-vector-move)
+    else()
+        target_compile_definitions(ztk_build_flags INTERFACE ZTK_NO_AVX2_CODE)
+    endif()
+endif()
 if(ZTK_SANITIZE)
     target_compile_options(ztk_build_flags INTERFACE
         -fsanitize=${ZTK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

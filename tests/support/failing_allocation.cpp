@@ -66,6 +66,10 @@ long long Requests() noexcept {
     return requests.load();
 }
 
+bool UseInstructions(ZTK::processor::InstructionSet most) noexcept {
+    return ZTK::processor::UseForTests(most);
+}
+
 }  // namespace ztk_test
 
 namespace ZTK::allocation {

@@ -1,4 +1,5 @@
-// Controls of the library variant whose allocation seam can refuse a request. Link a test with
+// Controls of the library variant whose allocation seam can refuse a request, and whose choice of
+// instructions can be limited. Link a test with
 // ztk_add_fault_test to get it.
 //
 //     ztk_test::FailAfter(2);             // the third request from now on is refused
@@ -8,6 +9,7 @@
 // Thread-safety: every function may be called from any thread; the counts are over all threads.
 #pragma once
 
+#include "platform/processor/instruction_set.h"
 #include "ztk/platform/export.h"
 
 namespace ztk_test {
@@ -27,5 +29,8 @@ ZTK_API void StopFailing() noexcept;
 
 // Requests so far, refused ones included. A resize is a request, a release is none.
 [[nodiscard]] ZTK_API long long Requests() noexcept;
+
+// Has the library use no instructions beyond this set. False if the processor does not have it.
+ZTK_API bool UseInstructions(ZTK::processor::InstructionSet most) noexcept;
 
 }  // namespace ztk_test

@@ -1,17 +1,12 @@
 #include "platform/processor/base64_lanes.h"
 
+#include "platform/processor/instruction_set.h"
+
 #if defined(__x86_64__)
 
 #include <immintrin.h>
 
 #define ZTK_FOR_16_LANES __attribute__((target("ssse3"), always_inline)) inline
-#define ZTK_FOR_32_LANES __attribute__((target("avx2"), always_inline)) inline
-
-// On Windows the compiler keeps 32-byte values on a stack that is aligned to 16 and may fault
-// there.
-#if !defined(_WIN32)
-#define ZTK_HAS_32_LANES 1
-#endif
 
 namespace ZTK::base64 {
 namespace {
@@ -117,11 +112,11 @@ __attribute__((target("ssse3"))) std::size_t DecodeBy16(const unsigned char* in,
     return DecodeBlocks16(in, n, out);
 }
 
-#if defined(ZTK_HAS_32_LANES)
+#if defined(ZTK_HAS_AVX2_CODE)
 
 // The same steps on two blocks of 16 lanes, side by side.
 
-ZTK_FOR_32_LANES void Encode24(const unsigned char* in, unsigned char* out) noexcept {
+ZTK_INLINE_AVX2 void Encode24(const unsigned char* in, unsigned char* out) noexcept {
     const __m256i bytes = _mm256_inserti128_si256(
         _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in))),
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 12)), 1);
@@ -144,7 +139,7 @@ ZTK_FOR_32_LANES void Encode24(const unsigned char* in, unsigned char* out) noex
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm256_add_epi8(sextets, offsets));
 }
 
-ZTK_FOR_32_LANES bool Decode32(const unsigned char* in, unsigned char* out) noexcept {
+ZTK_INLINE_AVX2 bool Decode32(const unsigned char* in, unsigned char* out) noexcept {
     const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
     const __m256i half = _mm256_set1_epi8(0x0F);
     const __m256i upper = _mm256_and_si256(_mm256_srli_epi32(text, 4), half);
@@ -170,8 +165,8 @@ ZTK_FOR_32_LANES bool Decode32(const unsigned char* in, unsigned char* out) noex
     return true;
 }
 
-__attribute__((target("avx2"))) std::size_t EncodeBy32(const unsigned char* in, std::size_t n,
-                                                       unsigned char* out) noexcept {
+ZTK_TARGET_AVX2 std::size_t EncodeBy32(const unsigned char* in, std::size_t n,
+                                       unsigned char* out) noexcept {
     std::size_t done = 0;
     for (; n - done >= 28; done += 24) {
         Encode24(in + done, out + done / 3 * 4);
@@ -179,8 +174,8 @@ __attribute__((target("avx2"))) std::size_t EncodeBy32(const unsigned char* in, 
     return done + EncodeBlocks16(in + done, n - done, out + done / 3 * 4);
 }
 
-__attribute__((target("avx2"))) std::size_t DecodeBy32(const unsigned char* in, std::size_t n,
-                                                       unsigned char* out) noexcept {
+ZTK_TARGET_AVX2 std::size_t DecodeBy32(const unsigned char* in, std::size_t n,
+                                       unsigned char* out) noexcept {
     std::size_t done = 0;
     while (n - done >= 32 && Decode32(in + done, out + done / 4 * 3)) {
         done += 32;
@@ -193,17 +188,17 @@ __attribute__((target("avx2"))) std::size_t DecodeBy32(const unsigned char* in, 
 }  // namespace
 
 Lanes BestLanes() noexcept {
-#if defined(ZTK_HAS_32_LANES)
-    if (__builtin_cpu_supports("avx2")) {
+#if defined(ZTK_HAS_AVX2_CODE)
+    if (processor::HasAvx2()) {
         return Lanes::k32;
     }
 #endif
-    return __builtin_cpu_supports("ssse3") ? Lanes::k16 : Lanes::kNone;
+    return processor::HasSsse3() ? Lanes::k16 : Lanes::kNone;
 }
 
 std::size_t EncodeLanes(Lanes lanes, const unsigned char* in, std::size_t n,
                         unsigned char* out) noexcept {
-#if defined(ZTK_HAS_32_LANES)
+#if defined(ZTK_HAS_AVX2_CODE)
     if (lanes == Lanes::k32) {
         return EncodeBy32(in, n, out);
     }
@@ -213,7 +208,7 @@ std::size_t EncodeLanes(Lanes lanes, const unsigned char* in, std::size_t n,
 
 std::size_t DecodeLanes(Lanes lanes, const unsigned char* in, std::size_t n,
                         unsigned char* out) noexcept {
-#if defined(ZTK_HAS_32_LANES)
+#if defined(ZTK_HAS_AVX2_CODE)
     if (lanes == Lanes::k32) {
         return DecodeBy32(in, n, out);
     }
