@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <string_view>
 #include <vector>
 
 #include "ztk/memory.h"
@@ -14,22 +15,33 @@ namespace {
 
 constexpr unsigned kUtf8 = 65001;
 
-// ASCII, or words of two-byte characters between ASCII ones.
-enum Kind : std::int64_t { kAscii, kMixed };
+// ASCII; words of two-byte characters between ASCII ones; Russian, whose words stand between
+// blanks; Chinese, of three-byte characters alone; French, with a character of two bytes here and
+// there; and faces, of four bytes each, among a few letters.
+enum Kind : std::int64_t { kAscii, kMixed, kRussian, kChinese, kFrench, kFaces };
 
+constexpr const char* kPattern[] = {
+    "e",
+    "\xD0\xB6\xD0\xB6"
+    "eeee",
+    "\xD0\xBF\xD1\x80\xD0\xBE\xD1\x86\xD0\xB5\xD1\x81\xD1\x81 \xD0\xB2 "
+    "\xD1\x81\xD0\xB5\xD1\x82\xD0\xB8, ",
+    "\xE7\xBD\x91\xE7\xBB\x9C\xE8\xBF\x9B\xE7\xA8\x8B\xE6\xAD\xA3\xE5\x9C\xA8\xE8\xBF\x90\xE8\xA1"
+    "\x8C",
+    "la connexion a \xC3\xA9t\xC3\xA9 ferm\xC3\xA9"
+    "e par le pair; ",
+    "ok \xF0\x9F\x98\x80\xF0\x9F\x98\x81! ",
+};
+
+// As many whole patterns as fit, filled up with ASCII.
 std::vector<char> NarrowText(const benchmark::State& state) {
     const auto size = static_cast<std::size_t>(state.range(0));
+    const std::string_view pattern = kPattern[state.range(1)];
     std::vector<char> text;
-    while (text.size() < size) {
-        const bool wide =
-            state.range(1) == kMixed && text.size() % 8 < 4 && text.size() + 2 <= size;
-        if (wide) {
-            text.push_back('\xD0');
-            text.push_back('\xB6');
-        } else {
-            text.push_back('e');
-        }
+    while (text.size() + pattern.size() <= size) {
+        text.insert(text.end(), pattern.begin(), pattern.end());
     }
+    text.resize(size, 'e');
     text.push_back(0);
     return text;
 }
@@ -84,8 +96,7 @@ void ToNarrowByIconv(benchmark::State& state) {
     RunIconv(state, WideText(state), "UTF-8", "UTF-16LE");
 }
 
-// The loops below know well-formed text of up to three bytes a character: the least that a user
-// writes.
+// The loops below know well-formed text: the least that a user writes.
 void ToWideByLoop(benchmark::State& state) {
     const auto text = NarrowText(state);
     std::vector<wchar_t> out(text.size());
@@ -97,10 +108,16 @@ void ToWideByLoop(benchmark::State& state) {
                 *target++ = lead;
             } else if (lead < 0xE0) {
                 *target++ = static_cast<wchar_t>((lead & 0x1F) << 6 | (*p++ & 0x3F));
-            } else {
+            } else if (lead < 0xF0) {
                 *target++ =
                     static_cast<wchar_t>((lead & 0x0F) << 12 | (p[0] & 0x3F) << 6 | (p[1] & 0x3F));
                 p += 2;
+            } else {
+                const int c =
+                    (lead & 0x07) << 18 | (p[0] & 0x3F) << 12 | (p[1] & 0x3F) << 6 | (p[2] & 0x3F);
+                *target++ = static_cast<wchar_t>(0xD7C0 + (c >> 10));
+                *target++ = static_cast<wchar_t>(0xDC00 | (c & 0x3FF));
+                p += 3;
             }
         }
         *target = 0;
@@ -120,10 +137,17 @@ void ToNarrowByLoop(benchmark::State& state) {
             } else if (*p < 0x800) {
                 *target++ = static_cast<char>(0xC0 | *p >> 6);
                 *target++ = static_cast<char>(0x80 | (*p & 0x3F));
-            } else {
+            } else if (*p < 0xD800 || *p > 0xDFFF) {
                 *target++ = static_cast<char>(0xE0 | *p >> 12);
                 *target++ = static_cast<char>(0x80 | (*p >> 6 & 0x3F));
                 *target++ = static_cast<char>(0x80 | (*p & 0x3F));
+            } else {
+                const int c = ((p[0] - 0xD7C0) << 10) + (p[1] - 0xDC00);
+                ++p;
+                *target++ = static_cast<char>(0xF0 | c >> 18);
+                *target++ = static_cast<char>(0x80 | (c >> 12 & 0x3F));
+                *target++ = static_cast<char>(0x80 | (c >> 6 & 0x3F));
+                *target++ = static_cast<char>(0x80 | (c & 0x3F));
             }
         }
         *target = 0;
@@ -133,9 +157,11 @@ void ToNarrowByLoop(benchmark::State& state) {
 }
 
 void Sizes(benchmark::internal::Benchmark* bench) {
-    bench->ArgNames({"bytes", "mixed"});
-    for (const std::int64_t kind : {kAscii, kMixed}) {
-        bench->Args({64, kind})->Args({4096, kind});
+    bench->ArgNames({"bytes", "kind"});
+    for (const std::int64_t kind : {kAscii, kMixed, kRussian, kChinese, kFrench, kFaces}) {
+        for (const std::int64_t bytes : {64, 4096, 384 << 10}) {
+            bench->Args({bytes, kind});
+        }
     }
 }
 BENCHMARK(ToWide)->Apply(Sizes);
@@ -164,12 +190,44 @@ void FormatLogLineBySnprintf(benchmark::State& state) {
 }
 BENCHMARK(FormatLogLineBySnprintf);
 
+#define FLOAT_LINE "took %.3f s, %g per second, %e in all, %.2f %%"
+#define FLOAT_ARGUMENTS 12.3456, 8231.25, 3.14159e12, 99.87
+
 void FormatFloat(benchmark::State& state) {
     for (auto _ : state) {
-        benchmark::DoNotOptimize(ZTK::StrFormat("took %.3f s", 12.3456));
+        benchmark::DoNotOptimize(ZTK::StrFormat(FLOAT_LINE, FLOAT_ARGUMENTS));
     }
 }
 BENCHMARK(FormatFloat);
+
+void FormatFloatBySnprintf(benchmark::State& state) {
+    char buffer[256];
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(std::snprintf(buffer, sizeof buffer, FLOAT_LINE, FLOAT_ARGUMENTS));
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(FormatFloatBySnprintf);
+
+#define INTEGER_LINE "message %d of %u, length %lld, flags %x, thread %lu\n"
+#define INTEGER_ARGUMENTS 17, 4711u, 123456789012LL, 0xBEEFu, 140234UL
+
+void FormatIntegers(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(ZTK::StrFormat(INTEGER_LINE, INTEGER_ARGUMENTS));
+    }
+}
+BENCHMARK(FormatIntegers);
+
+void FormatIntegersBySnprintf(benchmark::State& state) {
+    char buffer[256];
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            std::snprintf(buffer, sizeof buffer, INTEGER_LINE, INTEGER_ARGUMENTS));
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(FormatIntegersBySnprintf);
 
 void WideLength(benchmark::State& state) {
     const std::vector<wchar_t> text = WideText(state);

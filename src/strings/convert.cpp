@@ -53,15 +53,15 @@ template <class Target, class Source>
 }
 
 // Straight into a slot, which mostly has room for the longest possible result or, from its last
-// texts, for this one. REQUIRES: AlwaysFits(code_page), count <= kShort / kMostFromOne<Target>.
+// texts, for this one. REQUIRES: AlwaysFits(code_page), count <= kMaxRingText /
+// kMostFromOne<Target>.
 template <class Target, class Source>
 const Target* ConvertInPlace(const Source* text, int count, UINT code_page) noexcept {
     const auto least = static_cast<std::uint32_t>((count - 1) / kMostToOne<Target> + 1);
     const frame::TmpSlot<Target> slot = frame::RequestTmpSlot<Target>(least);
-    const int most = count * kMostFromOne<Target>;
     const int room = static_cast<int>(slot.room);
-    if (room >= most) {
-        (void)ConvertText(code_page, text, count, slot.text, most);  // cannot fail: see AlwaysFits
+    if (room >= count * kMostFromOne<Target>) {
+        (void)ConvertText(code_page, text, count, slot.text, room);  // cannot fail: see AlwaysFits
         return slot.text;
     }
     const DWORD last_error = GetLastError();
@@ -107,7 +107,8 @@ const Target* Convert(const Source* text, UINT code_page) noexcept {
         return nullptr;
     }
     const int count = static_cast<int>(length) + 1;
-    if (AlwaysFits(code_page) && count <= kShort / kMostFromOne<Target>) {
+    constexpr int kLongest = static_cast<int>(frame::kMaxRingText) / kMostFromOne<Target>;
+    if (AlwaysFits(code_page) && count <= kLongest) {
         return ConvertInPlace<Target>(text, count, code_page);
     }
     // Only the result tells of a failure; the last error stays the caller's.

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cfenv>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
@@ -45,6 +46,26 @@ TEST(PosixFormat, TheEngineKnowsAllModifiers) {
               StrFormat("%.2000a %.2000f", 1.0, INFINITY));
     EXPECT_EQ("0.5" + std::string(1999, '0') + "|1", StrFormat("%#.2000g|%.2000g", 0.5, 1.0));
     EXPECT_GT(StrCompare("\x80", "\x7F", false), 0);
+}
+
+// Also where the host has set another rounding.
+TEST(PosixFormat, FloatingPointDigitsAreThoseOfTheCLibrary) {
+    constexpr double kValues[] = {0,      -0.0,     0.5,     2.5,      -1e15,
+                                  0.05,   99999.95, 12.3456, 1e-05,    1e-310,
+                                  5e-324, 1.7e308,  1e22,    123456.5, 1.0 / 3};
+    for (const int rounding : {FE_TONEAREST, FE_UPWARD}) {
+        ASSERT_EQ(std::fesetround(rounding), 0);
+        for (const char* const format :
+             {"%f", "%.0f", "%e", "%.0E", "%g", "%.0G", "%+.3f", "% .17g", "%#g", "%012.2f",
+              "%-12.4e|", "%.70f", "%.330f", "%.400g"}) {
+            for (const double value : kValues) {
+                char expected[1024];
+                std::snprintf(expected, sizeof expected, format, value);
+                EXPECT_TEXT(expected, StrFormat(format, value)) << format << rounding;
+            }
+        }
+    }
+    std::fesetround(FE_TONEAREST);
 }
 
 TEST(PosixFormat, ABadFormatGivesNothing) {

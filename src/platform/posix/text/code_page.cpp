@@ -1,12 +1,18 @@
 // Conversion between UTF-16 and narrow code pages.
 #include "platform/posix/text/code_page.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
+#include <iterator>
+#include <limits>
 
 #include "platform/posix/text/code_page_iconv.h"
 #include "platform/posix/text/code_page_sink.h"
 #include "platform/posix/text/runtime_text.h"
+#include "platform/posix/text/unicode.h"
+#include "platform/posix/text/unicode_blocks.h"
+#include "platform/posix/text/vector_text.h"
 
 namespace ZTKPosix {
 namespace {
@@ -18,37 +24,67 @@ bool IsUtf8(UINT code_page) noexcept {
     return code_page == CP_ACP || code_page == CP_UTF8;
 }
 
-template <class Char>
-bool IsAscii(Char c) noexcept {
-    return static_cast<char32_t>(c) < 0x80;
-}
-template <>
-bool IsAscii(char c) noexcept {
-    return static_cast<unsigned char>(c) < 0x80;
+std::size_t LeastOf(std::ptrdiff_t a, std::ptrdiff_t b,
+                    std::ptrdiff_t c = std::numeric_limits<std::ptrdiff_t>::max()) noexcept {
+    return static_cast<std::size_t>(std::min(std::min(a, b), c));
 }
 
-// Between UTF-8 and UTF-16, in either direction.
-template <class Source, class Sink>
-Outcome ConvertUnicode(const Source* text, std::size_t count, Sink& sink) noexcept {
-    const Source* const end = text + count;
-    while (true) {
-        text += sink.TakeAscii(text, static_cast<std::size_t>(end - text));
-        if (text == end) {
-            return Outcome::kDone;
-        }
-        const Source* const behind_small = sink.TakeSmall(text, end);
-        if (behind_small != text) {
-            text = behind_small;
-            continue;
-        }
-        // Either the next character is not of those two kinds, or the sink is full, which Put
-        // finds.
-        do {
-            if (!sink.Put(TakeCharacter(text, end))) {
-                return Outcome::kNoRoom;
-            }
-        } while (text != end && !IsAscii(*text));
+// One character of any kind. False if there is no room for it.
+template <class Source, class Target>
+bool ConvertCharacter(const Source*& text, const Source* end, Target*& out,
+                      const Target* out_end) noexcept {
+    const Source* behind = text;
+    const EncodedCharacter<Target> encoded(TakeCharacter(behind, end));
+    if (encoded.size > static_cast<std::size_t>(out_end - out)) {
+        return false;
     }
+    out = std::copy_n(encoded.units, encoded.size, out);
+    text = behind;
+    return true;
+}
+
+// Between UTF-8 and UTF-16, in either direction: converts from the front of [text, end) and moves
+// text and out behind what is done. kNoRoom if the next character does not fit; out_end may then
+// stand behind units that were written and do not count.
+template <class Source, class Target>
+[[gnu::always_inline]] inline Outcome ConvertUnicode(const Source*& text, const Source* end,
+                                                     Target*& out, const Target* out_end) noexcept {
+    constexpr std::ptrdiff_t kShort = 128;  // most texts are no longer, and ASCII
+    const std::size_t ascii_first =
+        CopyAsciiRun(text, LeastOf(end - text, out_end - out, kShort), out);
+    text += ascii_first;
+    out += ascii_first;
+    if (end - text >= kBlock<Source> && out_end - out >= kBlockRoom) {
+        const BlocksDone done = ConvertBlocks(text, end, out, out_end);
+        text += done.taken;
+        out += done.written;
+    }
+    while (text != end) {
+        const Source* const behind_good = CopyGoodCharacters(text, end, out, out_end);
+        if (behind_good != text) {
+            text = behind_good;
+        } else if (!ConvertCharacter(text, end, out, out_end)) {
+            return Outcome::kNoRoom;
+        }
+        const std::size_t ascii = CopyAsciiRun(text, LeastOf(end - text, out_end - out), out);
+        text += ascii;
+        out += ascii;
+    }
+    return Outcome::kDone;
+}
+
+// The length of the result.
+template <class Target, class Source>
+[[gnu::noinline]] std::size_t MeasureUnicode(const Source* text, const Source* end) noexcept {
+    Target piece[1024];
+    std::size_t size = 0;
+    Outcome outcome = Outcome::kNoRoom;
+    while (outcome == Outcome::kNoRoom) {
+        Target* out = piece;
+        outcome = ConvertUnicode(text, end, out, std::end(piece));
+        size += static_cast<std::size_t>(out - piece);
+    }
+    return size;
 }
 
 // A terminator at the end does not go through iconv: in a text that ends inside a shift sequence it
@@ -81,28 +117,37 @@ int Fail(DWORD code) noexcept {
     return 0;
 }
 
-template <class Target, class Source, class Sink>
-int ConvertInto(UINT code_page, const Source* text, std::size_t count, Sink sink) noexcept {
-    const Outcome outcome = IsUtf8(code_page)
-                                ? ConvertUnicode(text, count, sink)
-                                : ConvertByIconv<Target>(code_page, text, count, sink);
+int Result(Outcome outcome, std::size_t size) noexcept {
     if (outcome == Outcome::kNoRoom) {
         return Fail(ERROR_INSUFFICIENT_BUFFER);
     }
-    if (outcome == Outcome::kUnknownPage || sink.size() > INT_MAX) {
+    if (outcome == Outcome::kUnknownPage || size > INT_MAX) {
         return Fail(ERROR_INVALID_PARAMETER);
     }
-    return static_cast<int>(sink.size());
+    return static_cast<int>(size);
+}
+
+template <class Target, class Source, class Sink>
+int ConvertOther(UINT code_page, const Source* text, std::size_t count, Sink sink) noexcept {
+    const Outcome outcome = ConvertByIconv<Target>(code_page, text, count, sink);
+    return Result(outcome, sink.size());
 }
 
 template <class Target, class Source>
 int Convert(UINT code_page, const Source* text, std::size_t count, Target* target,
             int target_length) noexcept {
-    if (target_length == 0) {
-        return ConvertInto<Target>(code_page, text, count, MeasuringSink<Target>());
+    const auto room = static_cast<std::size_t>(target_length);
+    if (!IsUtf8(code_page)) {
+        return room == 0
+                   ? ConvertOther<Target>(code_page, text, count, MeasuringSink<Target>())
+                   : ConvertOther<Target>(code_page, text, count, BufferSink<Target>(target, room));
     }
-    return ConvertInto<Target>(code_page, text, count,
-                               BufferSink<Target>(target, static_cast<std::size_t>(target_length)));
+    if (room == 0) {
+        return Result(Outcome::kDone, MeasureUnicode<Target>(text, text + count));
+    }
+    Target* out = target;
+    const Outcome outcome = ConvertUnicode(text, text + count, out, target + room);
+    return Result(outcome, static_cast<std::size_t>(out - target));
 }
 
 // Whether the arguments that both calls share can be worked with.

@@ -210,14 +210,23 @@ class Run {
     }
 
     void WriteNumber(const Spec& spec, const NumberParts& number) noexcept {
+        if (spec.width == 0 && number.IsPrefixAndDigits()) {  // as most are
+            sink_.AppendAscii(number.prefix.data(), number.prefix.size());
+            sink_.AppendAscii(number.digits, number.digits_size);
+        } else {
+            WriteNumberInFull(spec, number);
+        }
+    }
+
+    void WriteNumberInFull(const Spec& spec, const NumberParts& number) noexcept {
         const std::uint64_t padding =
-            Padding(spec, number.prefix_size + number.zeros + number.digits_size +
+            Padding(spec, number.prefix.size() + number.zeros + number.digits_size +
                               number.trailing_zeros + number.exponent_size);
         const bool zero_padded = spec.zero && !spec.left && number.may_pad_with_zeros;
         if (!spec.left && !zero_padded) {
             sink_.Fill(' ', padding);
         }
-        sink_.AppendAscii(number.prefix, number.prefix_size);
+        sink_.AppendAscii(number.prefix.data(), number.prefix.size());
         sink_.Fill('0', number.zeros + (zero_padded ? padding : 0));
         sink_.AppendAscii(number.digits, number.digits_size);
         sink_.Fill('0', number.trailing_zeros);

@@ -2,9 +2,13 @@
 #include "platform/posix/text/format_number.h"
 
 #include <algorithm>
+#include <cfenv>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <system_error>
 
 #include "platform/memory/allocation.h"
 #include "text/ascii.h"
@@ -47,7 +51,7 @@ char* WriteBits(char* end, std::uint64_t value, unsigned bits, const char* digit
     return end;
 }
 
-const char* SignPrefix(const Spec& spec, bool negative) noexcept {
+std::string_view SignPrefix(const Spec& spec, bool negative) noexcept {
     return negative ? "-" : spec.plus ? "+" : spec.space ? " " : "";
 }
 
@@ -83,11 +87,43 @@ IntegerText::IntegerText(const Spec& spec, std::uint64_t magnitude, bool negativ
     if (spec.conversion == 'o' && spec.alternate && least <= written) {
         least = written + 1;
     }
-    parts_.prefix_size = std::strlen(parts_.prefix);
     parts_.zeros = least > written ? least - written : 0;
     parts_.digits = first;
     parts_.digits_size = written;
     parts_.may_pad_with_zeros = spec.precision == Spec::kNone;
+}
+
+// Common numbers without the C library, which would have to read a format that is made for it, heed
+// a locale, and have its text taken apart. False for what only the C library has: '#', the letter
+// a, infinity and NaN, a rounding that the host has set; and for a number longer than local_.
+bool FloatText::WriteQuickly(const Spec& spec, double value) noexcept {
+    const char letter = static_cast<char>(spec.conversion | 0x20);
+    if (letter == 'a' || spec.alternate || !std::isfinite(value) ||
+        std::fegetround() != FE_TONEAREST) {
+        return false;
+    }
+    constexpr int kDefaultPrecision = 6;
+    const int precision = spec.precision == Spec::kNone ? kDefaultPrecision : spec.precision;
+    if (static_cast<std::size_t>(precision) > sizeof local_) {
+        return false;
+    }
+    const auto style = letter == 'f'   ? std::chars_format::fixed
+                       : letter == 'e' ? std::chars_format::scientific
+                                       : std::chars_format::general;
+    const auto [end, error] =
+        std::to_chars(local_, local_ + sizeof local_, std::fabs(value), style, precision);
+    if (error != std::errc()) {
+        return false;
+    }
+    if (spec.conversion == 'E' || spec.conversion == 'G') {
+        std::replace(local_, end, 'e', 'E');
+    }
+    good_ = true;
+    parts_.prefix = SignPrefix(spec, std::signbit(value));
+    parts_.digits = local_;
+    parts_.digits_size = static_cast<std::size_t>(end - local_);
+    parts_.may_pad_with_zeros = true;
+    return true;
 }
 
 // The digits behind the point of the smallest value above 0, which has the most of all: each bit
@@ -150,8 +186,7 @@ void FloatText::Split(std::size_t size) noexcept {
             buffer_[kept++] = '.';
         }
     }
-    parts_.prefix = buffer_;
-    parts_.prefix_size = prefix;
+    parts_.prefix = {buffer_, prefix};
     parts_.digits = buffer_ + prefix;
     parts_.digits_size = kept - prefix;
     parts_.may_pad_with_zeros = is_number;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "platform/posix/text/format_spec.h"
 
@@ -11,8 +12,7 @@ namespace ZTKPosix::format {
 // A number in its parts, in the order of the text: prefix (sign, 0x), zeros that the precision asks
 // for, digits, zeros behind the last digit that a value can have, exponent.
 struct NumberParts {
-    const char* prefix = "";
-    std::size_t prefix_size = 0;
+    std::string_view prefix;
     std::size_t zeros = 0;
     const char* digits = "";
     std::size_t digits_size = 0;
@@ -20,6 +20,10 @@ struct NumberParts {
     const char* exponent = "";
     std::size_t exponent_size = 0;
     bool may_pad_with_zeros = false;
+
+    bool IsPrefixAndDigits() const noexcept {
+        return zeros == 0 && trailing_zeros == 0 && exponent_size == 0;
+    }
 };
 
 class IntegerText {
@@ -38,7 +42,11 @@ class IntegerText {
 class FloatText {
   public:
     // conversion: one of e E f F g G a A.
-    FloatText(const Spec& spec, double value) noexcept { Write(spec, "", value); }
+    FloatText(const Spec& spec, double value) noexcept {
+        if (!WriteQuickly(spec, value)) {
+            Write(spec, "", value);
+        }
+    }
     FloatText(const Spec& spec, long double value) noexcept { Write(spec, "L", value); }
     FloatText(const FloatText&) = delete;
     FloatText& operator=(const FloatText&) = delete;
@@ -49,12 +57,13 @@ class FloatText {
     const NumberParts& parts() const noexcept { return parts_; }
 
   private:
+    bool WriteQuickly(const Spec& spec, double value) noexcept;
     template <class Value>
     void Write(const Spec& spec, const char* modifier, Value value) noexcept;
     void Split(std::size_t size) noexcept;
     void AppendZeros(const Spec& spec, std::size_t count) noexcept;
 
-    char local_[128];
+    char local_[384];  // the longest double in 'f', and some places behind the point
     char* buffer_ = local_;
     bool good_ = false;
     NumberParts parts_;

@@ -35,6 +35,25 @@ class SpecReader {
 
     // False for a number that is out of range and for a format that ends too early.
     bool Read(Spec& spec) noexcept {
+        // Most conversions are one of these letters alone.
+        switch (Peek()) {
+            case 'd':
+            case 's':
+            case 'u':
+            case 'x':
+                spec.conversion = Peek();
+                ++position_;
+                return true;
+            default:
+                return ReadInFull(spec);
+        }
+    }
+
+    // Behind the conversion letter.
+    const Char* position() const noexcept { return position_; }
+
+  private:
+    bool ReadInFull(Spec& spec) noexcept {
         ReadFlags(spec);
         if (!ReadWidth(spec) || !ReadPrecision(spec)) {
             return false;
@@ -48,10 +67,6 @@ class SpecReader {
         return true;
     }
 
-    // Behind the conversion letter.
-    const Char* position() const noexcept { return position_; }
-
-  private:
     // The next character, or 0 for the terminator and for a character outside ASCII, which no
     // conversion has.
     char Peek() const noexcept {

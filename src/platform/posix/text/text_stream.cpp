@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
@@ -23,6 +24,7 @@
 #include "platform/posix/text/quiet_write.h"
 #include "platform/posix/text/runtime_text.h"
 #include "platform/posix/text/unicode.h"
+#include "platform/posix/text/vector_text.h"
 
 namespace ZTKPosix {
 
@@ -154,18 +156,30 @@ class TextStream {
 
     // Stores whole characters while there is room for any, and returns where the rest starts.
     const wchar_t* Take(const wchar_t* text) noexcept ZTK_REQUIRES(lock_) {
-        std::size_t used = used_;  // not the member, which the bytes stored might alias
-        for (; *text != 0 && kRoom - used >= kMostPerCharacter; ++text) {
+        while (*text != 0 && kRoom - used_ >= kMostPerCharacter) {
             if (*text == L'\n') {
-                used = Put(L'\r', used);
-            }
-            used = Put(*text, used);
-            if (IsPair(*text, text[1])) {
-                used = Put(*++text, used);
+                used_ = Put(L'\n', Put(L'\r', used_));
+                ++text;
+            } else {
+                text = TakeRun(text);
             }
         }
-        used_ = used;
         return text;
+    }
+
+    // The same up to the next line feed. REQUIRES: the first character is none, and there is room
+    // for one of any kind.
+    const wchar_t* TakeRun(const wchar_t* text) noexcept ZTK_REQUIRES(lock_) {
+        // Behind so many units there is room for half a character, which ends a pair.
+        const std::size_t most = (kRoom - used_) / sizeof(wchar_t) - 1;
+        std::size_t run = FindUnit(text, most, EitherUnit(L'\n', 0));
+        if (run == most && IsPair(text[run - 1], text[run])) {
+            ++run;
+        }
+        static_assert(std::endian::native == std::endian::little, "as the file is");
+        std::memcpy(buffer_ + used_, text, run * sizeof(wchar_t));
+        used_ += run * sizeof(wchar_t);
+        return text + run;
     }
 
     wchar_t UnitAt(std::size_t place) const noexcept ZTK_REQUIRES(lock_) {

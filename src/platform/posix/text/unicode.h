@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace ZTKPosix {
 
@@ -121,53 +122,76 @@ struct EncodedCharacter {
 
 inline constexpr int kAsciiBlock = 16;  // from so many in a row on, CopyAsciiRun is faster
 
-// Converts the characters below U+0800 at the start of [text, end) into target, which has room for
-// room units, moves target behind them and returns where they end. Stops early where a character
-// might not fit, and behind kAsciiBlock ASCII characters in a row.
-inline const wchar_t* CopySmallCharacters(const wchar_t* text, const wchar_t* end, char*& target,
-                                          std::size_t room) noexcept {
-    if (static_cast<std::size_t>(end - text) > room / 2) {
-        end = text + room / 2;
-    }
-    char* out = target;  // not the reference, which what is stored might alias
-    for (int ascii = 0; text != end && *text < 0x800 && ascii < kAsciiBlock; ++text) {
-        const unsigned c = *text;
+// Converts the well-formed characters at the start of [text, end) into [out, out_end), moves out
+// behind them and returns where they end. Stops early where a character might not fit or might be
+// cut by the end, and behind kAsciiBlock ASCII characters in a row.
+inline const wchar_t* CopyGoodCharacters(const wchar_t* text, const wchar_t* end, char*& out,
+                                         const char* out_end) noexcept {
+    constexpr std::ptrdiff_t kMost = kMostUnits<char>;
+    char* put = out;  // not the reference, which what is stored might alias
+    for (int ascii = 0; text != end && out_end - put >= kMost && ascii < kAsciiBlock; ++text) {
+        const char32_t c = *text;
         if (c < 0x80) {
-            *out++ = static_cast<char>(c);
+            *put++ = static_cast<char>(c);
             ++ascii;
-        } else {
-            out[0] = static_cast<char>(0xC0 | c >> 6);
-            out[1] = static_cast<char>(0x80 | (c & 0x3F));
-            out += 2;
-            ascii = 0;
+            continue;
         }
-    }
-    target = out;
-    return text;
-}
-
-inline const char* CopySmallCharacters(const char* text, const char* end, wchar_t*& target,
-                                       std::size_t room) noexcept {
-    if (static_cast<std::size_t>(end - text) > room) {
-        end = text + room;
-    }
-    wchar_t* out = target;
-    for (int ascii = 0; end - text >= 2 && ascii < kAsciiBlock;) {
-        const auto lead = static_cast<unsigned char>(text[0]);
-        const auto next = static_cast<unsigned char>(text[1]);
-        if (lead < 0x80) {
-            *out++ = static_cast<wchar_t>(lead);
+        if (c < 0xD800 || c > 0xDFFF) {
+            put += PutCharacter(c, put);
+        } else if (IsHighSurrogate(c) && end - text >= 2 && IsLowSurrogate(text[1])) {
+            put += PutCharacter(0x10000 + ((c - 0xD800) << 10) + (text[1] - 0xDC00u), put);
             ++text;
-            ++ascii;
-        } else if (lead >= 0xC2 && lead < 0xE0 && (next & 0xC0) == 0x80) {
-            *out++ = static_cast<wchar_t>((lead & 0x1F) << 6 | (next & 0x3F));
-            text += 2;
-            ascii = 0;
         } else {
             break;
         }
+        ascii = 0;
     }
-    target = out;
+    out = put;
+    return text;
+}
+
+// Takes a character of four bytes from four bytes at p; 0 if they make none.
+inline char32_t TakeFour(const char* p) noexcept {
+    const auto byte = [p](int i) { return static_cast<unsigned char>(p[i]); };
+    const std::uint32_t all = std::uint32_t{byte(0)} << 24 | std::uint32_t{byte(1)} << 16 |
+                              std::uint32_t{byte(2)} << 8 | byte(3);
+    const char32_t c =
+        (all >> 6 & 0x1C0000) | (all >> 4 & 0x3F000) | (all >> 2 & 0xFC0) | (all & 0x3F);
+    const bool good = (all & 0xF8C0C0C0) == 0xF0808080 && c >= 0x10000 && c <= 0x10FFFF;
+    return good ? c : 0;
+}
+
+inline const char* CopyGoodCharacters(const char* text, const char* end, wchar_t*& out,
+                                      const wchar_t* out_end) noexcept {
+    wchar_t* put = out;
+    for (int ascii = 0; end - text >= 4 && out_end - put >= 2 && ascii < kAsciiBlock;) {
+        const auto lead = static_cast<unsigned char>(text[0]);
+        if (lead < 0x80) {
+            *put++ = static_cast<wchar_t>(lead);
+            ++text;
+            ++ascii;
+            continue;
+        }
+        const auto next = static_cast<unsigned char>(text[1]);
+        const auto last = static_cast<unsigned char>(text[2]);
+        const unsigned two = (lead & 0x1Fu) << 6 | (next & 0x3Fu);
+        const unsigned three = (lead & 0x0Fu) << 12 | (next & 0x3Fu) << 6 | (last & 0x3Fu);
+        if ((lead & 0xE0) == 0xC0 && (next & 0xC0) == 0x80 && two >= 0x80) {
+            *put++ = static_cast<wchar_t>(two);
+            text += 2;
+        } else if ((lead & 0xF0) == 0xE0 && (next & 0xC0) == 0x80 && (last & 0xC0) == 0x80 &&
+                   three >= 0x800 && (three & 0xF800) != 0xD800) {
+            *put++ = static_cast<wchar_t>(three);
+            text += 3;
+        } else if (const char32_t four = TakeFour(text); four != 0) {
+            put += PutCharacter(four, put);
+            text += 4;
+        } else {
+            break;
+        }
+        ascii = 0;
+    }
+    out = put;
     return text;
 }
 
