@@ -14,7 +14,11 @@ constexpr std::size_t kSendAtOnce = 64 * 1024;  // bytes of answers collected be
 }  // namespace
 
 Connection::Connection(int number, std::uint64_t socket, ConnectionOwner* owner, Target* target)
-    : number_(number), owner_(owner), target_(target), socket_(this, socket, 0) {}
+    : number_(number),
+      owner_(owner),
+      target_(target),
+      socket_(this, socket, 0),
+      answers_(&socket_) {}
 
 Connection::~Connection() {
     Stop();
@@ -94,42 +98,38 @@ void Connection::AnswerUntilDisconnected() {
     ReportEnd();
 }
 
-// Answers all that has arrived. Many answers go out with one send. What arrived from a peer that
-// cannot be answered any more is not looked at: nobody is to wait for that.
+// Answers all that has arrived. Many answers go out with one send; the requests are given back only
+// then, because once all are, the receiver thread is free to shut the socket down. What arrived
+// from a peer that cannot be answered any more is not looked at: nobody is to wait for that.
 void Connection::AnswerWaiting() {
-    std::string out;
-    std::vector<Message*> answered;
+    Message* requests[Inbox::kMostTaken];
     bool end_requested = false;
-    while (Message* request = inbox_.Take()) {
-        if (connected_ && !end_requested) {
-            end_requested = Answer(*request, &out);
+    while (const std::size_t count = inbox_.Take(requests)) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (connected_ && !end_requested) {
+                end_requested = Answer(*requests[i]);
+            }
+            if (answers_.GetSize() >= kSendAtOnce) {
+                SendAnswers();
+            }
         }
-        answered.push_back(request);
-        if (out.size() >= kSendAtOnce) {
-            SendAnswers(&out, &answered);
-        }
+        SendAnswers();
+        inbox_.GiveBack(requests, count);
     }
-    SendAnswers(&out, &answered);
     if (end_requested) {
         owner_->OnEndRequested();
     }
 }
 
-// Sends what was collected in out. The requests are given back only then: once all are, the
-// receiver thread is free to shut the socket down.
-void Connection::SendAnswers(std::string* out, std::vector<Message*>* answered) {
-    if (connected_ && !SendAll(socket_, *out)) {
+void Connection::SendAnswers() {
+    if (connected_ && !answers_.Send()) {
         Stop();
     }
-    out->clear();
-    for (Message* request : *answered) {
-        inbox_.GiveBack(request);
-    }
-    answered->clear();
+    answers_.Clear();
 }
 
-// Appends the answer to a request. Returns whether it asked the agent to end.
-bool Connection::Answer(Message& message, std::string* out) {
+// Adds the answer to a request to those that are sent. Returns whether it asked the agent to end.
+bool Connection::Answer(Message& message) {
     std::string reply;
     bool end_requested = false;
     bool ok = false;
@@ -139,8 +139,10 @@ bool Connection::Answer(Message& message, std::string* out) {
         reply =
             std::string("the XML parser failed: ") + static_cast<const char*>(error.ErrorMessage());
     }
-    AppendMessage(out, ok ? Kind::kAnswer : Kind::kFailure, message.GetSequence(),
-                  MakeAnswer(reply));
+    if (!AddMessage(&answers_, ok ? Kind::kAnswer : Kind::kFailure, message.GetSequence(),
+                    MakeAnswer(reply))) {
+        Stop();  // no memory: the peer is not to wait for an answer that does not come
+    }
     ++answered_;
     return end_requested;
 }
@@ -158,12 +160,13 @@ bool Connection::AnswerBody(Message& message, std::string* reply, bool* end_requ
     if (!body_->Load(message.GetBody(), L"request", reply)) {
         return false;
     }
-    if (body_->Command() == "shutdown") {
+    const std::string command = body_->Command();
+    if (command == "shutdown") {
         *end_requested = true;
         *reply = "the agent ends";
         return true;
     }
-    return target_->Execute(*body_, reply);
+    return target_->Execute(command, *body_, reply);
 }
 
 void Connection::ReportEnd() {

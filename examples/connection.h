@@ -4,7 +4,6 @@
 #include <atomic>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "inbox.h"
 #include "target.h"
@@ -60,8 +59,8 @@ class Connection final : public ZTK::ISOReceiver {
     static DWORD WINAPI AnsweringThread(void* connection);
     void AnswerUntilDisconnected();
     void AnswerWaiting();
-    void SendAnswers(std::string* out, std::vector<Message*>* answered);
-    bool Answer(Message& message, std::string* out);
+    void SendAnswers();
+    bool Answer(Message& message);
     bool AnswerBody(Message& message, std::string* reply, bool* end_requested);
     void ReportEnd();
 
@@ -73,6 +72,7 @@ class Connection final : public ZTK::ISOReceiver {
     HANDLE receiver_thread_ = nullptr;
     HANDLE answering_thread_ = nullptr;
     std::unique_ptr<XmlBody> body_;      // the request at hand; touched by the answering thread
+    ZTK::CSendBatch answers_;            // to be sent together; touched by the answering thread
     std::uint64_t answered_ = 0;         // touched by the answering thread
     std::atomic<bool> connected_{true};  // answers can still be sent
     std::atomic<bool> over_{false};

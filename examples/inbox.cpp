@@ -52,31 +52,62 @@ void Inbox::WaitWhileMoreThan(std::uint64_t messages, std::uint64_t bytes) {
 }
 
 // Nothing behind a damaged message is handed out: it cannot be trusted.
-Message* Inbox::Take() {
-    while (auto* message = static_cast<Message*>(Pop())) {
-        damaged_ = damaged_ || !message->IsIntact();
-        if (!damaged_) {
-            return message;
+std::size_t Inbox::TakeIntact(Message** messages, std::size_t most) {
+    ZTK::CSocketMsg* popped[kMostTaken];
+    std::size_t intact = 0;
+    while (intact == 0) {
+        const std::size_t count = Pop(popped, most);
+        if (count == 0) {
+            break;
         }
-        GiveBack(message);
+        for (std::size_t i = 0; i < count; ++i) {
+            auto* message = static_cast<Message*>(popped[i]);
+            damaged_ = damaged_ || !message->IsIntact();
+            if (damaged_) {
+                GiveBack(message);
+            } else {
+                messages[intact++] = message;
+            }
+        }
     }
-    return nullptr;
+    return intact;
+}
+
+Message* Inbox::Take() {
+    Message* message = nullptr;
+    (void)TakeIntact(&message, 1);  // none leaves null
+    return message;
+}
+
+std::size_t Inbox::Take(Message* (&messages)[kMostTaken]) {
+    return TakeIntact(messages, kMostTaken);
 }
 
 void Inbox::GiveBack(Message* message) {
-    const int size = message->GetPacketSize();
-    if (size <= kMostKeptBytes) {
-        PushPool(message);
-    } else {
-        Destroy(message);
+    GiveBack(&message, 1);
+}
+
+// REQUIRES: count is at most kMostTaken.
+void Inbox::GiveBack(Message* const* messages, std::size_t count) {
+    ZTK::CSocketMsg* kept[kMostTaken];
+    std::size_t kept_count = 0;
+    std::uint64_t bytes = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const int size = messages[i]->GetPacketSize();
+        bytes += static_cast<std::uint64_t>(size);
+        if (size <= kMostKeptBytes) {
+            kept[kept_count++] = messages[i];
+        } else {
+            Destroy(messages[i]);
+        }
     }
-    const auto bytes = static_cast<std::uint64_t>(size);
+    (void)PushPool(kept, kept_count);  // short of memory they are not used again, but still ours
     const std::uint64_t bytes_left = message_bytes_ - (done_bytes_ += bytes);
-    const std::uint64_t left = complete_ - ++done_;
-    // The receiver thread adds nothing while it waits, so one of these is seen to come true.
-    const bool bytes_fit = bytes_left <= kMostWaitingBytes;
-    if (left == 0 || (left == kMostWaiting && bytes_fit) ||
-        (bytes_fit && bytes_left + bytes > kMostWaitingBytes)) {
+    const std::uint64_t left = complete_ - (done_ += count);
+    // The receiver thread adds nothing while it waits, so what it waits for is seen to come true.
+    const bool fit_before = left + count <= kMostWaiting && bytes_left + bytes <= kMostWaitingBytes;
+    const bool fit_now = left <= kMostWaiting && bytes_left <= kMostWaitingBytes;
+    if (left == 0 || (fit_now && !fit_before)) {
         SetEvent(given_back_);
     }
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -42,6 +43,12 @@ class Inbox : public ZTK::CSocketMsgReceiver {
     Message* Take();
     void GiveBack(Message* message);
 
+    // The same for up to kMostTaken of the next messages at once, which takes no longer than for
+    // one. Returns how many there were.
+    static constexpr std::size_t kMostTaken = 64;
+    std::size_t Take(Message* (&messages)[kMostTaken]);
+    void GiveBack(Message* const* messages, std::size_t count);
+
     // --- For any thread.
 
     // Ends the waits of the receiver thread, now and later.
@@ -59,6 +66,7 @@ class Inbox : public ZTK::CSocketMsgReceiver {
 
   private:
     void WaitWhileMoreThan(std::uint64_t messages, std::uint64_t bytes);
+    std::size_t TakeIntact(Message** messages, std::size_t most);
     void Destroy(Message* message);
 
     HANDLE arrived_;

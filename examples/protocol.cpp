@@ -12,9 +12,9 @@ constexpr char kMagic[] = {'Z', 'D', 'B', 'G'};
 constexpr char kTrailerMark[] = {'\n', '\0'};
 
 // Integers go over the wire byte by byte, lowest first, whatever the machine's own order is.
-void AppendNumber(std::string* out, std::uint32_t value, int bytes) {
+void WriteNumber(char* to, std::uint32_t value, int bytes) {
     for (int i = 0; i < bytes; ++i) {
-        out->push_back(static_cast<char>(value >> (8 * i) & 0xFF));
+        to[i] = static_cast<char>(value >> (8 * i) & 0xFF);
     }
 }
 
@@ -26,27 +26,45 @@ std::uint32_t ReadNumber(const char* bytes, int count) {
     return value;
 }
 
-// FNV-1a over header, body and the trailer's mark.
-std::uint32_t Checksum(const char* bytes, std::size_t count) {
-    std::uint32_t sum = 2166136261u;
-    for (std::size_t i = 0; i < count; ++i) {
-        sum = (sum ^ static_cast<unsigned char>(bytes[i])) * 16777619u;
+// FNV-1a over header, body and the trailer's mark, piece by piece.
+constexpr std::uint32_t kFirstSum = 2166136261u;
+std::uint32_t Checksum(std::uint32_t sum, std::string_view bytes) {
+    for (const char byte : bytes) {
+        sum = (sum ^ static_cast<unsigned char>(byte)) * 16777619u;
     }
     return sum;
 }
 
+// What stands around a body.
+struct Frame {
+    Frame(Kind kind, std::uint32_t sequence, std::string_view body) {
+        std::memcpy(header, kMagic, sizeof kMagic);
+        WriteNumber(header + 4, static_cast<std::uint32_t>(body.size()), 4);
+        WriteNumber(header + 8, sequence, 4);
+        WriteNumber(header + 12, static_cast<std::uint32_t>(kind), 2);
+        WriteNumber(header + 14, 0, 2);
+        std::memcpy(trailer, kTrailerMark, sizeof kTrailerMark);
+        const std::uint32_t sum = Checksum(Checksum(kFirstSum, {header, sizeof header}), body);
+        WriteNumber(trailer + 2, Checksum(sum, {kTrailerMark, sizeof kTrailerMark}), 4);
+    }
+
+    char header[kHeaderBytes];
+    char trailer[kTrailerBytes];
+};
+
 }  // namespace
 
 void AppendMessage(std::string* out, Kind kind, std::uint32_t sequence, std::string_view body) {
-    const std::size_t start = out->size();
-    out->append(kMagic, sizeof kMagic);
-    AppendNumber(out, static_cast<std::uint32_t>(body.size()), 4);
-    AppendNumber(out, sequence, 4);
-    AppendNumber(out, static_cast<std::uint32_t>(kind), 2);
-    AppendNumber(out, 0, 2);
+    const Frame frame(kind, sequence, body);
+    out->append(frame.header, sizeof frame.header);
     out->append(body);
-    out->append(kTrailerMark, sizeof kTrailerMark);
-    AppendNumber(out, Checksum(out->data() + start, out->size() - start), 4);
+    out->append(frame.trailer, sizeof frame.trailer);
+}
+
+bool AddMessage(ZTK::CSendBatch* batch, Kind kind, std::uint32_t sequence, std::string_view body) {
+    const Frame frame(kind, sequence, body);
+    return batch->Add(frame.header, sizeof frame.header) && batch->Add(body.data(), body.size()) &&
+           batch->Add(frame.trailer, sizeof frame.trailer);
 }
 
 bool SendAll(ZTK::CClientSocket& socket, std::string_view bytes) {
@@ -98,7 +116,7 @@ bool Message::Check() {
 const char* Message::PacketProblem() {
     const auto checked = static_cast<std::size_t>(GetPacketSize()) - 4;
     const char* packet = GetPacket();
-    if (Checksum(packet, checked) != ReadNumber(packet + checked, 4)) {
+    if (Checksum(kFirstSum, {packet, checked}) != ReadNumber(packet + checked, 4)) {
         return "the checksum does not match";
     }
     const Kind kind = GetKind();

@@ -25,6 +25,11 @@ enum class Kind : std::uint16_t {
 // them apart. REQUIRES: body.size() <= kMaxBodyBytes.
 void AppendMessage(std::string* out, Kind kind, std::uint32_t sequence, std::string_view body);
 
+// The same for a batch that is sent later. False, with a part of it in the batch, when memory is
+// short.
+[[nodiscard]] bool AddMessage(ZTK::CSendBatch* batch, Kind kind, std::uint32_t sequence,
+                              std::string_view body);
+
 // Sends all of bytes. One Send may take fewer bytes than it was given, so it is called until all
 // are gone. False when the connection is no longer usable.
 bool SendAll(ZTK::CClientSocket& socket, std::string_view bytes);

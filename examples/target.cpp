@@ -104,9 +104,8 @@ Target::Target()
     std::copy(kText.begin(), kText.end(), memory_.begin());
 }
 
-bool Target::Execute(XmlBody& request, std::string* reply) {
+bool Target::Execute(const std::string& name, XmlBody& request, std::string* reply) {
     reply->clear();
-    const std::string name = request.Command();
     for (const Command& command : kCommands) {
         if (name != command.name) {
             continue;

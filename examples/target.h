@@ -20,9 +20,9 @@ class Target {
   public:
     Target();
 
-    // Carries out the command of a request. Returns whether it could; *reply is what it gave, or
-    // why it could not be done.
-    bool Execute(XmlBody& request, std::string* reply);
+    // Carries out name, the command of a request. Returns whether it could; *reply is what it gave,
+    // or why it could not be done.
+    bool Execute(const std::string& name, XmlBody& request, std::string* reply);
 
   private:
     struct Thread {

@@ -17,8 +17,16 @@
 //     };
 //
 // OnReceive of the socket's ISOReceiver passes each chunk to AddMessage; a consumer thread takes
-// messages with Pop and gives them back with PushPool. Nothing limits the queue: when the consumer
-// stops, it grows with what the peer sends.
+// messages with Pop and gives them back with PushPool. Where many small ones arrive, it does better
+// to move many at a time, because each call takes the receiver's lock:
+//
+//     ZTK::CSocketMsg* messages[64];
+//     while (const std::size_t count = receiver.Pop(messages, 64)) {
+//         ...
+//         receiver.PushPool(messages, count);
+//     }
+//
+// Nothing limits the queue: when the consumer stops, it grows with what the peer sends.
 #pragma once
 
 #include <cstddef>
@@ -103,7 +111,9 @@ class ZTK_API CSocketMsg {
     // Reset. Valid until the next Add, AddMessage or Reset. Inside ParseHeader the bytes may still
     // lie in the chunk that was passed to AddMessage: do not keep the pointer, and do not write
     // through it unless the chunk may be written.
-    [[nodiscard]] char* GetPacket() noexcept;
+    [[nodiscard]] ZTK_API_INLINE char* GetPacket() noexcept {
+        return view_ != nullptr ? view_ : packet_;
+    }
 
     // Message length + message offset + trailer length as they stand, -2 for a fresh message. A sum
     // that no int holds gives the nearest one that it does.
@@ -114,13 +124,17 @@ class ZTK_API CSocketMsg {
     // offset 0, has none by this rule. Valid as long as GetPacket(). The body is not terminated:
     // GetMsgLength() bytes, which are there once the packet is complete; before that the pointer
     // may lie behind the bytes received.
-    [[nodiscard]] char* GetMsg() noexcept;
+    [[nodiscard]] ZTK_API_INLINE char* GetMsg() noexcept {
+        char* packet = GetPacket();
+        const bool has_body = packet != nullptr && message_length_ > 0 && message_offset_ > 0;
+        return has_body ? packet + message_offset_ : nullptr;
+    }
 
     // The body's length in bytes; -1 while unknown.
-    [[nodiscard]] int GetMsgLength() noexcept;
+    [[nodiscard]] ZTK_API_INLINE int GetMsgLength() noexcept { return message_length_; }
 
     // The packet bytes received so far.
-    [[nodiscard]] int GetRecvSize() noexcept;
+    [[nodiscard]] ZTK_API_INLINE int GetRecvSize() noexcept { return received_; }
 
   private:
     friend class net::MessageAccess;  // how the library's framing works on a message
@@ -203,6 +217,11 @@ class ZTK_API CSocketMsgReceiver {
     // caller until it is handed back with PushPool; the receiver does not touch it meanwhile.
     CSocketMsg* Pop() noexcept;
 
+    // The same for many: removes up to most of the oldest complete messages, stores them in
+    // messages in their order and returns how many there were, 0 for null messages. Takes the lock
+    // once, however many there are. REQUIRES: messages has room for most pointers.
+    std::size_t Pop(CSocketMsg** messages, std::size_t most) noexcept;
+
     // Appends a message to the queue. Returns the queue's length afterwards: unchanged for a null
     // message and when memory is short. REQUIRES: the message is neither queued nor pooled.
     std::uint64_t Push(CSocketMsg* message) noexcept;
@@ -212,6 +231,11 @@ class ZTK_API CSocketMsgReceiver {
     // length afterwards: unchanged for a null message and when memory is short, and then the caller
     // still has the message. REQUIRES: the message is neither queued nor pooled.
     std::uint64_t PushPool(CSocketMsg* message) noexcept;
+
+    // The same for many, in their order; null pointers among them are passed over. Takes the lock
+    // once. All or nothing: false when memory is short, and then the caller still has every
+    // message; also for null messages with a count above 0.
+    bool PushPool(CSocketMsg** messages, std::size_t count) noexcept;
 
     // The number of complete messages in the queue.
     [[nodiscard]] std::uint64_t GetQueueSize() noexcept;

@@ -25,6 +25,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 #include "ztk/platform.h"
@@ -383,6 +384,65 @@ class ZTK_API CClientSocket : public CSocket {
 
   private:
     std::atomic<ISOReceiver*> receiver_;
+};
+
+// --- Send batch
+
+// Collects messages and sends them with as few calls as the system allows. A call costs several
+// times what it takes to copy a small message, so where many small ones go one way, this is many
+// times as fast as a Send for each:
+//
+//     ZTK::CSendBatch batch(&socket);
+//     while (NextAnswer(&answer)) {
+//         if (!batch.Add(answer.data(), answer.size())) { ... memory is short ... }
+//         if (batch.GetSize() >= 64 * 1024 && !batch.Send()) { ... socket.GetErrorDesc() ... }
+//     }
+//     batch.Send();
+//
+// It has no thread and no timer: nothing goes out but in Send. Nothing limits what it holds, so
+// callers send when it has enough; above some 64 KB larger batches gain nothing.
+//
+// Ownership: the socket is borrowed and must outlive the last Send. What was added and not sent is
+// dropped by the destructor.
+//
+// Thread-safety: a batch is used by one thread at a time, and its Send counts as one of the
+// socket's.
+class ZTK_API CSendBatch {
+  public:
+    explicit CSendBatch(CClientSocket* socket) noexcept;
+    CSendBatch(const CSendBatch&) = delete;
+    CSendBatch& operator=(const CSendBatch&) = delete;
+    ~CSendBatch();
+
+    // Appends a copy of length bytes. False, with nothing added, when memory is short and for null
+    // data with a length above 0.
+    [[nodiscard]] bool Add(const void* data, std::size_t length) noexcept;
+
+    // Sends all that was added, going on where the system took a part only. True when nothing is
+    // left. False when the socket's Send failed, whose last error says why, or when there is no
+    // socket.
+    //
+    // sent, unless null, receives the bytes that went out with this call, in either case. They have
+    // left the batch; what follows them stays. So where the failure was that a socket in
+    // non-blocking mode had no room (10035), a later call goes on behind them. After any other the
+    // peer may have a part of a message: shut the socket down.
+    bool Send(std::uint64_t* sent = nullptr) noexcept;
+
+    // Drops what was added and not sent.
+    void Clear() noexcept;
+
+    // The bytes that were added and not sent.
+    [[nodiscard]] std::size_t GetSize() const noexcept;
+
+  private:
+    ZTK_LOCAL bool MakeRoom(std::size_t length) noexcept;
+
+    CClientSocket* socket_;  // borrowed
+    // The bytes [begin_, end_) of the block, which is owned and has room for capacity_.
+    char* block_ = nullptr;
+    std::size_t capacity_ = 0;
+    std::size_t begin_ = 0;
+    std::size_t end_ = 0;
 };
 
 // --- Server socket

@@ -1,9 +1,6 @@
 // The library's lock.
 #pragma once
 
-#include <atomic>
-#include <cstdint>
-
 #include "ztk/platform.h"
 #include "ztk/platform/thread_annotations.h"
 
@@ -20,7 +17,7 @@ namespace ZTK {
 // Thread-safety: all operations may be called from any thread; the lock must outlive their calls.
 class ZTK_API ZTK_CAPABILITY("mutex") CLock {
   public:
-    // When memory is short the lock has no critical section: Lock and Unlock then do nothing.
+    // When memory is short there is nothing to lock: Lock and Unlock then do nothing.
     CLock() noexcept;
     CLock(const CLock&) = delete;
     CLock& operator=(const CLock&) = delete;
@@ -40,10 +37,8 @@ class ZTK_API ZTK_CAPABILITY("mutex") CLock {
     [[nodiscard]] bool HaveLock() const noexcept;
 
   private:
-    // The outstanding Lock calls (high half) and the last owner (low half), in one word
-    // so that any thread reads a pair that belongs together. Written only by the thread inside the
-    // section.
-    std::atomic<std::uint64_t> state_{0};
+    // Owned: the lock itself, its count and its last owner, together where threads that wait for
+    // it look. Null when memory was short.
     void* section_;
 };
 

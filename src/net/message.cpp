@@ -8,6 +8,17 @@
 
 namespace ZTK {
 
+namespace {
+
+// The accessors are inline for hosts that are compiled with today's header. Others call the
+// library's, which the compiler leaves out unless somebody needs their addresses.
+[[gnu::used]] constexpr char* (CSocketMsg::*kTextAccessors[])() noexcept = {&CSocketMsg::GetPacket,
+                                                                            &CSocketMsg::GetMsg};
+[[gnu::used]] constexpr int (CSocketMsg::*kSizeAccessors[])() noexcept = {&CSocketMsg::GetMsgLength,
+                                                                          &CSocketMsg::GetRecvSize};
+
+}  // namespace
+
 CSocketMsg::~CSocketMsg() {
     MemFree(packet_);
 }
@@ -54,29 +65,9 @@ void CSocketMsg::Reset() noexcept {
     net::MessageAccess(*this).Reset();
 }
 
-char* CSocketMsg::GetPacket() noexcept {
-    return view_ != nullptr ? view_ : packet_;
-}
-
 int CSocketMsg::GetPacketSize() noexcept {
     const std::int64_t size = net::MessageAccess(*this).PacketSize();
     return static_cast<int>(std::clamp<std::int64_t>(size, INT_MIN, INT_MAX));
-}
-
-char* CSocketMsg::GetMsg() noexcept {
-    char* packet = GetPacket();
-    if (packet == nullptr || message_length_ <= 0 || message_offset_ <= 0) {
-        return nullptr;
-    }
-    return packet + message_offset_;
-}
-
-int CSocketMsg::GetMsgLength() noexcept {
-    return message_length_;
-}
-
-int CSocketMsg::GetRecvSize() noexcept {
-    return received_;
 }
 
 // Makes the block hold bytes; false, with the block unchanged, when that cannot be had.

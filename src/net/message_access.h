@@ -99,7 +99,8 @@ class MessageAccess {
     bool StorePacket(const char* bytes, int size) noexcept {
         message_.view_ = nullptr;
         message_.received_ = 0;
-        if (!message_.Resize(size, size)) {
+        // The block of a message from the pool mostly suffices.
+        if (size > message_.capacity_ && !message_.Resize(size, size)) {
             return false;
         }
         std::memcpy(message_.packet_, bytes, static_cast<std::size_t>(size));

@@ -2,6 +2,8 @@
 // received message passes through two of them.
 #pragma once
 
+#include <algorithm>
+
 #include "platform/memory/allocation.h"
 #include "ztk/messages.h"
 
@@ -30,7 +32,17 @@ inline bool Grow(MessageRing& ring) noexcept {
     return true;
 }
 
-// Makes room for one more message, so that the next Append cannot fail.
+// Makes room for count more messages, so that as many calls of Append cannot fail.
+inline bool Reserve(MessageRing& ring, std::size_t count) noexcept {
+    while (ring.capacity - ring.length < count) {
+        if (!Grow(ring)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The same for one.
 inline bool Reserve(MessageRing& ring) noexcept {
     return ring.length < ring.capacity || Grow(ring);
 }
@@ -53,6 +65,18 @@ inline CSocketMsg* Take(MessageRing& ring) noexcept {
     ring.first = (ring.first + 1) & (ring.capacity - 1);
     --ring.length;
     return message;
+}
+
+// The oldest messages, up to most of them. Returns how many there were.
+inline std::size_t Take(MessageRing& ring, CSocketMsg** messages, std::size_t most) noexcept {
+    const std::size_t count = std::min(ring.length, most);
+    // Up to the end of the storage, then from its begin.
+    const std::size_t straight = std::min(count, ring.capacity - ring.first);
+    std::copy_n(ring.slots + ring.first, straight, messages);
+    std::copy_n(ring.slots, count - straight, messages + straight);
+    ring.first = (ring.first + count) & (ring.capacity - 1);
+    ring.length -= count;
+    return count;
 }
 
 // Frees the ring's storage; the messages are not its own.

@@ -52,6 +52,14 @@ CSocketMsg* CSocketMsgReceiver::Pop() noexcept {
     return net::Take(queue_);
 }
 
+std::size_t CSocketMsgReceiver::Pop(CSocketMsg** messages, std::size_t most) noexcept {
+    if (messages == nullptr) {
+        return 0;
+    }
+    const sync::LockGuard guard(lock_);
+    return queue_.length == 0 ? 0 : net::Take(queue_, messages, most);
+}
+
 std::uint64_t CSocketMsgReceiver::Push(CSocketMsg* message) noexcept {
     const sync::LockGuard guard(lock_);
     if (message != nullptr) {
@@ -66,6 +74,22 @@ std::uint64_t CSocketMsgReceiver::PushPool(CSocketMsg* message) noexcept {
         (void)net::Append(pool_, message);  // short of memory: the length tells
     }
     return pool_.length;
+}
+
+bool CSocketMsgReceiver::PushPool(CSocketMsg** messages, std::size_t count) noexcept {
+    if (messages == nullptr) {
+        return count == 0;
+    }
+    const sync::LockGuard guard(lock_);
+    if (!net::Reserve(pool_, count)) {
+        return false;
+    }
+    for (CSocketMsg* const* next = messages; next != messages + count; ++next) {
+        if (*next != nullptr) {
+            (void)net::Append(pool_, *next);  // there is room for all
+        }
+    }
+    return true;
 }
 
 std::uint64_t CSocketMsgReceiver::GetQueueSize() noexcept {

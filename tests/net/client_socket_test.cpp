@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -161,6 +162,62 @@ TEST_F(ClientSocket, NonBlockingReadsFailAtOnceAndTheThreadBlocks) {
     ExpectReceiverEnds(client_);
 }
 
+TEST_F(ClientSocket, ABatchGoesOnWhereTheSystemTookAPart) {
+    CClientSocket peer(nullptr, Connect(client_), 1 << 20);
+    ZTK::CSendBatch batch(&client_);
+    std::string all;
+    // More than the system keeps for a peer that does not read.
+    for (std::size_t length = 0; all.size() < 24'000'000; length = (length * 2 + 7) % 100'003) {
+        const std::string message(length, static_cast<char>('a' + length % 26));
+        ASSERT_TRUE(batch.Add(message.data(), length));
+        all += message;
+    }
+    EXPECT_EQ(batch.GetSize(), all.size());
+    client_.SetAsyncMode(1);
+    std::string received;
+    std::uint64_t sent = 0;
+    std::uint64_t calls = 0;
+    for (std::uint64_t total = 0; !batch.Send(&sent); ++calls) {
+        ASSERT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAEWOULDBLOCK));
+        total += sent;
+        ASSERT_EQ(batch.GetSize(), all.size() - total);
+        while (received.size() < total) {
+            const int length = peer.Read();
+            ASSERT_GT(length, 0);
+            received.append(reinterpret_cast<char*>(peer.GetBuffer()),
+                            static_cast<std::size_t>(length));
+        }
+    }
+    EXPECT_GT(calls, 0U) << "the first call sent all";
+    EXPECT_TRUE(batch.Send(&sent));
+    EXPECT_EQ(sent, 0U);
+    while (received.size() < all.size()) {
+        const int length = peer.Read();
+        ASSERT_GT(length, 0);
+        received.append(reinterpret_cast<char*>(peer.GetBuffer()),
+                        static_cast<std::size_t>(length));
+    }
+    EXPECT_TRUE(received == all);
+    peer.Shutdown();
+}
+
+TEST_F(ClientSocket, ABatchThatCannotBeSentStaysUntilItIsCleared) {
+    for (CClientSocket* const socket : {&client_, static_cast<CClientSocket*>(nullptr)}) {
+        ZTK::CSendBatch batch(socket);
+        EXPECT_TRUE(batch.Send());
+        EXPECT_FALSE(batch.Add(nullptr, 1));
+        EXPECT_FALSE(batch.Add("x", static_cast<std::size_t>(-1)));
+        EXPECT_TRUE(batch.Add(nullptr, 0));
+        EXPECT_TRUE(batch.Add("message", 7));
+        std::uint64_t sent = 1;
+        EXPECT_FALSE(batch.Send(&sent));
+        EXPECT_EQ(sent, 0U);
+        EXPECT_EQ(batch.GetSize(), 7U);
+        batch.Clear();
+        EXPECT_TRUE(batch.Send(&sent));
+    }
+}
+
 TEST_F(ClientSocket, BufferGrowsAndNeverShrinks) {
     constexpr int kRows[][3] = {{0, 0, 8912},   {-1, 100, 8912}, {0, 65536, 65536},
                                 {100, 0, 8912}, {100, 99, 100},  {1, 2, 2}};
@@ -216,6 +273,19 @@ TEST_F(SocketFault, EveryRefusedRequestLeavesAStatedResult) {
     const ZTK::TSOSocketInfo info = ztk_test::Endpoint(family_, server_.port());
     EXPECT_TRUE(UseSockets(info));
     ztk_test::RefuseEach(ztk_test::FailAfter, [&] { return UseSockets(info); });
+    ztk_test::RefuseEach(ztk_test::FailAfter, [] {
+        ZTK::CSendBatch batch(nullptr);
+        const std::string message(100'000, 'x');
+        std::size_t added = 0;
+        bool complete = true;
+        for (const std::size_t length : {std::size_t{1}, std::size_t{5'000}, message.size()}) {
+            const bool fits = batch.Add(message.data(), length);
+            added += fits ? length : 0;
+            complete = complete && fits;
+            EXPECT_EQ(batch.GetSize(), added);
+        }
+        return complete;
+    });
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Messages and their receiver: what is framed, which hooks are asked, what is dropped and what is
 // kept, also when memory is short.
 #include <gtest/gtest.h>
+#include <algorithm>
 
 #include <climits>
 #include <cstdlib>
@@ -160,6 +161,30 @@ TEST(Message, SpentMessagesAreReusedOldestFirstWithTheirBlocks) {
     EXPECT_EQ(receiver.Pop(), second);
     EXPECT_EQ(first->GetPacket(), block);
     EXPECT_STREQ(first->GetPacket(), "1:a;") << "a zero byte follows the packet";
+}
+
+TEST(Message, ManyAreTakenAndGivenBackAtOnceInOrder) {
+    TextReceiver receiver;
+    ZTK::CSocketMsg* messages[65];
+    std::size_t fed = 10;
+    std::size_t taken = 10;
+    // How many arrive, and how many are asked for then: the ring wraps round, and grows while it
+    // does.
+    constexpr std::size_t kRows[][2] = {{0, 3}, {5, 0}, {0, 2}, {12, 9}, {11, 4}, {40, 64}, {1, 1}};
+    for (const auto& [arrive, most] : kRows) {
+        for (const std::size_t end = fed + arrive; fed < end; ++fed)
+            receiver.Feed("2:" + std::to_string(fed) + ";");
+        const std::size_t count = receiver.Pop(messages, most);
+        ASSERT_EQ(count, std::min(most, fed - taken)) << arrive << ' ' << most;
+        for (std::size_t i = 0; i < count; ++i)
+            EXPECT_EQ(PacketOf(*messages[i]), "2:" + std::to_string(taken++) + ";");
+        messages[count] = nullptr;
+        EXPECT_TRUE(receiver.PushPool(messages, count + 1));
+    }
+    EXPECT_EQ(receiver.made.size(), 53u) << "as many as there were at once";
+    EXPECT_EQ(receiver.Pop(nullptr, 1), 0u);
+    EXPECT_TRUE(receiver.PushPool(nullptr, 0));
+    EXPECT_FALSE(receiver.PushPool(nullptr, 1));
 }
 
 TEST(Message, LengthsFromThePeerAreAddedWithCare) {
@@ -372,6 +397,8 @@ TEST(MessageFault, QueueAndPoolStayAsTheyAreWithoutMemory) {
     ztk_test::FailAlways(0);
     EXPECT_EQ(receiver.Push(&message), 0u);
     EXPECT_EQ(receiver.PushPool(&message), 0u);
+    ZTK::CSocketMsg* messages[16] = {&message};
+    EXPECT_FALSE(receiver.PushPool(messages, 1));
     ztk_test::StopFailing();
     for (std::uint64_t i = 1; i <= 16; ++i)
         EXPECT_EQ(receiver.Push(&message), i);
@@ -382,8 +409,8 @@ TEST(MessageFault, QueueAndPoolStayAsTheyAreWithoutMemory) {
     EXPECT_EQ(message.GetRecvSize(), 0);
     ztk_test::StopFailing();
     EXPECT_EQ(message.Add(data, 3), 3);
-    for (int i = 0; i < 16; ++i)
-        EXPECT_EQ(receiver.Pop(), &message);
+    EXPECT_EQ(receiver.Pop(messages, 16), 16u);
+    EXPECT_EQ(std::count(messages, messages + 16, &message), 16);
 }
 
 }  // namespace

@@ -7,9 +7,14 @@
 #else
 #define ZTK_API __declspec(dllimport)
 #endif
-// A DLL exports a class whole; its private members are not part of the interface all the same.
+// A DLL exports a class whole, inline members too; its private members are not part of the
+// interface all the same.
 #define ZTK_LOCAL
+#define ZTK_API_INLINE
 #else
 #define ZTK_API __attribute__((visibility("default")))
 #define ZTK_LOCAL __attribute__((visibility("hidden")))
+// For an inline member whose name leaves the library all the same: hosts call it that were compiled
+// when it was not inline.
+#define ZTK_API_INLINE __attribute__((visibility("default")))
 #endif

@@ -11,18 +11,10 @@ namespace ZTKPosix {
 
 namespace {
 
-// Takes what the wait asks for, if it is available. Returns the wait's result, WAIT_TIMEOUT if
+// Takes all objects of a wait if all are available. Returns the wait's result, WAIT_TIMEOUT if
 // nothing was taken.
-DWORD TryTake(WaitBlock* blocks, DWORD count, bool all, ThreadRecord& thread) noexcept
+DWORD TryTakeAll(WaitBlock* blocks, DWORD count, ThreadRecord& thread) noexcept
     ZTK_REQUIRES(dispatcher_lock) {
-    if (!all) {
-        for (DWORD i = 0; i < count; ++i) {
-            if (IsAvailable(*blocks[i].object, thread)) {
-                return (Take(*blocks[i].object, thread) ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + i;
-            }
-        }
-        return WAIT_TIMEOUT;
-    }
     for (DWORD i = 0; i < count; ++i) {
         if (!IsAvailable(*blocks[i].object, thread)) {
             return WAIT_TIMEOUT;
@@ -58,8 +50,10 @@ void RemoveAll(Waiter& waiter, DispatcherSection& section) noexcept ZTK_REQUIRES
 }
 
 // Looks up the handles of a wait. Returns ERROR_SUCCESS or why there can be no such wait.
-DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool all) noexcept
-    ZTK_REQUIRES(dispatcher_lock) {
+// *available becomes the first handle whose object can be taken at once, count if there is none.
+DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count, ThreadRecord& thread,
+                  DWORD* available) noexcept ZTK_REQUIRES(dispatcher_lock) {
+    DWORD first = count;
     for (DWORD i = 0; i < count; ++i) {
         KernelObject* object = FindObject(handles[i]);
         if (object == nullptr) {
@@ -69,16 +63,30 @@ DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool al
             return ERROR_NOT_ENOUGH_MEMORY;
         }
         blocks[i].object = object;
+        // Not only until one is found: the handles behind it have to be valid too.
+        if (first == count && IsAvailable(*object, thread)) {
+            first = i;
+        }
     }
-    // An object cannot be taken twice at one moment.
-    for (DWORD i = 1; all && i < count; ++i) {
+    *available = first;
+    return ERROR_SUCCESS;
+}
+
+// Whether an object comes twice. A wait for all could never take it twice at one moment.
+bool HasDuplicate(const WaitBlock* blocks, DWORD count) noexcept {
+    for (DWORD i = 1; i < count; ++i) {
         for (DWORD j = 0; j < i; ++j) {
             if (blocks[i].object == blocks[j].object) {
-                return ERROR_INVALID_PARAMETER;
+                return true;
             }
         }
     }
-    return ERROR_SUCCESS;
+    return false;
+}
+
+DWORD FailWait(DWORD error) noexcept {
+    SetLastError(error);
+    return WAIT_FAILED;
 }
 
 // Sleeps until the wait is satisfied or its time is over.
@@ -114,12 +122,21 @@ DWORD Wait(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool all,
     Waiter waiter;
     {
         DispatcherSection section;
-        const DWORD error = FindObjects(handles, blocks, count, all);
+        DWORD available = count;
+        const DWORD error = FindObjects(handles, blocks, count, current_record, &available);
         if (error != ERROR_SUCCESS) {
-            SetLastError(error);
-            return WAIT_FAILED;
+            return FailWait(error);
         }
-        const DWORD result = TryTake(blocks, count, all, current_record);
+        DWORD result = WAIT_TIMEOUT;
+        if (all) {
+            if (HasDuplicate(blocks, count)) {
+                return FailWait(ERROR_INVALID_PARAMETER);
+            }
+            result = TryTakeAll(blocks, count, current_record);
+        } else if (available < count) {
+            const bool abandoned = Take(*blocks[available].object, current_record);
+            result = (abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + available;
+        }
         if (result != WAIT_TIMEOUT || milliseconds == 0) {
             return result;
         }
@@ -139,7 +156,7 @@ DWORD Wait(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool all,
 bool TrySatisfy(const WaitBlock& block) noexcept ZTK_REQUIRES(dispatcher_lock) {
     Waiter& waiter = *block.waiter;
     if (waiter.all) {
-        waiter.result = TryTake(waiter.blocks, waiter.count, true, *waiter.thread);
+        waiter.result = TryTakeAll(waiter.blocks, waiter.count, *waiter.thread);
         return waiter.result != WAIT_TIMEOUT;
     }
     const bool abandoned = Take(*block.object, *waiter.thread);
