@@ -1,23 +1,24 @@
-// What loading a document costs: 1 MiB of records through the DOM, from 16-bit text to a tree that
-// is freed again, beside the parser alone over the same document, and the reading of every name and
-// value through the interfaces.
+// What loading a document costs: records through the DOM, from 16-bit text to a tree that is freed
+// again, beside the parser alone over the same document in 8-bit and in 16-bit text, and the
+// reading of every name and value through the interfaces.
 #include <benchmark/benchmark.h>
 #include <expat.h>
 
 #include <cstdlib>
+#include <map>
 #include <string>
 
 #include "ztk/platform/com.h"
 
 namespace {
 
-constexpr std::size_t kDocumentBytes = std::size_t{1} << 20;
-
 // Records as a debugger's peer describes registers, indented, with some text.
-const std::string& Document() {
-    static const std::string document = [] {
+const std::string& Document(std::size_t bytes) {
+    static std::map<std::size_t, std::string> documents;
+    std::string& document = documents[bytes];
+    if (document.empty()) {
         std::string text = "<?xml version=\"1.0\"?>\n<target>\n";
-        for (int i = 0; text.size() < kDocumentBytes; ++i) {
+        for (int i = 0; text.size() < bytes; ++i) {
             const std::string number = std::to_string(i);
             text += "  <reg name=\"r" + number + "\" bitsize=\"64\" type=\"data_ptr\" regnum=\"" +
                     number + "\"/>\n";
@@ -25,8 +26,8 @@ const std::string& Document() {
                 text += "  <note>register " + number + " &amp; its neighbours</note>\n";
             }
         }
-        return text + "</target>\n";
-    }();
+        document = text + "</target>\n";
+    }
     return document;
 }
 
@@ -36,8 +37,8 @@ void Require(bool good) {
     }
 }
 
-BSTR WideDocument() {
-    const std::string& narrow = Document();
+BSTR WideDocument(std::size_t bytes) {
+    const std::string& narrow = Document(bytes);
     const BSTR wide = SysAllocStringLen(nullptr, static_cast<UINT>(narrow.size()));
     Require(wide != nullptr);
     for (std::size_t i = 0; i < narrow.size(); ++i) {
@@ -53,37 +54,53 @@ MSXML2::IXMLDOMDocument2Ptr MakeDocument() {
     return document;
 }
 
+void EachSize(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Arg(1 << 10)->Arg(100 << 10)->Arg(10 << 20)->Unit(benchmark::kMicrosecond);
+}
+
 void LoadDocument(benchmark::State& state) {
     const MSXML2::IXMLDOMDocument2Ptr document = MakeDocument();
-    const BSTR text = WideDocument();
+    const auto bytes = static_cast<std::size_t>(state.range(0));
+    const BSTR text = WideDocument(bytes);
     for (auto _ : state) {
         VARIANT_BOOL loaded = VARIANT_FALSE;
         Require(document->loadXML(text, &loaded) == S_OK && loaded == VARIANT_TRUE);
     }
     SysFreeString(text);
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(Document().size()));
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(Document(bytes).size()));
 }
-BENCHMARK(LoadDocument)->Unit(benchmark::kMillisecond);
+BENCHMARK(LoadDocument)->Apply(EachSize);
 
-void ParseOnly(benchmark::State& state) {
-    const std::string& text = Document();
+void ParseOnly(benchmark::State& state, const char* encoding, const char* text, std::size_t bytes) {
     for (auto _ : state) {
-        const XML_Parser parser = XML_ParserCreateNS("UTF-8", '\f');
+        const XML_Parser parser = XML_ParserCreate(encoding);
         XML_SetElementHandler(
             parser, [](void*, const XML_Char*, const XML_Char**) {}, [](void*, const XML_Char*) {});
         XML_SetCharacterDataHandler(parser, [](void*, const XML_Char*, int) {});
-        Require(XML_Parse(parser, text.data(), static_cast<int>(text.size()), XML_TRUE) ==
-                XML_STATUS_OK);
+        Require(XML_Parse(parser, text, static_cast<int>(bytes), XML_TRUE) == XML_STATUS_OK);
         XML_ParserFree(parser);
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+    const auto size = static_cast<std::size_t>(state.range(0));
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(Document(size).size()));
 }
-BENCHMARK(ParseOnly)->Unit(benchmark::kMillisecond);
+
+void ParseUtf8Only(benchmark::State& state) {
+    const std::string& text = Document(static_cast<std::size_t>(state.range(0)));
+    ParseOnly(state, "UTF-8", text.data(), text.size());
+}
+BENCHMARK(ParseUtf8Only)->Apply(EachSize);
+
+void ParseUtf16Only(benchmark::State& state) {
+    const BSTR text = WideDocument(static_cast<std::size_t>(state.range(0)));
+    ParseOnly(state, "UTF-16LE", reinterpret_cast<const char*>(text), SysStringByteLen(text));
+    SysFreeString(text);
+}
+BENCHMARK(ParseUtf16Only)->Apply(EachSize);
 
 // Every child of the root: its name, its value, and one attribute with its value.
 void ReadDocument(benchmark::State& state) {
     const MSXML2::IXMLDOMDocument2Ptr document = MakeDocument();
-    const BSTR text = WideDocument();
+    const BSTR text = WideDocument(std::size_t{1} << 20);
     VARIANT_BOOL loaded = VARIANT_FALSE;
     Require(document->loadXML(text, &loaded) == S_OK);
     SysFreeString(text);

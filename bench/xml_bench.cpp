@@ -5,6 +5,9 @@
 // Memory is what the process's resident set grows by at its peak, over what it was with the text in
 // the host's hands: for "bytes/byte", divided by the document's UTF-8 bytes. Each figure is taken
 // in a process of its own, forked for it.
+//
+// Besides, the look for one tag by its name: the last of the root's children in 100 KiB, and one of
+// a short message.
 #include <benchmark/benchmark.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -152,5 +155,81 @@ BENCHMARK_CAPTURE(Measure, CXml, ReadWithCXml, cxml_peak)->Unit(benchmark::kMill
 #if defined(ZTK_BENCH_LIBXML2)
 BENCHMARK_CAPTURE(Measure, Libxml2, ReadWithLibxml2, libxml2_peak)->Unit(benchmark::kMillisecond);
 #endif
+
+// 100 KiB of registers, and a tag of another name behind them.
+const std::string& FarDocument() {
+    static const std::string document = [] {
+        std::string text = "<target>\n";
+        for (int i = 1; text.size() < 100 * 1024; ++i) {
+            const std::string number = std::to_string(i);
+            text += "  <reg name=\"r" + number + "\" bitsize=\"64\" regnum=\"" + number + "\"/>\n";
+        }
+        return text + "  <last>1</last>\n</target>\n";
+    }();
+    return document;
+}
+
+void FarTag(benchmark::State& state) {
+    std::vector<wchar_t> text(FarDocument().begin(), FarDocument().end());
+    text.push_back(0);
+    ZTK::CXml xml(text.data());
+    Require(xml.GetRoot() != nullptr);
+    for (auto _ : state) {
+        const Tag last(xml.FindTagV(L"target", L"last", nullptr));
+        Require(last != nullptr);
+    }
+}
+BENCHMARK(FarTag);
+
+#if defined(ZTK_BENCH_LIBXML2)
+void FarTagLibxml2(benchmark::State& state) {
+    const std::string& text = FarDocument();
+    const xmlDocPtr document = xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr,
+                                             nullptr, XML_PARSE_NOBLANKS);
+    Require(document != nullptr);
+    for (auto _ : state) {
+        xmlNodePtr node = xmlDocGetRootElement(document)->children;
+        while (node != nullptr &&
+               xmlStrcasecmp(node->name, reinterpret_cast<const xmlChar*>("last")) != 0) {
+            node = node->next;
+        }
+        Require(node != nullptr);
+        benchmark::DoNotOptimize(node);
+    }
+    xmlFreeDoc(document);
+}
+BENCHMARK(FarTagLibxml2);
+#endif
+
+constexpr const wchar_t kMessage[] =
+    L"<request id='7'><name kind='file'>read</name><size>64</size></request>";
+
+void NearTag(benchmark::State& state) {
+    ZTK::CXml xml(kMessage);
+    for (auto _ : state) {
+        const Tag size(xml.FindTagV(L"request", L"size", nullptr));
+        Require(size != nullptr);
+    }
+}
+BENCHMARK(NearTag);
+
+void NearTagValue(benchmark::State& state) {
+    ZTK::CXml xml(kMessage);
+    for (auto _ : state) {
+        const Tag size(xml.FindTagV(L"request", L"size", nullptr));
+        Require(size->ToInt() == 64);
+    }
+}
+BENCHMARK(NearTagValue);
+
+void NearAttribute(benchmark::State& state) {
+    ZTK::CXml xml(kMessage);
+    for (auto _ : state) {
+        ZTK::CXMLAttribute* const kind = xml.FindAttributeV(L"request", L"name", L"kind", nullptr);
+        Require(kind->GetValue()[0] == L'f');
+        const Tag name(kind->GetParent());
+    }
+}
+BENCHMARK(NearAttribute);
 
 }  // namespace

@@ -1,8 +1,27 @@
 #include "xml/dom_calls.h"
 
+#include "platform/child_lookup.h"
 #include "platform/wide_number.h"
+#include "ztk/strings.h"
 
 namespace ZTK::xml {
+
+MSXML2::IXMLDOMNodePtr FindChild(MSXML2::IXMLDOMNode* node, const wchar_t* name) {
+    MSXML2::IXMLDOMNodePtr found;
+    const HRESULT result = FindChildByName(node, name, &found);
+    if (result != E_NOINTERFACE) {
+        Check(result, node);
+        return found;
+    }
+    for (found = FirstChild(node); found; found = NextSibling(found)) {
+        DomString child_name;
+        ReadName(found, &child_name);
+        if (StrEqual(child_name.Get(), name, false)) {
+            break;
+        }
+    }
+    return found;
+}
 
 BSTR ReadText(MSXML2::IXMLDOMNode* node) {
     if (node == nullptr) {

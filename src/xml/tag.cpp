@@ -71,15 +71,8 @@ CXMLTag* CXMLTag::GetTag(const wchar_t* name) {
     if (!node_) {
         _com_issue_error(E_POINTER);
     }
-    for (MSXML2::IXMLDOMNodePtr child = xml::FirstChild(node_); child;
-         child = xml::NextSibling(child)) {
-        xml::DomString child_name;
-        xml::ReadName(child, &child_name);
-        if (StrEqual(child_name.Get(), name, false)) {
-            return new CXMLTag(this, child, name);
-        }
-    }
-    return nullptr;
+    const MSXML2::IXMLDOMNodePtr child = xml::FindChild(node_, name);
+    return child ? new CXMLTag(this, child, name) : nullptr;
 }
 
 CXMLTag* CXMLTag::TagAtCursor() {

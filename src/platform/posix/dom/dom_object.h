@@ -9,8 +9,8 @@ namespace ZTKPosix::dom {
 
 // They are counted as alive, and leave error records for every interface that Derived::Answers
 // tells.
-template <class Derived, class Interface>
-class DomObject : public ComObject<Derived, Interface, ISupportErrorInfo> {
+template <class Derived, class Interface, class... Others>
+class DomObject : public ComObject<Derived, Interface, ISupportErrorInfo, Others...> {
   public:
     HRESULT InterfaceSupportsErrorInfo(REFIID iid) override {
         return static_cast<Derived*>(this)->Answers(iid) ? S_OK : S_FALSE;

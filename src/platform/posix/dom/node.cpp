@@ -1,8 +1,13 @@
 #include "platform/posix/dom/node.h"
 
+#include <algorithm>
+
 #include "platform/posix/com/error_record.h"
+#include "platform/posix/dom/child_lookup.h"
 #include "platform/posix/dom/dom_object.h"
 #include "platform/posix/dom/value.h"
+#include "platform/posix/text/runtime_text.h"
+#include "text/ascii.h"
 
 namespace ZTKPosix::dom {
 
@@ -12,26 +17,57 @@ using MSXML2::IXMLDOMElement;
 using MSXML2::IXMLDOMNamedNodeMap;
 using MSXML2::IXMLDOMNode;
 
-HRESULT CopyName(const wchar_t* text, std::size_t length, BSTR* copy) noexcept {
-    *copy = SysAllocStringLen(text, static_cast<UINT>(length));
-    return *copy != nullptr ? S_OK : Fail(E_OUTOFMEMORY);
-}
+struct NameText {
+    const wchar_t* characters;
+    std::size_t length;
+};
 
-HRESULT NodeName(const Node& node, BSTR* name) noexcept {
+NameText NameOf(const Node& node) noexcept {
     switch (node.kind) {
         case NodeKind::kText:
-            return CopyName(L"#text", 5, name);
+            return {L"#text", 5};
         case NodeKind::kCdata:
-            return CopyName(L"#cdata-section", 14, name);
+            return {L"#cdata-section", 14};
         case NodeKind::kComment:
-            return CopyName(L"#comment", 8, name);
+            return {L"#comment", 8};
         case NodeKind::kDocument:
-            return CopyName(L"#document", 9, name);
+            return {L"#document", 9};
         default:
             break;
     }
     const Name& own = *static_cast<const NamedNode&>(node).name;
-    return CopyName(own.Text(), own.length, name);
+    return {own.Text(), own.length};
+}
+
+HRESULT CopyName(NameText name, BSTR* copy) noexcept {
+    *copy = SysAllocStringLen(name.characters, static_cast<UINT>(name.length));
+    return *copy != nullptr ? S_OK : Fail(E_OUTOFMEMORY);
+}
+
+// Ignores the case of ASCII letters.
+bool AreEqual(NameText a, NameText b) noexcept {
+    return a.length == b.length &&
+           std::equal(a.characters, a.characters + a.length, b.characters,
+                      [](wchar_t x, wchar_t y) {
+                          return ZTK::ascii::ToLower(x) == ZTK::ascii::ToLower(y);
+                      });
+}
+
+// The first of the siblings from node on that has that name, or null.
+const Node* FindSibling(const Node* node, NameText wanted) noexcept {
+    // Most siblings have one of a few names, and each name lies in one place.
+    const wchar_t* other = nullptr;
+    for (; node != nullptr; node = node->NextSibling()) {
+        const NameText name = NameOf(*node);
+        if (name.characters == other) {
+            continue;
+        }
+        if (AreEqual(name, wanted)) {
+            return node;
+        }
+        other = name.characters;
+    }
+    return nullptr;
 }
 
 // A reference on a tree that goes with the object that holds it.
@@ -58,7 +94,7 @@ class AttributeObject final : public DomObject<AttributeObject, IXMLDOMNode> {
 
     HRESULT get_nodeName(BSTR* name) override {
         return name == nullptr ? Fail(E_INVALIDARG)
-                               : CopyName(attribute_.name->Text(), attribute_.name->length, name);
+                               : CopyName({attribute_.name->Text(), attribute_.name->length}, name);
     }
     HRESULT get_nodeTypedValue(VARIANT* typedValue) override {
         if (typedValue == nullptr) {
@@ -112,7 +148,7 @@ class AttributeMapObject final : public DomObject<AttributeMapObject, IXMLDOMNam
 };
 
 // Every kind of node but attributes and documents.
-class NodeObject final : public DomObject<NodeObject, IXMLDOMElement> {
+class NodeObject final : public DomObject<NodeObject, IXMLDOMElement, IChildLookup> {
   public:
     NodeObject(Tree& tree, const Node& node) noexcept : tree_(tree), node_(node) {}
 
@@ -122,7 +158,7 @@ class NodeObject final : public DomObject<NodeObject, IXMLDOMElement> {
     }
 
     HRESULT get_nodeName(BSTR* name) override {
-        return name == nullptr ? Fail(E_INVALIDARG) : NodeName(node_, name);
+        return name == nullptr ? Fail(E_INVALIDARG) : CopyName(NameOf(node_), name);
     }
 
     HRESULT get_nodeTypedValue(VARIANT* typedValue) override {
@@ -157,6 +193,13 @@ class NodeObject final : public DomObject<NodeObject, IXMLDOMElement> {
         return HandOutNew(
             MakeComObject<AttributeMapObject>(*tree_, static_cast<const Element&>(node_)),
             attributeMap);
+    }
+
+    HRESULT FindChild(const wchar_t* name, IXMLDOMNode** child) noexcept override {
+        const Node* const first = node_.HasChildren() ? node_.first_child : nullptr;
+        const bool can_match = first != nullptr && name != nullptr;
+        return HandOutNode(*tree_, can_match ? FindSibling(first, {name, wcslen(name)}) : nullptr,
+                           child);
     }
 
   private:
