@@ -2,9 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "support/faults.h"
+#include "support/guarded_text.h"
 #include "support/text.h"
 #include "ztk/memory.h"
 #include "ztk/platform.h"
@@ -58,6 +62,54 @@ TEST(StrConvert, MalformedTextBecomesReplacementCharacters) {
     }
     EXPECT_TEXT("\xEF\xBF\xBD\xEF\xBF\xBDz", StrConvert(L"\xDC00\xD800z", kUtf8));
     EXPECT_TEXT("\xEF\xBF\xBD\xF0\x90\x80\x80", StrConvert(L"\xD800\xD800\xDC00", kUtf8));
+}
+
+// Scripts in runs of all lengths, cut by malformed pieces, at the end of memory that may be read:
+// every set of instructions gives what the baseline's gives.
+TEST(StrConvert, EverySetOfInstructionsConvertsAlike) {
+    using ZTK::processor::InstructionSet;
+    using ztk_test::UseInstructions;
+    constexpr const char* kPieces[] = {"a",
+                                       "0123456789abcdefghi",
+                                       "\xC3\xA9",
+                                       "\xD0\xB6\xD1\x8F",
+                                       "\xDF\xBF",
+                                       "\xE4\xB8\xAD",
+                                       "\xEF\xBF\xBF",
+                                       "\xF0\x9F\x98\x80",
+                                       "\x80",
+                                       "\xE2\x82",
+                                       "\xED\xA0\x80",
+                                       "\xC0\xAF",
+                                       "\xF0\x9F",
+                                       "\xF4\x90\x80\x80",
+                                       "\xE0\x9F\x80",
+                                       "\xFF"};
+    constexpr unsigned kGood = 8;
+    static ztk_test::GuardedText narrow_memory, wide_memory;
+    std::mt19937 random(1);
+    const auto below = [&random](std::size_t limit) { return random() % limit; };
+    for (int round = 0; round < 6000; ++round) {
+        const std::size_t from = below(kGood), size = 1 + below(400);
+        const std::size_t kinds =
+            1 + below(round % 2 == 0 ? kGood - from : std::size(kPieces) - from);
+        std::string text;
+        while (text.size() < size) {
+            text += kPieces[from + below(kinds)];
+        }
+        const char* const narrow = narrow_memory.Put(
+            std::vector<char>(text.c_str(), text.c_str() + text.size() + 1), true);
+        ASSERT_TRUE(UseInstructions(InstructionSet::kBaseline));
+        const wchar_t* const wide = StrConvert(narrow, kUtf8);
+        std::vector<wchar_t> units(wide, wide + StrLength(wide) + 1);
+        units[below(units.size() - 1)] = round % 4 == 3 ? L'\xD83D' : L'z';  // half a pair
+        const wchar_t* const source = wide_memory.Put(units, true);
+        const char* const back = StrConvert(source, kUtf8);
+        if (UseInstructions(InstructionSet::kAvx2)) {
+            ASSERT_TEXT(wide, StrConvert(narrow, kUtf8)) << round;
+            ASSERT_TEXT(back, StrConvert(source, kUtf8)) << round;
+        }
+    }
 }
 
 TEST(StrConvert, OtherCodePagesGoByNumber) {
