@@ -44,8 +44,8 @@ bool ConvertCharacter(const Source*& text, const Source* end, Target*& out,
 }
 
 // Between UTF-8 and UTF-16, in either direction: converts from the front of [text, end) and moves
-// text and out behind what is done. kNoRoom if the next character does not fit; out_end may then
-// stand behind units that were written and do not count.
+// text and out behind what is done. kNoRoom if the next character does not fit. Units that are
+// written behind out are none of the result.
 template <class Source, class Target>
 [[gnu::always_inline]] inline Outcome ConvertUnicode(const Source*& text, const Source* end,
                                                      Target*& out, const Target* out_end) noexcept {
