@@ -101,10 +101,10 @@ void DecodeByTableLoop(benchmark::State& state) {
         return DecodeByTable(table, in, out, n);
     });
 }
-BENCHMARK(Encode)->Arg(64)->Arg(4096);
-BENCHMARK(EncodeByTableLoop)->Arg(64)->Arg(4096);
-BENCHMARK(Decode)->Arg(64)->Arg(4096);
-BENCHMARK(DecodeByTableLoop)->Arg(64)->Arg(4096);
+BENCHMARK(Encode)->Arg(64)->Arg(4096)->Arg(65536);
+BENCHMARK(EncodeByTableLoop)->Arg(64)->Arg(4096)->Arg(65536);
+BENCHMARK(Decode)->Arg(64)->Arg(4096)->Arg(65536);
+BENCHMARK(DecodeByTableLoop)->Arg(64)->Arg(4096)->Arg(65536);
 
 // A line break every 76 characters: there the codec goes on group by group for a while.
 void DecodeLines(benchmark::State& state) {
