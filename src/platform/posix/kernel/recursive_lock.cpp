@@ -4,17 +4,26 @@
 
 namespace ZTKPosix {
 
+namespace {
+
+constexpr int kLongestPause = 64;  // in calls of RelaxProcessor
+
+}  // namespace
+
 void RecursiveLock::AcquireContended() noexcept {
     const std::uint32_t self = CurrentLockOwner();
     std::uint32_t seen = word_.load(std::memory_order_relaxed);
-    // While others sleep already, spinning past them would only starve them.
-    for (int i = 0; i < kSpins && (seen & kWaitedFor) == 0; ++i) {
+    // While others sleep already, spinning past them would only starve them. The pauses grow: each
+    // look takes the word's cache line from the owner, who wants it to release the lock.
+    for (int pause = 1; pause <= kLongestPause && (seen & kWaitedFor) == 0; pause *= 2) {
         if (seen == 0 && word_.compare_exchange_weak(seen, self, std::memory_order_acquire,
                                                      std::memory_order_relaxed)) {
             last_owner_.store(self, std::memory_order_relaxed);
             return;
         }
-        RelaxProcessor();
+        for (int i = 0; i < pause; ++i) {
+            RelaxProcessor();
+        }
         seen = word_.load(std::memory_order_relaxed);
     }
     for (;;) {
