@@ -13,8 +13,7 @@ TreeBuilder::TreeBuilder(Tree& tree, Arena& notes) noexcept
     current_->EndSiblings(nullptr);
 }
 
-Name* TreeBuilder::InternPlain(const char* name) noexcept {
-    const std::size_t bytes = std::strlen(name);
+Name* TreeBuilder::InternPlain(const char* name, std::size_t bytes) noexcept {
     wchar_t* const buffer = buffer_.Room(bytes);
     if (buffer == nullptr) {
         return nullptr;
@@ -24,7 +23,24 @@ Name* TreeBuilder::InternPlain(const char* name) noexcept {
 }
 
 Name* TreeBuilder::InternName(const char* name) noexcept {
-    Name* const interned = InternPlain(name);
+    const std::size_t bytes = std::strlen(name);
+    if (bytes > RecentNames::kLongest) {
+        return InternClassified(name, bytes);
+    }
+    Name* interned = recent_names_.Find(name, bytes);
+    if (interned == nullptr) {
+        interned = InternClassified(name, bytes);
+        if (interned != nullptr) {
+            recent_names_.Note(name, bytes, *interned);
+        }
+    }
+    return interned;
+}
+
+// Not inlined: most names are recent.
+[[gnu::noinline]] Name* TreeBuilder::InternClassified(const char* name,
+                                                      std::size_t bytes) noexcept {
+    Name* const interned = InternPlain(name, bytes);
     const bool good =
         interned != nullptr && (interned->prefix != nullptr || namespaces_.Classify(*interned));
     return good ? interned : nullptr;
@@ -173,7 +189,7 @@ bool TreeBuilder::Comment(const char* text) noexcept {
 
 bool TreeBuilder::Instruction(const char* target, const char* data) noexcept {
     FlushText();
-    const Name* const name = InternPlain(target);
+    const Name* const name = InternPlain(target, std::strlen(target));
     auto* const node = NewNode<NamedNode>(NodeKind::kInstruction);
     if (name == nullptr || node == nullptr) {
         return false;
@@ -183,7 +199,7 @@ bool TreeBuilder::Instruction(const char* target, const char* data) noexcept {
 }
 
 bool TreeBuilder::DocumentType(const char* name) noexcept {
-    const Name* const interned = InternPlain(name);
+    const Name* const interned = InternPlain(name, std::strlen(name));
     auto* const node = NewNode<NamedNode>(NodeKind::kDocumentType);
     if (interned == nullptr || node == nullptr) {
         return false;

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "platform/posix/dom/namespaces.h"
+#include "platform/posix/dom/recent_names.h"
 #include "platform/posix/dom/tree.h"
 #include "platform/posix/dom/wide_buffer.h"
 
@@ -38,7 +39,9 @@ class TreeBuilder {
 
   private:
     // A name to which the rules of namespaces do not apply.
-    [[nodiscard]] Name* InternPlain(const char* name) noexcept;
+    [[nodiscard]] Name* InternPlain(const char* name, std::size_t bytes) noexcept;
+    // A name whose prefix is noted.
+    [[nodiscard]] Name* InternClassified(const char* name, std::size_t bytes) noexcept;
     [[nodiscard]] const Text* StoreText(const char* text) noexcept;
     [[nodiscard]] bool SetAttributes(Element& element, const char* const* attributes) noexcept;
     [[nodiscard]] bool ResolvePrefixes(Element& element) noexcept;
@@ -74,6 +77,7 @@ class TreeBuilder {
     std::size_t blank_length_ = 0;
 
     Namespaces namespaces_;
+    RecentNames recent_names_;  // whose prefixes are noted
     WideBuffer buffer_;
 };
 

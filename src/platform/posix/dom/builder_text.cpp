@@ -1,7 +1,6 @@
 // How the builder writes text: white space that becomes no node, and pieces that grow with the
 // text.
 #include <algorithm>
-#include <cstring>
 
 #include "platform/posix/dom/builder.h"
 #include "platform/posix/dom/text.h"
@@ -15,14 +14,25 @@ bool IsBlank(const char* text, std::size_t length) noexcept {
     return std::all_of(text, text + length, ZTK::ascii::IsXmlSpace<char>);
 }
 
+// Copies text while it is blank, and returns whether all of it is: most often it is an end of line
+// or the few blanks behind one.
+bool CopyBlank(const char* text, std::size_t length, char* target) noexcept {
+    for (std::size_t i = 0; i < length; ++i) {
+        if (!ZTK::ascii::IsXmlSpace(text[i])) {
+            return false;
+        }
+        target[i] = text[i];
+    }
+    return true;
+}
+
 }  // namespace
 
 bool TreeBuilder::Characters(const char* text, std::size_t length) noexcept {
     if (text_ == nullptr) {
         // Only white space so far. It is kept aside: unless other text follows, it becomes no node.
         if (!current_->keeps_space && length <= sizeof blank_ - blank_length_ &&
-            IsBlank(text, length)) {
-            std::memcpy(blank_ + blank_length_, text, length);
+            CopyBlank(text, length, blank_ + blank_length_)) {
             blank_length_ += length;
             return true;
         }

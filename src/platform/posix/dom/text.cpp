@@ -7,7 +7,7 @@
 
 namespace ZTKPosix::dom {
 
-wchar_t* WidenUtf8(const char* source, std::size_t length, wchar_t* target) noexcept {
+wchar_t* WidenLongUtf8(const char* source, std::size_t length, wchar_t* target) noexcept {
     const char* const end = source + length;
     while (source != end) {
         const std::size_t run =
