@@ -1,10 +1,6 @@
 // Expat reads the text; this feeds it and passes on what it reports.
 #include "platform/posix/dom/parser.h"
 
-// The header declares the limits of expansion only under this name.
-#define XML_DTD
-#include <expat.h>
-
 #include <algorithm>
 #include <climits>
 #include <cstring>
@@ -14,13 +10,12 @@
 #include "platform/posix/dom/builder.h"
 #include "platform/posix/dom/entities.h"
 #include "platform/posix/dom/external.h"
+#include "platform/posix/dom/kept_parser.h"
 #include "platform/posix/dom/text.h"
 
 namespace ZTKPosix::dom {
 
 namespace {
-
-static_assert(sizeof(XML_Char) == 1, "the parser on the machine speaks UTF-8");
 
 // The most memory that a tree may take, in bytes: so many for each character of the text, and so
 // many in addition. Defaults and entities cannot make a small text grow without end. Even the text
@@ -44,6 +39,10 @@ constexpr std::uint64_t kStepsToLookAtEntity = 8;
 // long, most of all where it comes to nothing.
 constexpr float kExpansion = 8;
 constexpr unsigned long long kExpandedBytes = 8 << 20;
+
+// The characters that the parser gets at once. In UTF-8 they take up to three times as many bytes,
+// beside the text and the tree.
+constexpr std::size_t kPiece = 256 * 1024;
 
 constexpr unsigned kDeepestFile = 16;
 constexpr unsigned kMostFiles = 1000;
@@ -73,6 +72,7 @@ struct Load {
     const XML_Parser root;
     XML_Parser parser;  // the one at work: the root or that of an external definition
     LoadResult result = LoadResult::kLoaded;
+    bool has_document_type = false;
     bool in_dtd = false;
     // Set when there are definitions from which the parser concludes that others may exist that it
     // does not see.
@@ -228,6 +228,7 @@ static void OnStartDocumentType(void* data, const char* name, const char* system
         return;
     }
     load.StopUnless(load.builder.DocumentType(name));
+    load.has_document_type = true;
     load.in_dtd = true;
     load.undeclared_may_pass = system_id != nullptr;
 }
@@ -280,37 +281,23 @@ static int OnExternal(XML_Parser parser, const char* context, const char* base,
 
 }  // extern "C"
 
-// Set when the parser was refused memory. Its error code does not always say so: short of memory
-// within a declaration it may report a fault of the text instead. A request does not tell which
-// load it is for, but a load stays on its thread.
-constinit thread_local bool parser_lacked_memory = false;
-
-void* NoteRefusal(void* block) noexcept {
-    parser_lacked_memory = parser_lacked_memory || block == nullptr;
-    return block;
-}
-
-const XML_Memory_Handling_Suite kMemory = {
-    [](std::size_t bytes) { return NoteRefusal(ZTK::allocation::RuntimeAlloc(bytes)); },
-    [](void* block, std::size_t bytes) {
-        return NoteRefusal(ZTK::allocation::RuntimeRealloc(block, bytes));
-    },
-    ZTK::allocation::RuntimeFree};
-
-class Parser {
+// The parser of an external definition.
+class ExternalParser {
   public:
-    explicit Parser(XML_Parser parser) noexcept : parser_(parser) {}
-    Parser(const Parser&) = delete;
-    Parser& operator=(const Parser&) = delete;
-    ~Parser() {
+    ExternalParser(XML_Parser outer, const char* context) noexcept
+        : parser_(XML_ExternalEntityParserCreate(outer, context, nullptr)) {}
+    ExternalParser(const ExternalParser&) = delete;
+    ExternalParser& operator=(const ExternalParser&) = delete;
+    ~ExternalParser() {
         if (parser_ != nullptr) {
             XML_ParserFree(parser_);
         }
     }
+    // Null when memory is short.
     [[nodiscard]] XML_Parser Get() const noexcept { return parser_; }
 
   private:
-    XML_Parser parser_;
+    const XML_Parser parser_;
 };
 
 void SetHandlers(XML_Parser parser, Load& load) noexcept {
@@ -356,7 +343,7 @@ bool ParseFile(Load& load, XML_Parser parser, const char* path) noexcept {
 
 bool ParseExternal(Load& load, const char* context, const char* path) noexcept {
     const XML_Parser outer = load.parser;
-    const Parser parser(XML_ExternalEntityParserCreate(outer, context, nullptr));
+    const ExternalParser parser(outer, context);
     if (parser.Get() == nullptr || XML_SetBase(parser.Get(), path) != XML_STATUS_OK) {
         load.Stop(LoadResult::kNoMemory);
         return false;
@@ -401,13 +388,14 @@ int OnExternal(XML_Parser parser, const char* context, const char* base, const c
     return taken ? XML_STATUS_OK : XML_STATUS_ERROR;
 }
 
-// Gives the parser all of text in pieces. A token that a piece cuts is kept by the parser and
-// looked at again from its start with the next one: pieces grow with it, or a long token would take
-// quadratic time.
+// Gives the parser all of text, in pieces if it is long. The parser goes through each piece but the
+// last a second time, to count lines, so a text of the usual size is one piece. A token that a
+// piece cuts is kept by the parser and looked at again from its start with the next one: pieces
+// grow with it, or a long token would take quadratic time.
 void FeedText(Load& load, const wchar_t* text, std::size_t length) noexcept {
     const XML_Parser parser = load.parser;
     const wchar_t* const end = text + length;
-    std::size_t piece = 32 * 1024;
+    std::size_t piece = kPiece;
     XML_Index fed = 0;
     bool last = false;
     while (!last && load.result == LoadResult::kLoaded) {
@@ -443,9 +431,7 @@ void FeedText(Load& load, const wchar_t* text, std::size_t length) noexcept {
 
 LoadResult LoadTree(Tree& tree, const wchar_t* text, std::size_t length,
                     const LoadOptions& options) noexcept {
-    // The encoding is given because the text's own declaration does not describe what is fed here.
-    parser_lacked_memory = false;
-    const Parser parser(XML_ParserCreate_MM("UTF-8", &kMemory, nullptr));
+    BorrowedParser parser;
     if (parser.Get() == nullptr) {
         return LoadResult::kNoMemory;
     }
@@ -454,8 +440,13 @@ LoadResult LoadTree(Tree& tree, const wchar_t* text, std::size_t length,
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser.Get(), kExpansion);
     load.AllowExpansion();
     FeedText(load, text, length);
-    return load.result == LoadResult::kRefused && parser_lacked_memory ? LoadResult::kNoMemory
-                                                                       : load.result;
+    if (load.result == LoadResult::kRefused && BorrowedParser::LackedMemory()) {
+        return LoadResult::kNoMemory;
+    }
+    if (load.result == LoadResult::kLoaded && !load.has_document_type) {
+        parser.KeepAfter(length);
+    }
+    return load.result;
 }
 
 }  // namespace ZTKPosix::dom

@@ -7,6 +7,7 @@
 
 #include "frame/entry/lifecycle.h"
 #include "platform/posix/com/oleauto_error_info.h"
+#include "platform/posix/dom/kept_parser.h"
 #include "platform/posix/entry/fork.h"
 #include "platform/posix/kernel/handle_table.h"
 #include "platform/posix/kernel/thread_end.h"
@@ -31,6 +32,7 @@ void Unload() noexcept {
     TearDownTextStreams();
     TearDownStringTables();
     TearDownSockets();
+    dom::TearDownKeptParser();
     TearDownCom();
     TearDownThreads();
     TearDownHandles();
