@@ -1,6 +1,7 @@
 #include "platform/posix/dom/arena.h"
 
 #include "platform/memory/allocation.h"
+#include "platform/posix/process/large_block.h"
 
 namespace ZTKPosix::dom {
 
@@ -29,6 +30,7 @@ bool Arena::AddBlock(std::size_t needed) noexcept {
     if (storage == nullptr) {
         return false;
     }
+    ExpectLargeBlockFilled(storage, bytes);
     auto* const block = static_cast<Block*>(storage);
     *block = {last_, bytes};
     last_ = block;

@@ -49,7 +49,8 @@ class Arena {
         std::size_t bytes;
     };
     static constexpr std::size_t kAlign = alignof(void*);
-    static constexpr std::size_t kMaxBlockBytes = std::size_t{1} << 20;
+    // Large enough for huge pages, see AddBlock.
+    static constexpr std::size_t kMaxBlockBytes = std::size_t{4} << 20;
 
     static std::size_t Round(std::size_t bytes) noexcept {
         return (bytes + kAlign - 1) / kAlign * kAlign;
