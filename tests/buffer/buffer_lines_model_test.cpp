@@ -144,7 +144,7 @@ TYPED_TEST_SUITE(BufferLinesModel, Widths);
 
 TYPED_TEST(BufferLinesModel, RandomTextsGiveTheModelsLines) {
     std::mt19937 random(20240501);
-    for (int i = 0; i < 400 && !this->HasFailure(); ++i) {
+    for (int i = 0; i < 300 && !this->HasFailure(); ++i) {
         SCOPED_TRACE(i);
         // Mostly small ones; some pass the sizes in which the library reads and the runtime
         // buffers.
