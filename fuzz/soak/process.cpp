@@ -41,7 +41,7 @@ int main(int, char** arguments) {
     Sleep(GetCurrentThreadId() % 30);
     for (int i = 0; how == 'f' && i < 20; ++i) {
         if (const int status = Fork(); status != 7 << 8) {
-            std::printf("a child ended with status %d\n", status), std::exit(3);
+            std::printf("child %d ended with status %d\n", i, status), std::exit(3);
         }
     }
     std::puts(how == 'f' ? "Forks 20" : "Exits 1");
