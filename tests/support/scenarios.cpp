@@ -163,12 +163,10 @@ struct ScratchFile {
     wchar_t wide_path[64] = {};
 };
 
-// The process has one trace log, so one thread at a time plays with it. The lock is made before
-// threads play, because a child of fork would wait for ever for one that a thread of its parent's
-// was just making, and stays until the process is gone, because threads may play while it exits.
-ZTK::CLock& turn = *new ZTK::CLock;
-
+// The process has one trace log, so one thread at a time plays with it. The lock stays until the
+// process is gone: threads may play while it exits.
 Outcome WriteTraceLog() {
+    static ZTK::CLock& turn = *new ZTK::CLock;
     const ScratchFile file;
     turn.Lock();
     const bool open = ZTKOpenTraceLog(file.wide_path);
