@@ -69,30 +69,15 @@ TEST(StrConvert, MalformedTextBecomesReplacementCharacters) {
 TEST(StrConvert, EverySetOfInstructionsConvertsAlike) {
     using ZTK::processor::InstructionSet;
     using ztk_test::UseInstructions;
-    constexpr const char* kPieces[] = {"a",
-                                       "0123456789abcdefghi",
-                                       "\xC3\xA9",
-                                       "\xD0\xB6\xD1\x8F",
-                                       "\xDF\xBF",
-                                       "\xE4\xB8\xAD",
-                                       "\xEF\xBF\xBF",
-                                       "\xF0\x9F\x98\x80",
-                                       "\x80",
-                                       "\xE2\x82",
-                                       "\xED\xA0\x80",
-                                       "\xC0\xAF",
-                                       "\xF0\x9F",
-                                       "\xF4\x90\x80\x80",
-                                       "\xE0\x9F\x80",
-                                       "\xFF"};
-    constexpr unsigned kGood = 8;
+    constexpr const char* kPieces[] = {
+        "a",        "0123456789abcdefghi", "\xC3\xA9",     "\xD0\xB6\xD1\x8F",
+        "\xDF\xBF", "\xE4\xB8\xAD",        "\xEF\xBF\xBF", "\xF0\x9F\x98\x80"};
     static ztk_test::GuardedText narrow_memory, wide_memory;
     std::mt19937 random(1);
     const auto below = [&random](std::size_t limit) { return random() % limit; };
     for (int round = 0; round < 6000; ++round) {
-        const std::size_t from = below(kGood), size = 1 + below(400);
-        const std::size_t kinds =
-            1 + below(round % 2 == 0 ? kGood - from : std::size(kPieces) - from);
+        const std::size_t from = below(std::size(kPieces)), size = 1 + below(400);
+        const std::size_t kinds = 1 + below(std::size(kPieces) - from);
         std::string text;
         while (text.size() < size) {
             text += kPieces[from + below(kinds)];
