@@ -409,7 +409,7 @@ class ZTK_API CClientSocket : public CSocket {
 // socket's.
 class ZTK_API CSendBatch {
   public:
-    explicit CSendBatch(CClientSocket* socket) noexcept;
+    explicit CSendBatch(CClientSocket* socket) noexcept;  // empty; with null every Send fails
     CSendBatch(const CSendBatch&) = delete;
     CSendBatch& operator=(const CSendBatch&) = delete;
     ~CSendBatch();
