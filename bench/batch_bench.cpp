@@ -5,41 +5,18 @@
 #include <algorithm>
 #include <atomic>
 #include <iterator>
-#include <memory>
 #include <thread>
 #include <vector>
 
+#include "framed_messages.h"
 #include "ztk/ztk.h"
 
 namespace {
 
 constexpr std::size_t kChunkBytes = 8912;
 
-// Two bytes of total size, then the body.
-class Message : public ZTK::CSocketMsg {
-  public:
-    ~Message() override = default;
-    bool ParseHeader(int* length, int* offset, int* trailer) override {
-        if (GetRecvSize() < 2)
-            return false;
-        const auto* packet = reinterpret_cast<const unsigned char*>(GetPacket());
-        *length = packet[0] + 256 * packet[1] - 2;
-        *offset = 2;
-        *trailer = 0;
-        return true;
-    }
-};
-
-class Receiver : public ZTK::CSocketMsgReceiver {
-  public:
-    ZTK::CSocketMsg* CreateMessage() override {
-        made_.push_back(std::make_unique<Message>());
-        return made_.back().get();
-    }
-
-  private:
-    std::vector<std::unique_ptr<Message>> made_;
-};
+using ztk_bench::Message;
+using ztk_bench::Receiver;
 
 void TakeOneByOne(Receiver& receiver) {
     while (ZTK::CSocketMsg* message = receiver.Pop()) {

@@ -7,8 +7,8 @@
 #else
 #define ZTK_API __declspec(dllimport)
 #endif
-// A DLL exports a class whole, inline members too; its private members are not part of the
-// interface all the same.
+// A DLL exports a class whole but for its inline members, which hosts compile themselves; its
+// private members are not part of the interface all the same.
 #define ZTK_LOCAL
 #define ZTK_API_INLINE
 #else
