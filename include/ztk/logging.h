@@ -50,7 +50,7 @@ ZTK_API void LogHex(const wchar_t* label, unsigned char* data, DWORD size) noexc
 
 // Creates or truncates the file at path as the trace log. Returns true if a trace log is open
 // afterwards: when one is open already, it stays and path is ignored. False when the file cannot be
-// opened, when memory is short, and for a null path.
+// opened (on Linux a named pipe that nobody reads, too), when memory is short, and for a null path.
 ZTK_API bool ZTKOpenTraceLog(const wchar_t* path) noexcept;
 
 // Writes out and closes the trace log; without one it does nothing. Another may be opened then. An

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -149,6 +150,13 @@ TEST(PosixTextStream, AFullDiskDoesNotStopTheWriter) {
     }
     ZTKCloseTraceLog();
     EXPECT_FALSE(ZTKOpenTraceLog(L"/tmp"));
+}
+
+TEST(PosixTextStream, APipeWithoutAReaderIsNotWaitedFor) {
+    (void)unlink("posix_text_test.pipe");
+    ASSERT_EQ(mkfifo("posix_text_test.pipe", 0600), 0);
+    EXPECT_FALSE(ZTKOpenTraceLog(L"posix_text_test.pipe"));
+    EXPECT_EQ(unlink("posix_text_test.pipe"), 0);
 }
 
 // The limit cuts the file inside the mark and at every byte of the pattern, and no signal tells.

@@ -40,15 +40,6 @@ std::uint64_t LimitOf(int file) noexcept {
     return limited ? limit.rlim_cur : std::numeric_limits<std::uint64_t>::max();
 }
 
-// Lets a write to a pipe or a terminal that takes nothing come back. The file was opened here, so
-// nobody else's reading or writing is changed by it.
-void LetWritesComeBack(int file) noexcept {
-    struct stat info {};
-    if (::fstat(file, &info) != 0 || !S_ISREG(info.st_mode)) {
-        (void)::fcntl(file, F_SETFL, O_WRONLY | O_NONBLOCK);  // without it writes wait, no more
-    }
-}
-
 std::int64_t Milliseconds() noexcept {
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -134,7 +125,6 @@ class TextStream {
     void Begin(int file) noexcept ZTK_REQUIRES(lock_) {
         file_ = file;
         may_raise_sigpipe_ = MayRaiseSigpipe(file);
-        LetWritesComeBack(file);
         stalled_ = false;
         give_up_at_.store(kNever, std::memory_order_relaxed);
         size_ = 0;
@@ -305,6 +295,8 @@ TextStream* StartStream(int file) noexcept ZTK_EXCLUDES(stream_pool_lock) {
     return stream;
 }
 
+// Without blocking: neither the open of a pipe that has no reader nor a write to a pipe or a
+// terminal that takes nothing holds up the caller. A regular file is the same either way.
 int CreateFile(const wchar_t* path) noexcept {
     char name[PATH_MAX];
     if (WideCharToMultiByte(CP_UTF8, 0, path, -1, name, sizeof name, nullptr, nullptr) == 0) {
@@ -312,7 +304,7 @@ int CreateFile(const wchar_t* path) noexcept {
     }
     int file = -1;
     do {
-        file = ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        file = ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
     } while (file == -1 && errno == EINTR);
     return file;
 }
