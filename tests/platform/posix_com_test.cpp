@@ -498,6 +498,20 @@ TEST_F(DomTest, WhatIsDeclaredNowhereIsRefused) {
     }
 }
 
+TEST_F(DomExternalsTest, WhatAFileRefersToIsDeclared) {
+    const std::string head = "<!DOCTYPE a [<!ENTITY % p \"<!ENTITY e 'x'>\">%p;<!ENTITY ";
+    for (const char* name : {"e", "no"}) {
+        const std::string value = "CDATA '&" + std::string(name) + ";'";
+        Write("text.xml", "<b c=" + value.substr(6) + "/>");
+        Write("subset.dtd", "<!ATTLIST a b " + value + ">");
+        const bool good = *name == 'e';
+        EXPECT_EQ(Loads(head + "t SYSTEM '" + Path("text.xml") + "'>]><a>&t;</a>"), good);
+        EXPECT_EQ(Loads(head + "% s SYSTEM '" + Path("subset.dtd") + "'>%s;]><a/>"), good);
+    }
+    Write("text.xml", "<b c='&e;\xC3\xA4'/>");
+    EXPECT_TRUE(Loads(head + "t SYSTEM '" + Path("text.xml") + "'>]><a>&t;</a>"));
+}
+
 // What a short text can make the parser do with what it has said once. A long address in every name
 // would take more memory than there is.
 TEST_F(DomExternalsTest, WorkIsBoundedByTheLengthOfTheText) {

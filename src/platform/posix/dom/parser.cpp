@@ -141,12 +141,16 @@ struct Place {
     std::string_view rest;
 };
 
+bool IsAscii(std::string_view text) noexcept {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c > 0; });
+}
+
 // Stops a load in which an attribute's value refers to an entity that is declared nowhere: the
-// parser leaves that out of the value without a word. Looks at the document's own text only, the
-// start tag or the default's quoted text. In what an entity expands to, the start tag that is
-// reported is the reference to the entity.
+// parser leaves that out of the value without a word. Looks at the document's or a file's own text
+// only, the start tag or the default's quoted text. In what an entity expands to, the start tag
+// that is reported is the reference to the entity. A default in a parameter entity is not seen.
 void StopAtUndeclared(Load& load, bool is_default) noexcept {
-    if (!load.undeclared_may_pass || load.file_depth != 0) {
+    if (!load.undeclared_may_pass) {
         return;
     }
     const XML_Index index = XML_GetCurrentByteIndex(load.parser);
@@ -161,7 +165,10 @@ void StopAtUndeclared(Load& load, bool is_default) noexcept {
             !place.rest.empty() && (place.rest[0] == '"' || place.rest[0] == '\'');
         text = is_quoted ? place.rest.substr(0, place.rest.find(place.rest[0], 1)) : "";
     }
-    load.StopUnless(load.entities.AreDeclared(text));
+    // A file has an encoding of its own.
+    if (load.file_depth == 0 || IsAscii(text)) {
+        load.StopUnless(load.entities.AreDeclared(text));
+    }
 }
 
 extern "C" {
@@ -349,9 +356,11 @@ bool ParseExternal(Load& load, const char* context, const char* path) noexcept {
         return false;
     }
     load.parser = parser.Get();
+    load.checked_reference = -1;
     ++load.file_depth;
     const bool parsed = ParseFile(load, parser.Get(), path);
     --load.file_depth;
+    load.checked_reference = -1;
     load.parser = outer;
     return parsed;
 }
