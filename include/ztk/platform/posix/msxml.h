@@ -101,8 +101,9 @@ struct ZTK_API IXMLDOMDocument : IXMLDOMNode {
     //
     // Refused are: version numbers other than 1.0; a document type definition when "ProhibitDTD" is
     // set; an external definition that cannot be resolved (see SetExternalsAllowed); a reference to
-    // an entity that is declared nowhere, whether or not all definitions were read; entities that
-    // nest deeper than 256 levels or contain themselves.
+    // an entity that is declared nowhere, whether or not all definitions were read (but one in a
+    // default that stands within a parameter entity is left out); entities that nest deeper than
+    // 256 levels or contain themselves.
     //
     // No text takes much longer than its length allows: what it makes of itself is counted. Refused
     // are
