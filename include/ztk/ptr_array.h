@@ -76,7 +76,7 @@ class CPtrArray {
     int count_ = 0;
     int spare_ = 0;            // records of *blocks_ that no slot has taken yet
     Block* blocks_ = nullptr;  // the newest first
-    bool owns_any_ = false;    // some record may own its value
+    int owning_slots_ = 0;     // only in so many of the first slots a record may own its value
 };
 
 }  // namespace ZTK

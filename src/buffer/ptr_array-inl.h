@@ -130,17 +130,19 @@ bool CPtrArray<V>::Append(V value, bool owns) noexcept {
     if (slot != nullptr) {
         slot->value = value;
         slot->owns = owns;
-        owns_any_ = owns_any_ || owns;
     }
     sorted_ = false;
     ++count_;
+    if (owns || owning_slots_ != 0) {
+        owning_slots_ = std::max(owning_slots_, count_);
+    }
     return true;
 }
 
 template <class V>
 void CPtrArray<V>::Empty() noexcept {
-    // All slots, not only the first count_ ones: an earlier fill may have been longer.
-    for (int i = 0; owns_any_ && i < capacity_; ++i) {
+    // Not only the first count_ slots: an earlier fill may have been longer.
+    for (int i = 0; i < owning_slots_; ++i) {
         if (slots_[i] != nullptr && slots_[i]->owns) {
             buffer::ReleaseOwned(slots_[i]->value);
         }
@@ -155,7 +157,7 @@ void CPtrArray<V>::Empty() noexcept {
     capacity_ = 0;
     count_ = 0;
     spare_ = 0;
-    owns_any_ = false;
+    owning_slots_ = 0;
 }
 
 }  // namespace ZTK

@@ -1,6 +1,6 @@
 #include "xml/dom_calls.h"
 
-#include "platform/child_lookup.h"
+#include "platform/node_lookup.h"
 #include "platform/wide_number.h"
 #include "ztk/strings.h"
 
@@ -19,6 +19,22 @@ MSXML2::IXMLDOMNodePtr FindChild(MSXML2::IXMLDOMNode* node, const wchar_t* name)
         if (StrEqual(child_name.Get(), name, false)) {
             break;
         }
+    }
+    return found;
+}
+
+MSXML2::IXMLDOMNodePtr FindAttribute(MSXML2::IXMLDOMNode* node, const wchar_t* name) {
+    MSXML2::IXMLDOMNodePtr found;
+    const HRESULT result = FindAttributeByName(node, name, &found);
+    if (result != E_NOINTERFACE) {
+        Check(result, node);
+        return found;
+    }
+    MSXML2::IXMLDOMNamedNodeMapPtr map;
+    Check(node->get_attributes(&map), node);
+    if (map) {
+        const DomString key(name);
+        Check(map->getNamedItem(key.Get(), &found), map.GetInterfacePtr());
     }
     return found;
 }

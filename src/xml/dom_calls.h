@@ -57,6 +57,10 @@ inline MSXML2::IXMLDOMNodePtr NextSibling(MSXML2::IXMLDOMNode* node) {
 // The first child of that name, ignoring the case of ASCII letters, or null. Raises.
 MSXML2::IXMLDOMNodePtr FindChild(MSXML2::IXMLDOMNode* node, const wchar_t* name);
 
+// The attribute of exactly that name, or null; null for a node that has none. Raises, also for a
+// null name where there can be attributes.
+MSXML2::IXMLDOMNodePtr FindAttribute(MSXML2::IXMLDOMNode* node, const wchar_t* name);
+
 // The text of a node's typed value, for the caller to release with SysFreeString; null when the
 // value is no text. Raises, E_POINTER for a null node.
 BSTR ReadText(MSXML2::IXMLDOMNode* node);

@@ -52,16 +52,12 @@ CXMLAttribute* CXMLTag::GetAttribute(const wchar_t* name) {
     if (CXMLAttribute* known = FindAttribute(name)) {
         return known;
     }
-    MSXML2::IXMLDOMNamedNodeMapPtr map;
-    xml::Check(node_->get_attributes(&map), node_.GetInterfacePtr());  // raises without a node
-    if (!map) {
-        return nullptr;
+    if (!node_) {
+        _com_issue_error(E_POINTER);
     }
-    MSXML2::IXMLDOMNodePtr item;
-    const xml::DomString key(name);
-    xml::Check(map->getNamedItem(key.Get(), &item), map.GetInterfacePtr());
+    MSXML2::IXMLDOMNodePtr item = xml::FindAttribute(node_, name);
     // It enters itself in the table.
-    return item ? new CXMLAttribute(this, item, name) : nullptr;
+    return item ? new CXMLAttribute(this, std::move(item), name) : nullptr;
 }
 
 CXMLTag* CXMLTag::GetTag(const wchar_t* name) {
@@ -71,8 +67,8 @@ CXMLTag* CXMLTag::GetTag(const wchar_t* name) {
     if (!node_) {
         _com_issue_error(E_POINTER);
     }
-    const MSXML2::IXMLDOMNodePtr child = xml::FindChild(node_, name);
-    return child ? new CXMLTag(this, child, name) : nullptr;
+    MSXML2::IXMLDOMNodePtr child = xml::FindChild(node_, name);
+    return child ? new CXMLTag(this, std::move(child), name) : nullptr;
 }
 
 CXMLTag* CXMLTag::TagAtCursor() {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/memory/address_space.h"
+#include "platform/memory/zeroed_block.h"
 #include "ztk/platform.h"
 
 namespace ZTK::allocation {
@@ -24,7 +25,7 @@ void* RuntimeAlloc(std::size_t bytes) noexcept {
 }
 
 void* RuntimeAllocZeroed(std::size_t bytes) noexcept {
-    return std::calloc(1, bytes);
+    return ZeroedBlock(bytes);
 }
 
 void* RuntimeRealloc(void* block, std::size_t bytes) noexcept {

@@ -1,5 +1,7 @@
 #include "platform/posix/dom/arena.h"
 
+#include <algorithm>
+
 #include "platform/memory/allocation.h"
 #include "platform/posix/process/large_block.h"
 
@@ -14,18 +16,12 @@ Arena::~Arena() {
 }
 
 bool Arena::AddBlock(std::size_t needed) noexcept {
-    if (needed > limit_) {
+    const std::size_t left = limit_ - total_;
+    if (needed > left || left - needed < sizeof(Block)) {
         limit_reached_ = true;
         return false;
     }
-    std::size_t bytes = next_block_bytes_;
-    if (bytes < needed + sizeof(Block)) {
-        bytes = needed + sizeof(Block);
-    }
-    if (bytes > limit_ - total_) {
-        limit_reached_ = true;
-        return false;
-    }
+    const std::size_t bytes = std::min(std::max(next_block_bytes_, needed + sizeof(Block)), left);
     void* const storage = ZTK::allocation::RuntimeAlloc(bytes);
     if (storage == nullptr) {
         return false;

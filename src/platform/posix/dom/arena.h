@@ -10,6 +10,10 @@ namespace ZTKPosix::dom {
 // destructors run: it is for trivially destructible types only. Used by one thread at a time.
 class Arena {
   public:
+    // So large that huge pages fill most of a block, see AddBlock. A part that is never handed out
+    // takes no memory.
+    static constexpr std::size_t kMaxBlockBytes = std::size_t{16} << 20;
+
     // The first block is made when something is first asked for, first_block_bytes large.
     explicit Arena(std::size_t first_block_bytes) noexcept : next_block_bytes_(first_block_bytes) {}
     Arena(const Arena&) = delete;
@@ -49,8 +53,6 @@ class Arena {
         std::size_t bytes;
     };
     static constexpr std::size_t kAlign = alignof(void*);
-    // Large enough for huge pages, see AddBlock.
-    static constexpr std::size_t kMaxBlockBytes = std::size_t{4} << 20;
 
     static std::size_t Round(std::size_t bytes) noexcept {
         return (bytes + kAlign - 1) / kAlign * kAlign;

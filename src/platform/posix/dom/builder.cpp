@@ -23,15 +23,15 @@ Name* TreeBuilder::InternPlain(const char* name, std::size_t bytes) noexcept {
 }
 
 Name* TreeBuilder::InternName(const char* name) noexcept {
-    const std::size_t bytes = std::strlen(name);
-    if (bytes > RecentNames::kLongest) {
-        return InternClassified(name, bytes);
+    const ShortText text(name);
+    if (!text.IsWhole()) {
+        return InternClassified(name, std::strlen(name));
     }
-    Name* interned = recent_names_.Find(name, bytes);
+    Name* interned = recent_names_.Find(text);
     if (interned == nullptr) {
-        interned = InternClassified(name, bytes);
+        interned = InternClassified(name, text.Length());
         if (interned != nullptr) {
-            recent_names_.Note(name, bytes, *interned);
+            recent_names_.Note(text, *interned);
         }
     }
     return interned;
@@ -46,15 +46,34 @@ Name* TreeBuilder::InternName(const char* name) noexcept {
     return good ? interned : nullptr;
 }
 
+Name* TreeBuilder::InternAttributeName(const char* name) noexcept {
+    Name* interned = attribute_places_.Find(name);
+    if (interned == nullptr) {
+        interned = InternName(name);
+        if (interned != nullptr) {
+            attribute_places_.Note(name, *interned);
+        }
+    }
+    return interned;
+}
+
+// Most values of attributes are short.
 const Text* TreeBuilder::StoreText(const char* text) noexcept {
-    const std::size_t bytes = std::strlen(text);
+    const ShortText brief(text);
+    const bool is_brief = brief.IsWhole() && brief.IsAscii();
+    const std::size_t bytes = is_brief ? kVectorBytes : std::strlen(text);
     void* const storage = tree_.arena.Allocate(sizeof(Text) + bytes * sizeof(wchar_t));
     if (storage == nullptr) {
         return nullptr;
     }
     auto* const stored = static_cast<Text*>(storage);
     auto* const characters = reinterpret_cast<wchar_t*>(stored + 1);
-    wchar_t* const end = WidenUtf8(text, bytes, characters);
+    wchar_t* end = characters + brief.Length();
+    if (is_brief) {
+        brief.Widen(characters);
+    } else {
+        end = WidenUtf8(text, bytes, characters);
+    }
     stored->length = static_cast<std::uint32_t>(end - characters);
     tree_.arena.ShrinkLast(end);
     return stored;
@@ -114,7 +133,7 @@ bool TreeBuilder::SetAttributes(Element& element, const char* const* attributes)
         element.attributes = next;
         element.attribute_count = count;
         for (; *attributes != nullptr; attributes += 2, ++next) {
-            next->name = InternName(attributes[0]);
+            next->name = InternAttributeName(attributes[0]);
             next->value = StoreText(attributes[1]);
             if (next->name == nullptr || next->value == nullptr) {
                 return false;

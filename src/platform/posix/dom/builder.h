@@ -27,6 +27,9 @@ class TreeBuilder {
                                            const char* const* attributes) noexcept;
     void EndElement() noexcept;
 
+    // A parser goes that names of attributes came from.
+    void ForgetParser() noexcept { attribute_places_.Forget(); }
+
     [[nodiscard]] bool Characters(const char* text, std::size_t length) noexcept;
     [[nodiscard]] bool StartCdata() noexcept;
     void EndCdata() noexcept;
@@ -42,6 +45,7 @@ class TreeBuilder {
     [[nodiscard]] Name* InternPlain(const char* name, std::size_t bytes) noexcept;
     // A name whose prefix is noted.
     [[nodiscard]] Name* InternClassified(const char* name, std::size_t bytes) noexcept;
+    [[nodiscard]] Name* InternAttributeName(const char* name) noexcept;
     [[nodiscard]] const Text* StoreText(const char* text) noexcept;
     [[nodiscard]] bool SetAttributes(Element& element, const char* const* attributes) noexcept;
     [[nodiscard]] bool ResolvePrefixes(Element& element) noexcept;
@@ -77,7 +81,8 @@ class TreeBuilder {
     std::size_t blank_length_ = 0;
 
     Namespaces namespaces_;
-    RecentNames recent_names_;  // whose prefixes are noted
+    RecentNames recent_names_;  // whose prefixes are noted, as below
+    AttributePlaces attribute_places_;
     WideBuffer buffer_;
 };
 

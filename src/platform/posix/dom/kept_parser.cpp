@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "platform/memory/allocation.h"
+#include "platform/posix/process/large_block.h"
 #include "platform/posix/text/text_hash.h"
 
 namespace ZTKPosix::dom {
@@ -21,15 +22,20 @@ constinit std::atomic<XML_Parser> kept_parser{nullptr};
 // A request does not tell which load it is for, but a load stays on its thread.
 constinit thread_local bool parser_lacked_memory = false;
 
-void* NoteRefusal(void* block) noexcept {
-    parser_lacked_memory = parser_lacked_memory || block == nullptr;
+// The only large blocks are for texts, which are written from their beginning on.
+void* Note(void* block, std::size_t bytes) noexcept {
+    if (block == nullptr) {
+        parser_lacked_memory = true;
+    } else {
+        ExpectLargeBlockFilled(block, bytes);
+    }
     return block;
 }
 
 const XML_Memory_Handling_Suite kMemory = {
-    [](std::size_t bytes) { return NoteRefusal(ZTK::allocation::RuntimeAlloc(bytes)); },
+    [](std::size_t bytes) { return Note(ZTK::allocation::RuntimeAlloc(bytes), bytes); },
     [](void* block, std::size_t bytes) {
-        return NoteRefusal(ZTK::allocation::RuntimeRealloc(block, bytes));
+        return Note(ZTK::allocation::RuntimeRealloc(block, bytes), bytes);
     },
     ZTK::allocation::RuntimeFree};
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "platform/posix/com/error_record.h"
-#include "platform/posix/dom/child_lookup.h"
 #include "platform/posix/dom/dom_object.h"
+#include "platform/posix/dom/node_lookup.h"
 #include "platform/posix/dom/value.h"
 #include "platform/posix/text/runtime_text.h"
 #include "text/ascii.h"
@@ -115,6 +115,19 @@ class AttributeObject final : public DomObject<AttributeObject, IXMLDOMNode> {
     const Attribute& attribute_;
 };
 
+HRESULT HandOutAttribute(Tree& tree, const Element& element, NameText name,
+                         IXMLDOMNode** target) noexcept {
+    // Each name exists once in a tree, so it is enough to compare addresses.
+    const Name* const wanted = tree.names.Find(name.characters, name.length);
+    const Attribute* const end = element.attributes + element.attribute_count;
+    for (const Attribute* found = element.attributes; wanted != nullptr && found != end; ++found) {
+        if (found->name == wanted) {
+            return HandOutNew(MakeComObject<AttributeObject>(tree, *found), target);
+        }
+    }
+    return S_FALSE;
+}
+
 class AttributeMapObject final : public DomObject<AttributeMapObject, IXMLDOMNamedNodeMap> {
   public:
     AttributeMapObject(Tree& tree, const Element& element) noexcept
@@ -130,16 +143,7 @@ class AttributeMapObject final : public DomObject<AttributeMapObject, IXMLDOMNam
         if (name == nullptr) {
             return Fail(E_INVALIDARG);
         }
-        // Each name exists once in a tree, so it is enough to compare addresses.
-        const Name* const wanted = tree_->names.Find(name, SysStringLen(name));
-        const Attribute* const end = element_.attributes + element_.attribute_count;
-        for (const Attribute* found = element_.attributes; wanted != nullptr && found != end;
-             ++found) {
-            if (found->name == wanted) {
-                return HandOutNew(MakeComObject<AttributeObject>(*tree_, *found), namedItem);
-            }
-        }
-        return S_FALSE;
+        return HandOutAttribute(*tree_, element_, {name, SysStringLen(name)}, namedItem);
     }
 
   private:
@@ -148,9 +152,17 @@ class AttributeMapObject final : public DomObject<AttributeMapObject, IXMLDOMNam
 };
 
 // Every kind of node but attributes and documents.
-class NodeObject final : public DomObject<NodeObject, IXMLDOMElement, IChildLookup> {
+class NodeObject final : public DomObject<NodeObject, IXMLDOMElement>, public NodeLookup {
   public:
     NodeObject(Tree& tree, const Node& node) noexcept : tree_(tree), node_(node) {}
+
+    HRESULT QueryInterface(REFIID iid, void** object) override {
+        if (iid == kNodeLookupId && object != nullptr) {
+            *object = static_cast<NodeLookup*>(this);
+            return S_OK;
+        }
+        return DomObject::QueryInterface(iid, object);
+    }
 
     [[nodiscard]] bool Answers(REFIID iid) const noexcept {
         return iid == IID_IXMLDOMNode ||
@@ -200,6 +212,17 @@ class NodeObject final : public DomObject<NodeObject, IXMLDOMElement, IChildLook
         const bool can_match = first != nullptr && name != nullptr;
         return HandOutNode(*tree_, can_match ? FindSibling(first, {name, wcslen(name)}) : nullptr,
                            child);
+    }
+
+    HRESULT FindAttribute(const wchar_t* name, IXMLDOMNode** attribute) noexcept override {
+        if (node_.kind != NodeKind::kElement) {
+            return S_FALSE;
+        }
+        if (name == nullptr) {
+            return Fail(E_INVALIDARG);
+        }
+        return HandOutAttribute(*tree_, static_cast<const Element&>(node_), {name, wcslen(name)},
+                                attribute);
     }
 
   private:

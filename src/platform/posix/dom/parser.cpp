@@ -12,6 +12,7 @@
 #include "platform/posix/dom/external.h"
 #include "platform/posix/dom/kept_parser.h"
 #include "platform/posix/dom/text.h"
+#include "platform/posix/text/vector_text.h"
 
 namespace ZTKPosix::dom {
 
@@ -41,8 +42,8 @@ constexpr float kExpansion = 8;
 constexpr unsigned long long kExpandedBytes = 8 << 20;
 
 // The characters that the parser gets at once. In UTF-8 they take up to three times as many bytes,
-// beside the text and the tree.
-constexpr std::size_t kPiece = 256 * 1024;
+// beside the text and the tree: no more than a small part of what the tree of so long a text takes.
+constexpr std::size_t kPiece = std::size_t{16} << 20;
 
 constexpr unsigned kDeepestFile = 16;
 constexpr unsigned kMostFiles = 1000;
@@ -359,6 +360,7 @@ bool ParseExternal(Load& load, const char* context, const char* path) noexcept {
     load.checked_reference = -1;
     ++load.file_depth;
     const bool parsed = ParseFile(load, parser.Get(), path);
+    load.builder.ForgetParser();
     --load.file_depth;
     load.checked_reference = -1;
     load.parser = outer;
@@ -397,10 +399,10 @@ int OnExternal(XML_Parser parser, const char* context, const char* base, const c
     return taken ? XML_STATUS_OK : XML_STATUS_ERROR;
 }
 
-// Gives the parser all of text, in pieces if it is long. The parser goes through each piece but the
-// last a second time, to count lines, so a text of the usual size is one piece. A token that a
-// piece cuts is kept by the parser and looked at again from its start with the next one: pieces
-// grow with it, or a long token would take quadratic time.
+// Gives the parser all of text, in pieces if it is very long. The parser goes through each piece
+// but the last a second time, to count lines, so a text of any usual size is one piece. A token
+// that a piece cuts is kept by the parser and looked at again from its start with the next one:
+// pieces grow with it, or a long token would take quadratic time.
 void FeedText(Load& load, const wchar_t* text, std::size_t length) noexcept {
     const XML_Parser parser = load.parser;
     const wchar_t* const end = text + length;
@@ -410,7 +412,12 @@ void FeedText(Load& load, const wchar_t* text, std::size_t length) noexcept {
     while (!last && load.result == LoadResult::kLoaded) {
         const std::size_t units = std::min(piece, static_cast<std::size_t>(end - text));
         last = units == static_cast<std::size_t>(end - text);
-        void* const buffer = XML_GetBuffer(parser, static_cast<int>(units * 3 + 1));
+        // Exact for most texts: the heap keeps a small block for the next document. Of a large one
+        // only what is written takes memory.
+        constexpr std::size_t kSmall = std::size_t{1} << 20;
+        const std::size_t ascii = units <= kSmall ? AsciiRun(text, units) : 0;
+        const std::size_t room = ascii + (units - ascii) * 3 + 1;
+        void* const buffer = XML_GetBuffer(parser, static_cast<int>(room));
         if (buffer == nullptr) {
             load.Stop(LoadResult::kNoMemory);
             return;

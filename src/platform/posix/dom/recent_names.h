@@ -1,11 +1,14 @@
-// The names met last in a load, as the parser gives them: in UTF-8.
+// The names met last in a load, as the parser gives them: in UTF-8, those of attributes always from
+// the same place.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <iterator>
 
 #include "platform/posix/dom/text_pool.h"
+#include "platform/posix/text/vector_text.h"
 
 namespace ZTKPosix::dom {
 
@@ -14,62 +17,73 @@ namespace ZTKPosix::dom {
 // other: then each costs a look-up in the pool, which no choice of names makes slow.
 class RecentNames {
   public:
-    static constexpr std::size_t kLongest = 16;
-
-    // Null when the name is not known. REQUIRES: length is not above kLongest.
-    [[nodiscard]] Name* Find(const char* text, std::size_t length) const noexcept {
-        const Key key(text, length);
-        const Entry* const pair = pairs_[key.Place()];
-        if (pair[0].key == key) {
+    // Null when the name is not known. REQUIRES: text is whole.
+    [[nodiscard]] Name* Find(const ShortText& text) const noexcept {
+        const Entry* const pair = pairs_[PlaceOf(text)];
+        if (pair[0].Is(text)) {
             return pair[0].name;
         }
-        return pair[1].key == key ? pair[1].name : nullptr;
+        return pair[1].Is(text) ? pair[1].name : nullptr;
     }
 
     // Displaces the older of the two names in its place. The name lives at least as long as this
-    // object. REQUIRES: length is not above kLongest.
-    void Note(const char* text, std::size_t length, Name& name) noexcept {
-        const Key key(text, length);
-        Entry* const pair = pairs_[key.Place()];
+    // object. REQUIRES: text is whole and not empty.
+    void Note(const ShortText& text, Name& name) noexcept {
+        Entry* const pair = pairs_[PlaceOf(text)];
         pair[1] = pair[0];
-        pair[0] = {key, &name};
+        pair[0] = {text.Word(0), text.Word(1), &name};
     }
 
   private:
     static constexpr unsigned kPlaceBits = 4;
 
-    // Two words that overlap hold all bytes of the text: no two texts of one length have the same.
-    struct Key {
-        Key() = default;
-        Key(const char* text, std::size_t size) noexcept : length(size) {
-            if (size >= sizeof begin) {
-                std::memcpy(&begin, text, sizeof begin);
-                std::memcpy(&end, text + size - sizeof end, sizeof end);
-            } else if (size >= 4) {
-                std::memcpy(&begin, text, 4);
-                std::memcpy(&end, text + size - 4, 4);
-            } else if (size != 0) {
-                std::memcpy(&begin, text, 1);
-                std::memcpy(&end, text + size / 2, 1);
-                end = end << 8 | static_cast<unsigned char>(text[size - 1]);
-            }
-        }
-        bool operator==(const Key&) const = default;
-        [[nodiscard]] std::size_t Place() const noexcept {
-            constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15u;  // moves all bits to the top
-            return (begin ^ end * 3) * kSpread >> (64 - kPlaceBits);
+    struct Entry {
+        [[nodiscard]] bool Is(const ShortText& text) const noexcept {
+            return ((begin ^ text.Word(0)) | (end ^ text.Word(1))) == 0;
         }
 
         std::uint64_t begin = 0;
         std::uint64_t end = 0;
-        std::size_t length = 0;
-    };
-    struct Entry {
-        Key key;
         Name* name = nullptr;
     };
 
+    static std::size_t PlaceOf(const ShortText& text) noexcept {
+        constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15u;  // moves all bits to the top
+        return (text.Word(0) ^ text.Word(1) * 3) * kSpread >> (64 - kPlaceBits);
+    }
+
     Entry pairs_[std::size_t{1} << kPlaceBits][2];
+};
+
+// The same for attributes alone, by where the parser keeps the name: it keeps each once, until it
+// goes itself, and hands out no copies.
+class AttributePlaces {
+  public:
+    // Null when nothing is known about the place.
+    [[nodiscard]] Name* Find(const char* place) const noexcept {
+        const Entry& entry = entries_[IndexOf(place)];
+        return entry.place == place ? entry.name : nullptr;
+    }
+
+    void Note(const char* place, Name& name) noexcept { entries_[IndexOf(place)] = {place, &name}; }
+
+    // A parser is about to go, and its memory may hold other names soon.
+    void Forget() noexcept { std::fill(std::begin(entries_), std::end(entries_), Entry{}); }
+
+  private:
+    static constexpr unsigned kIndexBits = 5;
+
+    struct Entry {
+        const char* place = nullptr;
+        Name* name = nullptr;
+    };
+
+    static std::size_t IndexOf(const char* place) noexcept {
+        constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15u;  // moves all bits to the top
+        return reinterpret_cast<std::uintptr_t>(place) * kSpread >> (64 - kIndexBits);
+    }
+
+    Entry entries_[std::size_t{1} << kIndexBits];
 };
 
 }  // namespace ZTKPosix::dom

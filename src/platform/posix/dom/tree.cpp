@@ -12,9 +12,10 @@ Tree* Tree::Make(std::size_t text_length) noexcept {
     if (storage == nullptr) {
         return nullptr;
     }
-    // A message of a few lines takes one block, a large document soon takes large ones.
+    // All but very large trees take one block: the system's heap keeps room for such a block when
+    // it gets it back, for the next document, where it would return a row of growing ones.
     constexpr std::size_t kSmallest = 1024;
-    constexpr std::size_t kLargest = 64 * 1024;
+    constexpr std::size_t kLargest = Arena::kMaxBlockBytes;
     return ::new (storage) Tree(std::clamp(text_length * 4, kSmallest, kLargest));
 }
 

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/memory/zeroed_block.h"
 #include "ztk/platform.h"
 
 namespace ZTKPosix {
@@ -39,8 +40,8 @@ LPVOID HeapAlloc(HANDLE /*heap*/, DWORD flags, SIZE_T bytes) noexcept {
         return nullptr;
     }
     const std::size_t total = sizeof(BlockHeader) + bytes;
-    auto* header = static_cast<BlockHeader*>((flags & HEAP_ZERO_MEMORY) != 0 ? std::calloc(1, total)
-                                                                             : std::malloc(total));
+    auto* header = static_cast<BlockHeader*>(
+        (flags & HEAP_ZERO_MEMORY) != 0 ? ZTK::allocation::ZeroedBlock(total) : std::malloc(total));
     if (header == nullptr) {
         return nullptr;
     }
