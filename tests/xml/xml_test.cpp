@@ -7,6 +7,7 @@
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/emulated_dom.h"
@@ -108,6 +109,40 @@ TEST(XmlDocument, ValuesOfElementsAndAttributes) {
         ZTK::CXMLAttribute* attribute = xml.GetRoot()->GetAttribute(row.attribute);
         ASSERT_NE(attribute, nullptr) << Show(row.text);
         EXPECT_TEXT(row.value, attribute->GetValue()) << Show(row.text);
+    }
+}
+
+// Short names and values are read in one step: so many that they come to lie anywhere in a page.
+TEST(XmlDocument, AttributesOfEveryLengthComeThrough) {
+    using Text = std::vector<wchar_t>;
+    std::vector<std::pair<Text, Text>> attributes;
+    Text text{L'<', L'a', L'>'};
+    const auto add = [&](const auto& part) { text.insert(text.end(), part.begin(), part.end()); };
+    for (std::size_t i = 0; i < 2000; ++i) {
+        Text name(1 + i % 20, static_cast<wchar_t>(L'a' + i % 26));
+        Text value(i % 41, static_cast<wchar_t>(L'0' + i % 10));
+        if (i % 3 == 0) {
+            value.push_back(i % 2 == 0 ? L'\xE9' : L'\x4E2D');
+        }
+        add(std::string("<b "));
+        add(name);
+        add(std::string("='"));
+        add(value);
+        add(std::string("'/>"));
+        name.push_back(0);
+        value.push_back(0);
+        attributes.emplace_back(name, value);
+    }
+    add(std::string("</a>"));
+    text.push_back(0);
+    ZTK::CXml xml(text.data());
+    ASSERT_NE(xml.GetRoot(), nullptr);
+    Tag tag(xml.GetRoot()->FirstTag());
+    for (const auto& [name, value] : attributes) {
+        ZTK::CXMLAttribute* const found = tag->GetAttribute(name.data());
+        ASSERT_NE(found, nullptr) << Show(name.data());
+        EXPECT_TEXT(value.data(), found->GetValue());
+        tag.reset(xml.GetRoot()->NextTag());
     }
 }
 
