@@ -13,9 +13,11 @@ constinit HandleTable handle_table{0, kNoSlot, {}};
 
 namespace {
 
+constexpr HandleValue kOneGeneration = HandleValue{1} << kHandleGenerationShift;
+
 // One bit short of what fits: no handle has the top bit set, as GetCurrentProcess() has.
 constexpr HandleValue kLastGeneration =
-    (std::numeric_limits<HandleValue>::max() >> 1) >> kHandleGenerationShift;
+    (std::numeric_limits<HandleValue>::max() >> 1) / kOneGeneration;
 
 // A slot that no handle uses, taken off the free list; kNoSlot when memory is short.
 std::uint32_t TakeSlot() noexcept ZTK_REQUIRES(dispatcher_lock) {
@@ -37,7 +39,8 @@ std::uint32_t TakeSlot() noexcept ZTK_REQUIRES(dispatcher_lock) {
     }
     const std::uint32_t index = handle_table.slots_made++;
     // Generations start at 1: a handle is never a small number, null least of all.
-    new (&HandleSlotAt(index)) HandleSlot{nullptr, 1, kNoSlot};
+    new (&HandleSlotAt(index))
+        HandleSlot{nullptr, kOneGeneration | HandleValue{index} << kHandleTagBits, kNoSlot};
     return index;
 }
 
@@ -46,8 +49,8 @@ void CloseSlot(std::uint32_t index, DispatcherSection& section) noexcept
     HandleSlot& slot = HandleSlotAt(index);
     KernelObject& object = *slot.object;
     slot.object = nullptr;
-    if (slot.generation < kLastGeneration) {
-        ++slot.generation;
+    if (slot.value / kOneGeneration < kLastGeneration) {
+        slot.value += kOneGeneration;
         slot.next_free = handle_table.first_free;
         handle_table.first_free = index;
     }
@@ -68,8 +71,7 @@ HANDLE OpenHandle(KernelObject& object) noexcept {
     slot.object = &object;
     ++object.handles;
     ++object.references;
-    return reinterpret_cast<HANDLE>((slot.generation << kHandleGenerationShift) |
-                                    (HandleValue{index} << kHandleTagBits));
+    return reinterpret_cast<HANDLE>(slot.value);
 }
 
 bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept {

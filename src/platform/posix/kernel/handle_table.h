@@ -19,7 +19,7 @@ inline constexpr std::uint32_t kChunks = (1U << kHandleIndexBits) / kSlotsPerChu
 
 struct HandleSlot {
     KernelObject* object;     // null while no handle uses the slot
-    HandleValue generation;   // of the open handle, or of the next one to be
+    HandleValue value;        // of the open handle, or of the next one to be
     std::uint32_t next_free;  // index of a slot, or kNoSlot
 };
 inline constexpr std::uint32_t kNoSlot = ~0U;
@@ -44,13 +44,12 @@ inline std::uint32_t HandleIndex(HANDLE handle) noexcept {
 // The object of an open handle; null for every other value. Like the calls below it leaves the last
 // error alone.
 inline KernelObject* FindObject(HANDLE handle) noexcept ZTK_REQUIRES(dispatcher_lock) {
-    const auto value = reinterpret_cast<HandleValue>(handle);
     const std::uint32_t index = HandleIndex(handle);
-    if (index >= handle_table.slots_made || (value & ((1U << kHandleTagBits) - 1)) != 0) {
+    if (index >= handle_table.slots_made) {
         return nullptr;
     }
     const HandleSlot& slot = HandleSlotAt(index);
-    return slot.generation == value >> kHandleGenerationShift ? slot.object : nullptr;
+    return slot.value == reinterpret_cast<HandleValue>(handle) ? slot.object : nullptr;
 }
 
 // The same for one kind of object: null also for a handle of another kind.

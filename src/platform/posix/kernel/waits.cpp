@@ -49,11 +49,21 @@ void RemoveAll(Waiter& waiter, DispatcherSection& section) noexcept ZTK_REQUIRES
     }
 }
 
+// The same for any of the objects: the first that is available.
+DWORD TryTakeAny(WaitBlock* blocks, DWORD count, ThreadRecord& thread) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
+    for (DWORD i = 0; i < count; ++i) {
+        if (IsAvailable(*blocks[i].object, thread)) {
+            const bool abandoned = Take(*blocks[i].object, thread);
+            return (abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + i;
+        }
+    }
+    return WAIT_TIMEOUT;
+}
+
 // Looks up the handles of a wait. Returns ERROR_SUCCESS or why there can be no such wait.
-// *available becomes the first handle whose object can be taken at once, count if there is none.
-DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count, ThreadRecord& thread,
-                  DWORD* available) noexcept ZTK_REQUIRES(dispatcher_lock) {
-    DWORD first = count;
+DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     for (DWORD i = 0; i < count; ++i) {
         KernelObject* object = FindObject(handles[i]);
         if (object == nullptr) {
@@ -63,12 +73,7 @@ DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count, ThreadR
             return ERROR_NOT_ENOUGH_MEMORY;
         }
         blocks[i].object = object;
-        // Not only until one is found: the handles behind it have to be valid too.
-        if (first == count && IsAvailable(*object, thread)) {
-            first = i;
-        }
     }
-    *available = first;
     return ERROR_SUCCESS;
 }
 
@@ -122,21 +127,15 @@ DWORD Wait(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool all,
     Waiter waiter;
     {
         DispatcherSection section;
-        DWORD available = count;
-        const DWORD error = FindObjects(handles, blocks, count, current_record, &available);
+        const DWORD error = FindObjects(handles, blocks, count);
         if (error != ERROR_SUCCESS) {
             return FailWait(error);
         }
-        DWORD result = WAIT_TIMEOUT;
-        if (all) {
-            if (HasDuplicate(blocks, count)) {
-                return FailWait(ERROR_INVALID_PARAMETER);
-            }
-            result = TryTakeAll(blocks, count, current_record);
-        } else if (available < count) {
-            const bool abandoned = Take(*blocks[available].object, current_record);
-            result = (abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + available;
+        if (all && HasDuplicate(blocks, count)) {
+            return FailWait(ERROR_INVALID_PARAMETER);
         }
+        const DWORD result = all ? TryTakeAll(blocks, count, current_record)
+                                 : TryTakeAny(blocks, count, current_record);
         if (result != WAIT_TIMEOUT || milliseconds == 0) {
             return result;
         }
@@ -150,6 +149,38 @@ DWORD Wait(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool all,
         }
     }
     return SleepUntilSatisfied(waiter, milliseconds);
+}
+
+// A wait for any that ends at once, without what only longer ones and mutexes need: one look at
+// each handle. Returns WAIT_FAILED, and has done nothing, when there is a mutex or a handle that is
+// none.
+DWORD TakeAnyAtOnce(const HANDLE* handles, DWORD count) noexcept {
+    DispatcherSection section;
+    KernelObject* first = nullptr;
+    DWORD index = 0;
+    for (DWORD i = count; i-- != 0;) {  // the last one found is the first
+        KernelObject* const object = FindObject(handles[i]);
+        if (object == nullptr || object->kind == &Mutex::kKind) {
+            return WAIT_FAILED;
+        }
+        if (object->signalled) {
+            first = object;
+            index = i;
+        }
+    }
+    if (first == nullptr) {
+        return WAIT_TIMEOUT;
+    }
+    first->signalled = !first->resets_when_taken;
+    return WAIT_OBJECT_0 + index;
+}
+
+// Not inlined: the room for the blocks and the registers that this takes would be paid for by waits
+// that end at once.
+[[gnu::noinline]] DWORD WaitForMany(const HANDLE* handles, DWORD count, bool all,
+                                    DWORD milliseconds) noexcept {
+    WaitBlock blocks[MAXIMUM_WAIT_OBJECTS];
+    return Wait(handles, blocks, count, all, milliseconds);
 }
 
 // Ends the wait of block's thread if object, which is available to it, is all it still lacked.
@@ -219,8 +250,13 @@ DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL wait_all,
         SetLastError(ERROR_INVALID_PARAMETER);
         return WAIT_FAILED;
     }
-    WaitBlock blocks[MAXIMUM_WAIT_OBJECTS];
-    return Wait(handles, blocks, count, wait_all != FALSE, milliseconds);
+    if (wait_all == FALSE) {
+        const DWORD result = TakeAnyAtOnce(handles, count);
+        if (result != WAIT_FAILED && (result != WAIT_TIMEOUT || milliseconds == 0)) {
+            return result;
+        }
+    }
+    return WaitForMany(handles, count, wait_all != FALSE, milliseconds);
 }
 
 void Sleep(DWORD milliseconds) noexcept {
