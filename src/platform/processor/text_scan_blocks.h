@@ -33,7 +33,8 @@ struct Pair {
     std::size_t distance;
 };
 
-// How often a character occurs, and the place behind the last one; 0 if there is none.
+// How often a character occurs in a stretch of a text, and the place behind the last one; 0 if
+// there is none.
 struct Occurrences {
     std::size_t count;
     std::size_t end;
@@ -237,14 +238,16 @@ Block OnlyPairs(const T* text, std::size_t from, std::size_t end, const Pair<T>&
     return {end - kBlock, bits >> from << from << (kBlock - end)};
 }
 
-// REQUIRES: count < kBlock.
+// REQUIRES: to < kBlock.
 template <class T>
-Occurrences FindAllInShort(const T* text, std::size_t count, Wanted<T> wanted) noexcept {
+Occurrences FindAllInShort(const T* text, std::size_t from, std::size_t to,
+                           Wanted<T> wanted) noexcept {
     const Lanes<T> lanes(wanted);
     const std::uint64_t bits = BitsOfShort(
-        count, [&](std::size_t i) { return Lanes<T>::Bits(lanes(text + i)); },
+        to, [&](std::size_t i) { return Lanes<T>::Bits(lanes(text + i)); },
         [&](std::size_t i) { return Matches(wanted, text[i]); });
-    return {CountBits(bits), static_cast<std::size_t>(std::bit_width(bits))};
+    const std::uint64_t found = bits >> from;
+    return {CountBits(found), found == 0 ? 0 : static_cast<std::size_t>(std::bit_width(bits))};
 }
 
 }  // namespace by16

@@ -41,16 +41,19 @@ ZTK_SCAN_FUNCTION Block NextPairs(const T* text, std::size_t from, std::size_t e
 }
 
 // Keeps no place while it counts: whether a block has one is not to be foreseen, and looking back
-// for the last one, when the number is known, costs little. REQUIRES: count >= kBlock.
+// for the last one, when the number is known, costs little. What is less than a block is looked at
+// together with characters before it, so that a short stretch takes no loop. REQUIRES: kBlock <=
+// to.
 template <class T>
-ZTK_SCAN_FUNCTION Occurrences FindAll(const T* text, std::size_t count, Wanted<T> wanted) noexcept {
+ZTK_SCAN_FUNCTION Occurrences FindAll(const T* text, std::size_t from, std::size_t to,
+                                      Wanted<T> wanted) noexcept {
     const Lanes<T> lanes(wanted);
-    std::size_t at = count - kBlock;
+    std::size_t at = to - kBlock;
     std::uint64_t last = BlockOf(text + at, lanes);
-    const std::size_t rest = count % kBlock;
+    const std::size_t rest = (to - from) % kBlock;
     std::size_t total = CountBits(last >> 1 >> (kBlock - 1 - rest));
-    for (std::size_t done = 0; done < count - rest; done += kBlock) {
-        total += CountBits(BlockOf(text + done, lanes));
+    for (; to - from >= kBlock; from += kBlock) {
+        total += CountBits(BlockOf(text + from, lanes));
     }
     if (total == 0) {
         return {0, 0};
