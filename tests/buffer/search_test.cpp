@@ -196,11 +196,12 @@ TYPED_TEST(Search, ScansTheSameWithEveryInstructionSet) {
 
             const std::size_t distance = std::min<std::size_t>(random() % 40, count);
             const std::size_t end = count - distance;
-            ZTK::scan::PairFinder<TypeParam> pairs(at, end, {{'a', 0x20}, {'b', 0}, distance});
+            const TypeParam mask = count % 4 < 2 ? 0 : 0x20;
+            ZTK::scan::PairFinder<TypeParam> pairs(at, end, {{'a', mask}, {'b', 0}, distance});
             for (std::size_t i = 0; i < end; i += 1 + random() % 2) {
                 std::size_t expected = i;
                 while (expected < end &&
-                       ((text[expected] | 0x20) != 'a' || text[expected + distance] != 'b')) {
+                       ((text[expected] | mask) != 'a' || text[expected + distance] != 'b')) {
                     ++expected;
                 }
                 i = pairs.Find(i);

@@ -49,9 +49,9 @@ struct Block {
 };
 
 // Each of the two namespaces has a step of kStep characters, as many as its register has bytes:
-// Lanes<T, kMasks> compares that many at once, and its Bits has one bit for each; without kMasks
-// masks count as 0, which saves a step. The rest is the same for
-// both and comes from text_scan_loops-inl.h.
+// Lanes<T, kMasks> compares that many at once, and its Bits has one bit for each. Without kMasks,
+// where all masks are 0, that takes a step less. The rest is the same for both and comes from
+// text_scan_loops-inl.h.
 
 #if defined(ZTK_HAS_AVX2_CODE)
 
