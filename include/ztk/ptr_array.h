@@ -66,6 +66,7 @@ class CPtrArray {
     struct Block;
 
     bool GrowSlots(int wanted) noexcept;
+    bool FillSlot() noexcept;
     bool AddBlock(int size) noexcept;
     Item* NewRecord() noexcept;
 

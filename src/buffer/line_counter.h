@@ -16,9 +16,9 @@ class LineCounter {
     // Goes on to the line of the character at place `to`. A delimiter belongs to the line it ends.
     // REQUIRES: to is not before the last place.
     void AdvanceTo(std::size_t to) noexcept {
-        const scan::Occurrences ends = scan::FindAll(text_ + counted_, to - counted_, delimiter_);
+        const scan::Occurrences ends = scan::FindAll(text_, counted_, to, delimiter_);
         line_ += static_cast<std::uint32_t>(ends.count);
-        start_ = ends.count != 0 ? counted_ + ends.end : start_;
+        start_ = ends.count != 0 ? ends.end : start_;
         counted_ = to;
     }
 

@@ -111,8 +111,9 @@ TArrayItem<V>* CPtrArray<V>::NewRecord() noexcept {
     return ::new (blocks_->Room(spare_)) Item;
 }
 
+// Makes sure that there is a slot for one more, and tries to give it a record if it has none.
 template <class V>
-bool CPtrArray<V>::Append(V value, bool owns) noexcept {
+[[gnu::noinline]] bool CPtrArray<V>::FillSlot() noexcept {
     // The slot behind the new one is wanted too, so a refused growth leaves one slot to use up.
     if (count_ >= capacity_ - 1) {
         const bool grown = capacity_ <= std::numeric_limits<int>::max() - grow_by_ &&
@@ -121,15 +122,27 @@ bool CPtrArray<V>::Append(V value, bool owns) noexcept {
             return false;
         }
     }
-    Item*& slot = slots_[count_];
-    if (slot == nullptr) {
-        slot = NewRecord();
-    } else if (slot->owns) {
-        buffer::ReleaseOwned(slot->value);
+    if (slots_[count_] == nullptr) {
+        slots_[count_] = NewRecord();
+        if (slots_[count_] != nullptr) {
+            slots_[count_]->owns = false;
+        }
     }
-    if (slot != nullptr) {
-        slot->value = value;
-        slot->owns = owns;
+    return true;
+}
+
+template <class V>
+bool CPtrArray<V>::Append(V value, bool owns) noexcept {
+    if ((count_ >= capacity_ - 1 || slots_[count_] == nullptr) && !FillSlot()) {
+        return false;
+    }
+    Item* const record = slots_[count_];
+    if (record != nullptr) {
+        if (record->owns) {
+            buffer::ReleaseOwned(record->value);
+        }
+        record->value = value;
+        record->owns = owns;
     }
     sorted_ = false;
     ++count_;

@@ -63,19 +63,19 @@ class PairFinder {
     Block block_ = {0 - kBlock, 0};  // its places not passed yet; at first it ends at 0
 };
 
-// The occurrences of c among count characters.
+// The occurrences of c in [from, to).
 template <class T>
-Occurrences FindAll(const T* text, std::size_t count, T c) noexcept {
+Occurrences FindAll(const T* text, std::size_t from, std::size_t to, T c) noexcept {
     const Wanted<T> wanted = {c, T{0}};
-    if (count < kBlock) {
-        return by16::FindAllInShort(text, count, wanted);
+    if (to < kBlock) {
+        return by16::FindAllInShort(text, from, to, wanted);
     }
 #if defined(ZTK_HAS_AVX2_CODE)
     if (processor::HasAvx2()) {
-        return by32::FindAll(text, count, wanted);
+        return by32::FindAll(text, from, to, wanted);
     }
 #endif
-    return by16::FindAll(text, count, wanted);
+    return by16::FindAll(text, from, to, wanted);
 }
 
 }  // namespace ZTK::scan

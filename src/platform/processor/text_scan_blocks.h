@@ -33,7 +33,8 @@ struct Pair {
     std::size_t distance;
 };
 
-// How often a character occurs, and the place behind the last one; 0 if there is none.
+// How often a character occurs in a stretch of a text, and the place behind the last one; 0 if
+// there is none.
 struct Occurrences {
     std::size_t count;
     std::size_t end;
@@ -48,8 +49,9 @@ struct Block {
 };
 
 // Each of the two namespaces has a step of kStep characters, as many as its register has bytes:
-// Lanes<T> compares that many at once, and its Bits has one bit for each. The rest is the same for
-// both and comes from text_scan_loops-inl.h.
+// Lanes<T, kMasks> compares that many at once, and its Bits has one bit for each. Without kMasks,
+// where all masks are 0, that takes a step less. The rest is the same for both and comes from
+// text_scan_loops-inl.h.
 
 #if defined(ZTK_HAS_AVX2_CODE)
 
@@ -68,7 +70,7 @@ ZTK_SCAN_INLINE std::size_t CountBits(std::uint64_t bits) noexcept {
     return static_cast<std::size_t>(std::popcount(bits));
 }
 
-template <class T>
+template <class T, bool kMasks>
 class Lanes {
   public:
     ZTK_SCAN_INLINE explicit Lanes(Wanted<T> wanted) noexcept
@@ -93,7 +95,8 @@ class Lanes {
 
   private:
     ZTK_SCAN_INLINE __m256i Masked(const T* text) const noexcept {
-        return _mm256_or_si256(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(text)), mask_);
+        const __m256i loaded = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text));
+        return kMasks ? _mm256_or_si256(loaded, mask_) : loaded;
     }
     ZTK_SCAN_INLINE static __m256i Spread(T c) noexcept {
         return sizeof(T) == 1 ? _mm256_set1_epi8(static_cast<char>(c))
@@ -126,7 +129,7 @@ inline __m128i Both(__m128i a, __m128i b) noexcept {
     return _mm_and_si128(a, b);
 }
 
-template <class T>
+template <class T, bool kMasks>
 class Lanes {
   public:
     explicit Lanes(Wanted<T> wanted) noexcept
@@ -147,7 +150,8 @@ class Lanes {
 
   private:
     __m128i Masked(const T* text) const noexcept {
-        return _mm_or_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)), mask_);
+        const __m128i loaded = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+        return kMasks ? _mm_or_si128(loaded, mask_) : loaded;
     }
     static __m128i Spread(T c) noexcept {
         return sizeof(T) == 1 ? _mm_set1_epi8(static_cast<char>(c))
@@ -165,7 +169,7 @@ inline std::uint32_t Both(std::uint32_t a, std::uint32_t b) noexcept {
     return a & b;
 }
 
-template <class T>
+template <class T, bool kMasks>
 class Lanes {
   public:
     explicit Lanes(Wanted<T> wanted) noexcept : wanted_(wanted) {}
@@ -225,26 +229,30 @@ bool Matches(Wanted<T> wanted, T c) noexcept {
 // and end + distance characters.
 template <class T>
 Block OnlyPairs(const T* text, std::size_t from, std::size_t end, const Pair<T>& pair) noexcept {
-    const Lanes<T> first(pair.first);
-    const Lanes<T> second(pair.second);
+    const Lanes<T, true> first(pair.first);
+    const Lanes<T, true> second(pair.second);
     const T* const beyond = text + pair.distance;
     const std::uint64_t bits = BitsOfShort(
         end,
-        [&](std::size_t i) { return Lanes<T>::Bits(Both(first(text + i), second(beyond + i))); },
+        [&](std::size_t i) {
+            return Lanes<T, true>::Bits(Both(first(text + i), second(beyond + i)));
+        },
         [&](std::size_t i) {
             return Matches(pair.first, text[i]) && Matches(pair.second, beyond[i]);
         });
     return {end - kBlock, bits >> from << from << (kBlock - end)};
 }
 
-// REQUIRES: count < kBlock.
+// REQUIRES: to < kBlock.
 template <class T>
-Occurrences FindAllInShort(const T* text, std::size_t count, Wanted<T> wanted) noexcept {
-    const Lanes<T> lanes(wanted);
+Occurrences FindAllInShort(const T* text, std::size_t from, std::size_t to,
+                           Wanted<T> wanted) noexcept {
+    const Lanes<T, false> lanes(wanted);
     const std::uint64_t bits = BitsOfShort(
-        count, [&](std::size_t i) { return Lanes<T>::Bits(lanes(text + i)); },
+        to, [&](std::size_t i) { return Lanes<T, false>::Bits(lanes(text + i)); },
         [&](std::size_t i) { return Matches(wanted, text[i]); });
-    return {CountBits(bits), static_cast<std::size_t>(std::bit_width(bits))};
+    const std::uint64_t found = bits >> from;
+    return {CountBits(found), found == 0 ? 0 : static_cast<std::size_t>(std::bit_width(bits))};
 }
 
 }  // namespace by16
