@@ -1,10 +1,12 @@
 // Conversion between narrow and wide text.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 
 #include "frame/base/tmp_ring.h"
 #include "platform/code_page.h"
+#include "platform/processor/ascii_copy.h"
 #include "strings/runtime_overloads.h"
 #include "ztk/strings.h"
 
@@ -35,41 +37,41 @@ constexpr int kMostFromOne = sizeof(Target) == 1 ? 3 : 1;
 template <class Target>
 constexpr int kMostToOne = sizeof(Target) == 1 ? 1 : 3;
 
-// The pages that convert any text, malformed or not, into no more than kMostFromOne elements each.
-// Which page CP_ACP stands for is the platform's affair: all that it can be are such pages.
+// The pages that convert any text, malformed or not, into no more than kMostFromOne elements each,
+// and ASCII into the same characters. Which page CP_ACP stands for is the platform's affair: all
+// that it can be are such pages.
 bool AlwaysFits(UINT code_page) noexcept {
     return code_page == CP_UTF8 || code_page == CP_ACP;
 }
 
-// For a result that is longer than the room of the slot. Measured, so that the slot grows no
-// further than it must.
+// Into a slot whose room may be too small, and whose text begins with `done` characters of ASCII
+// already. What is too long for it is measured, so that the slot grows no further than it must.
 template <class Target, class Source>
-[[gnu::noinline]] const Target* ConvertAndGrow(const Source* text, int count, UINT code_page,
-                                               const frame::TmpSlot<Target>& slot) noexcept {
-    const int needed = ConvertText(code_page, text, count, nullptr, 0);
+[[gnu::noinline]] const Target* ConvertOnwards(const Source* text, int count, UINT code_page,
+                                               frame::TmpSlot<Target> slot, int done) noexcept {
+    const DWORD last_error = GetLastError();
+    const int room = static_cast<int>(slot.room) - done;
+    if (room > 0 &&
+        ConvertText(code_page, text + done, count - done, slot.text + done, room) != 0) {
+        return slot.text;
+    }
+    SetLastError(last_error);
+    const int needed = done + ConvertText(code_page, text + done, count - done, nullptr, 0);
     Target* const grown = frame::GrowTmpSlot(slot, static_cast<std::uint32_t>(needed));
     (void)ConvertText(code_page, text, count, grown, needed);  // as it was measured
     return grown;
 }
 
-// Straight into a slot, which mostly has room for the longest possible result or, from its last
-// texts, for this one. REQUIRES: AlwaysFits(code_page), count <= kMaxRingText /
-// kMostFromOne<Target>.
+// Straight into a slot, which mostly has room for this text from its last ones. ASCII, which most
+// texts are, is the same in all the pages below, and needs no call of the platform. REQUIRES:
+// AlwaysFits(code_page), count <= kMaxRingText / kMostFromOne<Target>.
 template <class Target, class Source>
 const Target* ConvertInPlace(const Source* text, int count, UINT code_page) noexcept {
     const auto least = static_cast<std::uint32_t>((count - 1) / kMostToOne<Target> + 1);
     const frame::TmpSlot<Target> slot = frame::RequestTmpSlot<Target>(least);
-    const int room = static_cast<int>(slot.room);
-    if (room >= count * kMostFromOne<Target>) {
-        (void)ConvertText(code_page, text, count, slot.text, room);  // cannot fail: see AlwaysFits
-        return slot.text;
-    }
-    const DWORD last_error = GetLastError();
-    if (ConvertText(code_page, text, count, slot.text, room) != 0) {
-        return slot.text;
-    }
-    SetLastError(last_error);
-    return ConvertAndGrow(text, count, code_page, slot);
+    const auto most = std::min(static_cast<std::uint32_t>(count), slot.room);
+    const auto ascii = static_cast<int>(CopyAscii(text, most, slot.text));
+    return ascii == count ? slot.text : ConvertOnwards(text, count, code_page, slot, ascii);
 }
 
 // A page that may be unknown is tried with a buffer on the stack first, because a failure must not
@@ -95,6 +97,21 @@ const Target* ConvertLong(const Source* text, int count, UINT code_page) noexcep
     return slot;
 }
 
+// For pages that may be unknown, and for results that may be too long for the ring.
+template <class Target, class Source>
+[[gnu::noinline]] const Target* ConvertSeldom(const Source* text, int count,
+                                              UINT code_page) noexcept {
+    // Only the result tells of a failure; the last error stays the caller's.
+    const DWORD last_error = GetLastError();
+    const Target* result =
+        count <= kShort ? ConvertByCopy<Target>(text, count, code_page) : nullptr;
+    if (result == nullptr) {
+        result = ConvertLong<Target>(text, count, code_page);
+        SetLastError(last_error);
+    }
+    return result;
+}
+
 template <class Target, class Source>
 const Target* Convert(const Source* text, UINT code_page) noexcept {
     if (text == nullptr || *text == 0) {
@@ -108,18 +125,9 @@ const Target* Convert(const Source* text, UINT code_page) noexcept {
     }
     const int count = static_cast<int>(length) + 1;
     constexpr int kLongest = static_cast<int>(frame::kMaxRingText) / kMostFromOne<Target>;
-    if (AlwaysFits(code_page) && count <= kLongest) {
-        return ConvertInPlace<Target>(text, count, code_page);
-    }
-    // Only the result tells of a failure; the last error stays the caller's.
-    const DWORD last_error = GetLastError();
-    const Target* result =
-        count <= kShort ? ConvertByCopy<Target>(text, count, code_page) : nullptr;
-    if (result == nullptr) {
-        result = ConvertLong<Target>(text, count, code_page);
-        SetLastError(last_error);
-    }
-    return result;
+    return AlwaysFits(code_page) && count <= kLongest
+               ? ConvertInPlace<Target>(text, count, code_page)
+               : ConvertSeldom<Target>(text, count, code_page);
 }
 
 }  // namespace

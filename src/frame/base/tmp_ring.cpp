@@ -17,26 +17,25 @@ namespace {
 
 constexpr std::int32_t kRingSlots = 256;
 
-// The next slot index of a ring. Seen from one thread the indexes run 0, 1, ... limit - 1, 0, 1,
-// ...
-std::int32_t NextTmpIndex(std::atomic<std::int32_t>& counter, std::int32_t limit) noexcept {
-    for (;;) {
-        const std::int32_t drawn = counter.fetch_add(1);
-        if (drawn < limit) {
-            return drawn;
-        }
-        if (drawn == limit) {
-            // Whoever draws the limit itself wraps the ring, also one that was waiting for a wrap:
-            // a drawn limit that nobody acted on would leave every later caller waiting.
-            counter.store(1);
-            return 0;
-        }
+// The slot index for a caller that drew `drawn` from a ring's counter, and so the limit or more.
+// Seen from one thread the indexes of a ring run 0, 1, ... limit - 1, 0, 1, ...
+std::int32_t WrapTmpIndex(std::atomic<std::int32_t>& counter, std::int32_t drawn,
+                          std::int32_t limit) noexcept {
+    while (drawn > limit) {
         // Another caller is between drawing the limit and resetting the counter. Looking without
         // drawing keeps the counter from running away while that caller is not scheduled.
         while (counter.load() > limit) {
             std::this_thread::yield();
         }
+        drawn = counter.fetch_add(1);
     }
+    if (drawn < limit) {
+        return drawn;
+    }
+    // Whoever draws the limit itself wraps the ring, also one that was waiting for a wrap: a drawn
+    // limit that nobody acted on would leave every later caller waiting.
+    counter.store(1);
+    return 0;
 }
 
 // One ring of slots for texts of Char. Constant-initialized.
@@ -57,6 +56,10 @@ class TmpRing {
   private:
     struct Block;
 
+    // A slot nearly always has room already: that way saves no registers for the other.
+    [[gnu::noinline, gnu::cold]] TmpSlot<Char> RequestSlowly(std::int32_t drawn,
+                                                             std::uint32_t count) noexcept;
+    static TmpSlot<Char> Handed(Block* block, std::int32_t index) noexcept;
     Block* EnsureTmpSlot(std::atomic<Block*>& slot, std::uint32_t count) noexcept;
 
     std::atomic<std::int32_t> next_{0};
@@ -79,6 +82,10 @@ struct TmpRing<Char>::Block {
 
     [[nodiscard]] bool HasSpace() const noexcept {
         return text != reinterpret_cast<const Char*>(this + 1);
+    }
+
+    [[nodiscard]] bool HasRoomFor(std::uint32_t count) const noexcept {
+        return capacity.load(std::memory_order_acquire) >= count;
     }
 
     // False if the space cannot be filled, or if there is none to fill.
@@ -172,7 +179,7 @@ template <typename Char>
 auto TmpRing<Char>::EnsureTmpSlot(std::atomic<Block*>& slot, std::uint32_t count) noexcept
     -> Block* {
     Block* block = slot.load(std::memory_order_acquire);
-    while (block == nullptr || block->capacity.load(std::memory_order_acquire) < count) {
+    while (block == nullptr || !block->HasRoomFor(count)) {
         if (block != nullptr && block->Fill(count)) {
             return block;
         }
@@ -186,14 +193,30 @@ auto TmpRing<Char>::EnsureTmpSlot(std::atomic<Block*>& slot, std::uint32_t count
 }
 
 template <typename Char>
-TmpSlot<Char> TmpRing<Char>::Request(std::uint32_t count) noexcept {
-    const std::int32_t index = NextTmpIndex(next_, kRingSlots);
-    Block* const block = EnsureTmpSlot(slots_[index], count);
+TmpSlot<Char> TmpRing<Char>::Handed(Block* block, std::int32_t index) noexcept {
     Char* const text = block->text;
     // Atomic: a thread that was held up before this line may run into the request that gets the
     // same slot 256 requests later.
     std::atomic_ref<Char>(*text).store(0, std::memory_order_relaxed);
     return {text, block->capacity.load(std::memory_order_relaxed), index};
+}
+
+template <typename Char>
+TmpSlot<Char> TmpRing<Char>::Request(std::uint32_t count) noexcept {
+    const std::int32_t drawn = next_.fetch_add(1);
+    if (drawn < kRingSlots) [[likely]] {
+        Block* const block = slots_[drawn].load(std::memory_order_acquire);
+        if (block != nullptr && block->HasRoomFor(count)) [[likely]] {
+            return Handed(block, drawn);
+        }
+    }
+    return RequestSlowly(drawn, count);
+}
+
+template <typename Char>
+TmpSlot<Char> TmpRing<Char>::RequestSlowly(std::int32_t drawn, std::uint32_t count) noexcept {
+    const std::int32_t index = drawn < kRingSlots ? drawn : WrapTmpIndex(next_, drawn, kRingSlots);
+    return Handed(EnsureTmpSlot(slots_[index], count), index);
 }
 
 template <typename Char>

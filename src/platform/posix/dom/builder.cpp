@@ -4,6 +4,7 @@
 
 #include "platform/posix/dom/text.h"
 #include "platform/posix/dom/typed_value.h"
+#include "platform/posix/text/short_text.h"
 
 namespace ZTKPosix::dom {
 
@@ -61,7 +62,7 @@ Name* TreeBuilder::InternAttributeName(const char* name) noexcept {
 const Text* TreeBuilder::StoreText(const char* text) noexcept {
     const ShortText brief(text);
     const bool is_brief = brief.IsWhole() && brief.IsAscii();
-    const std::size_t bytes = is_brief ? kVectorBytes : std::strlen(text);
+    const std::size_t bytes = is_brief ? ShortText::kBlock : std::strlen(text);
     void* const storage = tree_.arena.Allocate(sizeof(Text) + bytes * sizeof(wchar_t));
     if (storage == nullptr) {
         return nullptr;

@@ -415,7 +415,7 @@ void FeedText(Load& load, const wchar_t* text, std::size_t length) noexcept {
         // Exact for most texts: the heap keeps a small block for the next document. Of a large one
         // only what is written takes memory.
         constexpr std::size_t kSmall = std::size_t{1} << 20;
-        const std::size_t ascii = units <= kSmall ? AsciiRun(text, units) : 0;
+        const std::size_t ascii = units <= kSmall ? FindUnit(text, units, NonAsciiUnit()) : 0;
         const std::size_t room = ascii + (units - ascii) * 3 + 1;
         void* const buffer = XML_GetBuffer(parser, static_cast<int>(room));
         if (buffer == nullptr) {

@@ -8,7 +8,7 @@
 #include <iterator>
 
 #include "platform/posix/dom/text_pool.h"
-#include "platform/posix/text/vector_text.h"
+#include "platform/posix/text/short_text.h"
 
 namespace ZTKPosix::dom {
 

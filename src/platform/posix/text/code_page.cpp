@@ -5,7 +5,6 @@
 #include <climits>
 #include <cstring>
 #include <iterator>
-#include <limits>
 
 #include "platform/posix/text/code_page_iconv.h"
 #include "platform/posix/text/code_page_sink.h"
@@ -24,9 +23,8 @@ bool IsUtf8(UINT code_page) noexcept {
     return code_page == CP_ACP || code_page == CP_UTF8;
 }
 
-std::size_t LeastOf(std::ptrdiff_t a, std::ptrdiff_t b,
-                    std::ptrdiff_t c = std::numeric_limits<std::ptrdiff_t>::max()) noexcept {
-    return static_cast<std::size_t>(std::min(std::min(a, b), c));
+std::size_t LeastOf(std::ptrdiff_t a, std::ptrdiff_t b) noexcept {
+    return static_cast<std::size_t>(std::min(a, b));
 }
 
 // One character of any kind. False if there is no room for it.
@@ -47,18 +45,11 @@ bool ConvertCharacter(const Source*& text, const Source* end, Target*& out,
 // text and out behind what is done. kNoRoom if the next character does not fit. Units that are
 // written behind out are none of the result.
 template <class Source, class Target>
-[[gnu::always_inline]] inline Outcome ConvertUnicode(const Source*& text, const Source* end,
-                                                     Target*& out, const Target* out_end) noexcept {
-    constexpr std::ptrdiff_t kShort = 128;  // most texts are no longer, and ASCII
-    const std::size_t ascii_first =
-        CopyAsciiRun(text, LeastOf(end - text, out_end - out, kShort), out);
-    text += ascii_first;
-    out += ascii_first;
-    if (end - text >= kBlock<Source> && out_end - out >= kBlockRoom) {
-        const BlocksDone done = ConvertBlocks(text, end, out, out_end);
-        text += done.taken;
-        out += done.written;
-    }
+Outcome ConvertUnicode(const Source*& text, const Source* end, Target*& out,
+                       const Target* out_end) noexcept {
+    const BlocksDone done = ConvertBlocks(text, end, out, out_end);
+    text += done.taken;
+    out += done.written;
     while (text != end) {
         const Source* const behind_good = CopyGoodCharacters(text, end, out, out_end);
         if (behind_good != text) {
@@ -66,7 +57,7 @@ template <class Source, class Target>
         } else if (!ConvertCharacter(text, end, out, out_end)) {
             return Outcome::kNoRoom;
         }
-        const std::size_t ascii = CopyAsciiRun(text, LeastOf(end - text, out_end - out), out);
+        const std::size_t ascii = CopyAscii(text, LeastOf(end - text, out_end - out), out);
         text += ascii;
         out += ascii;
     }
@@ -133,21 +124,43 @@ int ConvertOther(UINT code_page, const Source* text, std::size_t count, Sink sin
     return Result(outcome, sink.size());
 }
 
+// The pages that iconv has, and all that is only measured.
+template <class Target, class Source>
+[[gnu::noinline]] int ConvertSeldom(UINT code_page, const Source* text, std::size_t count,
+                                    Target* target, std::size_t room) noexcept {
+    if (IsUtf8(code_page)) {
+        return Result(Outcome::kDone, MeasureUnicode<Target>(text, text + count));
+    }
+    return room == 0
+               ? ConvertOther<Target>(code_page, text, count, MeasuringSink<Target>())
+               : ConvertOther<Target>(code_page, text, count, BufferSink<Target>(target, room));
+}
+
+// What comes behind the first `done` elements, which are ASCII.
+template <class Target, class Source>
+[[gnu::noinline]] int ConvertOnwards(const Source* text, std::size_t count, Target* target,
+                                     std::size_t room, std::size_t done) noexcept {
+    const Source* at = text + done;
+    Target* out = target + done;
+    const Outcome outcome = ConvertUnicode(at, text + count, out, target + room);
+    return Result(outcome, static_cast<std::size_t>(out - target));
+}
+
+// Most texts are short, and ASCII: what else there is stands in functions of its own, so that such
+// a text does not pay for their registers and buffers.
 template <class Target, class Source>
 int Convert(UINT code_page, const Source* text, std::size_t count, Target* target,
             int target_length) noexcept {
     const auto room = static_cast<std::size_t>(target_length);
-    if (!IsUtf8(code_page)) {
-        return room == 0
-                   ? ConvertOther<Target>(code_page, text, count, MeasuringSink<Target>())
-                   : ConvertOther<Target>(code_page, text, count, BufferSink<Target>(target, room));
+    if (room == 0 || !IsUtf8(code_page)) {
+        return ConvertSeldom(code_page, text, count, target, room);
     }
-    if (room == 0) {
-        return Result(Outcome::kDone, MeasureUnicode<Target>(text, text + count));
-    }
-    Target* out = target;
-    const Outcome outcome = ConvertUnicode(text, text + count, out, target + room);
-    return Result(outcome, static_cast<std::size_t>(out - target));
+    const bool begins_with_ascii = (static_cast<unsigned>(*text) & ~0x7Fu) == 0;
+    const std::size_t ascii =
+        begins_with_ascii ? CopyAscii(text, std::min(count, room), target) : 0;
+    // No more than the room, and so than an int holds.
+    return ascii == count ? static_cast<int>(count)
+                          : ConvertOnwards(text, count, target, room, ascii);
 }
 
 // Whether the arguments that both calls share can be worked with.

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "platform/posix/text/vector_text.h"
+#include "platform/posix/text/wide_length.h"
 #include "text/ascii.h"
 
 namespace ZTKPosix {
@@ -48,7 +49,7 @@ bool IsBadPointer(const void* s, UINT_PTR limit) noexcept {
 }  // namespace
 
 std::size_t wcslen(const wchar_t* s) noexcept {
-    return FindUnit(s, kNoLimit, OneUnit(0));
+    return WideLength(s);
 }
 
 std::size_t wcsnlen(const wchar_t* s, std::size_t n) noexcept {

@@ -3,14 +3,18 @@
 // A block of UTF-8 shows by its bits which bytes end a character. Twelve of those bits tell,
 // through a table, how many characters can be taken at once and which bytes each has; a shuffle
 // puts each into a lane of its own, and the lanes are joined and checked together. A character of
-// four bytes, and whatever the check refuses, is taken alone.
+// four bytes, and whatever the check refuses, is taken alone. The last part of a text, which is
+// shorter than a block, goes through the same steps: what lies behind the text is looked at with
+// it, but counts as nothing.
 #include "platform/posix/text/unicode_blocks.h"
 
 #include <bit>
 #include <cstdint>
+#include <cstring>
 
 #include "platform/posix/text/unicode.h"
 #include "platform/posix/text/unicode_shuffles.h"
+#include "platform/posix/text/watched_reads.h"
 #include "platform/processor/instruction_set.h"
 
 #if defined(ZTK_HAS_AVX2_CODE)
@@ -38,10 +42,36 @@ ZTK_INLINE_AVX2 __m128i Shuffled(__m128i bytes, const shuffles::Shuffle& shuffle
     return _mm_shuffle_epi8(bytes, _mm_load_si128(reinterpret_cast<const __m128i*>(shuffle.from)));
 }
 
+// A part of a text that is shorter than Room bytes, for reads of so many.
+template <std::size_t Room>
+class ReadableRest {
+  public:
+    // The bytes behind the text have any value, unless the page of the text ends before them.
+    ZTK_INLINE_AVX2 const char* Get(const void* text, std::size_t bytes) noexcept {
+        constexpr std::uintptr_t kLeastPage = 4096;
+        const bool is_beside_readable =
+            reinterpret_cast<std::uintptr_t>(text) % kLeastPage <= kLeastPage - Room;
+        if (is_beside_readable && !reads_are_watched) {
+            return static_cast<const char*>(text);
+        }
+        std::memset(copy_, 0, Room);
+        std::memcpy(copy_, text, bytes);
+        return copy_;
+    }
+
+  private:
+    char copy_[Room];
+};
+
 // --- From UTF-8.
 
-constexpr std::ptrdiff_t kBytes = kBlock<char>;
+constexpr std::ptrdiff_t kBytes = 64;      // of a block
 constexpr std::ptrdiff_t kStepBytes = 16;  // that a step reads
+constexpr std::ptrdiff_t kStepRoom = 16;   // that a step writes at most
+
+ZTK_INLINE_AVX2 void Widen16(const char* text, wchar_t* out) noexcept {
+    Store32(out, _mm256_cvtepu8_epi16(Load16(text)));
+}
 
 // One bit for each byte of a block.
 struct ByteBits {
@@ -60,10 +90,6 @@ ZTK_INLINE_AVX2 ByteBits Look(const char* block) noexcept {
     return {
         Bits(low, high),
         Bits(_mm256_cmpgt_epi8(low, last_following), _mm256_cmpgt_epi8(high, last_following)) >> 1};
-}
-
-ZTK_INLINE_AVX2 void Widen16(const char* text, wchar_t* out) noexcept {
-    Store32(out, _mm256_cvtepu8_epi16(Load16(text)));
 }
 
 ZTK_INLINE_AVX2 __m128i Words(int value) noexcept {
@@ -139,94 +165,100 @@ ZTK_INLINE_AVX2 bool PutThrees(__m128i four_lanes, wchar_t* out) noexcept {
     return _mm256_movemask_epi8(good) == -1;
 }
 
-// Converts a block from `at` on, but for its last bytes, and returns how far it came. What a step
-// reads stays within the block.
-ZTK_INLINE_AVX2 std::ptrdiff_t ConvertBlock(const char* block, std::ptrdiff_t at, const char* end,
-                                            ByteBits bits, wchar_t*& out) noexcept {
+// Where a block stands, and where in it the steps end. What a step reads stays within
+// kBytes + kStepBytes.
+struct Block {
+    const char* bytes;
+    const char* text_end;
+    std::ptrdiff_t limit;
+    std::ptrdiff_t known;  // bytes of it that are text
+};
+
+// Converts a block and returns how far it came: to the limit, unless the room ends.
+ZTK_INLINE_AVX2 std::ptrdiff_t ConvertBlock(const Block& block, ByteBits bits, wchar_t*& out,
+                                            const wchar_t* out_end) noexcept {
     constexpr std::uint64_t kSixteen = 0xFFFF, kEightThrees = 0x924924, kFour = 8;
-    while (at <= kBytes - kStepBytes) {
+    std::ptrdiff_t at = 0;
+    while (at < block.limit && out_end - out >= kStepRoom) {
         const std::uint64_t ends = bits.ends >> at;
-        if ((bits.high >> at & kSixteen) == 0) {
-            Widen16(block + at, out);
+        const char* const from = block.bytes + at;
+        if ((bits.high >> at & kSixteen) == 0 && block.known - at >= 16) {
+            Widen16(from, out);
             at += 16;
             out += 16;
             continue;
         }
-        if ((ends & 0xFFFFFF) == kEightThrees && PutEightThrees(block + at, out)) {
+        if ((ends & 0xFFFFFF) == kEightThrees && PutEightThrees(from, out)) {
             at += 24;
             out += 8;
             continue;
         }
         if ((ends & 0xF) == kFour) {
-            if (const char32_t four = TakeFour(block + at); four != 0) {
+            if (const char32_t four = TakeFour(from); four != 0) {
                 out += PutCharacter(four, out);
                 at += 4;
                 continue;
             }
         }
         const shuffles::Step step = shuffles::kSteps.of[ends & ((1u << shuffles::kWindow) - 1)];
-        const __m128i lanes = Shuffled(Load16(block + at), shuffles::kApart.of[step.shuffle]);
+        const __m128i lanes = Shuffled(Load16(from), shuffles::kApart.of[step.shuffle]);
         const bool good =
             step.shuffle < shuffles::kTwos ? PutTwos(lanes, out) : PutThrees(lanes, out);
         if (good && step.taken != 0) {
             at += step.taken;
             out += step.made;
         } else {
-            const char* character = block + at;
-            out += PutCharacter(TakeCharacter(character, end), out);
-            at = character - block;
+            const char* behind = from;
+            out += PutCharacter(TakeCharacter(behind, block.text_end), out);
+            at = behind - block.bytes;
         }
     }
     return at;
 }
 
-// REQUIRES: [text, end) has at least one block.
+// What is known of the last `size` bytes of a text, which are less than a block.
+ZTK_INLINE_AVX2 ByteBits LookAtRest(const char* bytes, std::ptrdiff_t size) noexcept {
+    const ByteBits bits = Look(bytes);
+    const std::uint64_t last = std::uint64_t{1} << (size - 1);
+    return {bits.high & (last | (last - 1)), (bits.ends & (last - 1)) | last};
+}
+
 ZTK_TARGET_AVX2 BlocksDone ConvertByAvx2(const char* text, const char* end, wchar_t* out,
                                          const wchar_t* out_end) noexcept {
+    ReadableRest<kBytes + kStepBytes> rest;
     const char* at = text;
     wchar_t* put = out;
-    while (end - at >= kStepBytes && out_end - put >= kBlockRoom) {
-        // The last block overlaps with what is done.
-        const char* const block = end - at >= kBytes ? at : end - kBytes;
-        const ByteBits bits = Look(block);
-        if (bits.high == 0 && block == at) {
-            for (int i = 0; i < kBytes; i += 16) {
-                Widen16(at + i, put + i);
+    while (at != end && out_end - put >= kStepRoom) {
+        const std::ptrdiff_t left = end - at;
+        Block block = {at, end, kBytes - kStepBytes + 1, kBytes};
+        ByteBits bits;
+        if (left >= kBytes) {
+            bits = Look(at);
+            if (bits.high == 0 && out_end - put >= kBytes) {
+                for (int i = 0; i < kBytes; i += 16) {
+                    Widen16(at + i, put + i);
+                }
+                at += kBytes;
+                put += kBytes;
+                continue;
             }
-            at += kBytes;
-            put += kBytes;
         } else {
-            at = block + ConvertBlock(block, at - block, end, bits, put);
+            const char* const bytes = rest.Get(at, static_cast<std::size_t>(left));
+            block = {bytes, bytes + left, left, left};
+            bits = LookAtRest(bytes, left);
         }
+        at += ConvertBlock(block, bits, put, out_end);
     }
     return {static_cast<std::size_t>(at - text), static_cast<std::size_t>(put - out)};
 }
 
 // --- To UTF-8.
 
-constexpr std::ptrdiff_t kUnits = kBlock<wchar_t>;
+constexpr std::ptrdiff_t kUnits = 16;      // of a block
+constexpr std::ptrdiff_t kBlockRoom = 64;  // that a block writes at most
 
 ZTK_INLINE_AVX2 bool HasNone(__m256i units, int bits) noexcept {
     return _mm256_testz_si256(units, _mm256_set1_epi16(static_cast<short>(bits))) != 0;
-}
-
-// Large blocks of ASCII from the front of [text, end).
-ZTK_INLINE_AVX2 void NarrowAscii(const wchar_t*& text, const wchar_t* end, char*& out,
-                                 const char* out_end) noexcept {
-    constexpr std::ptrdiff_t kLarge = 64;
-    while (end - text >= kLarge && out_end - out >= kLarge) {
-        const __m256i a = Load32(text), b = Load32(text + 16);
-        const __m256i c = Load32(text + 32), d = Load32(text + 48);
-        if (!HasNone(_mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d)), 0xFF80)) {
-            break;
-        }
-        // The halves of two registers are packed crosswise; the order is mended behind it.
-        constexpr int kInOrder = 0b11'01'10'00;
-        Store32(out, _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), kInOrder));
-        Store32(out + 32, _mm256_permute4x64_epi64(_mm256_packus_epi16(c, d), kInOrder));
-        text += kLarge;
-        out += kLarge;
-    }
 }
 
 // Eight characters below U+0800.
@@ -274,34 +306,54 @@ ZTK_INLINE_AVX2 bool HasSurrogate(__m256i units) noexcept {
     return _mm256_movemask_epi8(found) != 0;
 }
 
+// Converts up to a block from the front of [text, end) and returns how far it came.
+ZTK_INLINE_AVX2 const wchar_t* ConvertBlock(__m256i units, const wchar_t* text, const wchar_t* end,
+                                            char*& out) noexcept {
+    const __m128i low = _mm256_castsi256_si128(units);
+    const __m128i high = _mm256_extracti128_si256(units, 1);
+    if (HasNone(units, 0xFF80)) {
+        Store16(out, _mm_packus_epi16(low, high));
+        out += kUnits;
+    } else if (HasNone(units, 0xF800)) {
+        PutTwos(low, out);
+        PutTwos(high, out);
+    } else if (!HasSurrogate(units)) {
+        PutThrees(low, out);
+        PutThrees(high, out);
+    } else {
+        // One unit more if the last one begins a pair.
+        for (const wchar_t* const stop = end - text < kUnits ? end : text + kUnits; text < stop;) {
+            out += PutCharacter(TakeCharacter(text, end), out);
+        }
+        return text;
+    }
+    return text + kUnits;
+}
+
+// Converts less than a block, up to the end of the text.
+ZTK_INLINE_AVX2 void ConvertRest(const wchar_t* text, std::ptrdiff_t size, char*& out) noexcept {
+    constexpr std::size_t kBytesRead = kUnits * sizeof(wchar_t);
+    ReadableRest<kBytesRead> readable;
+    const __m256i units =
+        Load32(readable.Get(text, static_cast<std::size_t>(size) * sizeof(wchar_t)));
+    const __m256i index = _mm256_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    const __m256i is_text = _mm256_cmpgt_epi16(_mm256_set1_epi16(static_cast<short>(size)), index);
+    const wchar_t* const behind =
+        ConvertBlock(_mm256_and_si256(units, is_text), text, text + size, out);
+    // What lies behind the text was taken for zeros, of which each has become one byte.
+    out -= behind - (text + size);
+}
+
 ZTK_TARGET_AVX2 BlocksDone ConvertByAvx2(const wchar_t* text, const wchar_t* end, char* out,
                                          const char* out_end) noexcept {
     const wchar_t* block = text;
     char* put = out;
     while (end - block >= kUnits && out_end - put >= kBlockRoom) {
-        const __m256i units = Load32(block);
-        const __m128i low = _mm256_castsi256_si128(units);
-        const __m128i high = _mm256_extracti128_si256(units, 1);
-        if (HasNone(units, 0xFF80)) {
-            Store16(put, _mm_packus_epi16(low, high));
-            put += kUnits;
-            NarrowAscii(block += kUnits, end, put, out_end);
-            continue;
-        }
-        if (HasNone(units, 0xF800)) {
-            PutTwos(low, put);
-            PutTwos(high, put);
-        } else if (!HasSurrogate(units)) {
-            PutThrees(low, put);
-            PutThrees(high, put);
-        } else {
-            // One unit more if the last one begins a pair.
-            for (const wchar_t* const stop = block + kUnits; block < stop;) {
-                put += PutCharacter(TakeCharacter(block, end), put);
-            }
-            continue;
-        }
-        block += kUnits;
+        block = ConvertBlock(Load32(block), block, end, put);
+    }
+    if (block != end && end - block < kUnits && out_end - put >= kBlockRoom) {
+        ConvertRest(block, end - block, put);
+        block = end;
     }
     return {static_cast<std::size_t>(block - text), static_cast<std::size_t>(put - out)};
 }
