@@ -115,7 +115,9 @@ class TextStream {
 
   private:
     static constexpr int kClosed = -1;
-    static constexpr std::size_t kRoom = 8192;
+    // Room for what the trace log writes between two flushes: each call of the system for a part of
+    // it costs more than the bytes.
+    static constexpr std::size_t kRoom = 32768;
     static constexpr std::size_t kMostPerCharacter = 4;  // bytes: a surrogate pair, or CR and LF
     static constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
     // How long a file that takes nothing is waited for, in milliseconds.
