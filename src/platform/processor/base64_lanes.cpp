@@ -146,28 +146,68 @@ ZTK_INLINE_AVX2 void Encode24(__m256i bytes, unsigned char* out) noexcept {
     Store32(_mm256_add_epi8(sextets, offsets), out);
 }
 
-ZTK_INLINE_AVX2 bool Decode32(const unsigned char* in, unsigned char* out) noexcept {
-    const __m256i text = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
-    const __m256i half = _mm256_set1_epi8(0x0F);
-    const __m256i upper = _mm256_and_si256(_mm256_srli_epi32(text, 4), half);
-    const __m256i kinds = _mm256_and_si256(
+ZTK_INLINE_AVX2 __m256i UpperHalves(__m256i text) noexcept {
+    return _mm256_and_si256(_mm256_srli_epi32(text, 4), _mm256_set1_epi8(0x0F));
+}
+
+// The kinds that both halves of a character allow; none if it is outside the alphabet.
+ZTK_INLINE_AVX2 __m256i Kinds(__m256i text, __m256i upper) noexcept {
+    return _mm256_and_si256(
         _mm256_shuffle_epi8(_mm256_setr_epi8(ZTK_KINDS_BY_UPPER, ZTK_KINDS_BY_UPPER), upper),
         _mm256_shuffle_epi8(_mm256_setr_epi8(ZTK_KINDS_BY_LOWER, ZTK_KINDS_BY_LOWER), text));
-    if (_mm256_movemask_epi8(_mm256_cmpeq_epi8(kinds, _mm256_setzero_si256())) != 0) {
-        return false;
-    }
+}
+
+ZTK_INLINE_AVX2 bool HasNoKind(__m256i kinds) noexcept {
+    return _mm256_movemask_epi8(_mm256_cmpeq_epi8(kinds, _mm256_setzero_si256())) != 0;
+}
+
+// 12 bytes in the lower part of each half.
+ZTK_INLINE_AVX2 __m256i Decoded(__m256i text, __m256i upper) noexcept {
     const __m256i slash = _mm256_cmpeq_epi8(text, _mm256_set1_epi8('/'));
     const __m256i offsets = _mm256_shuffle_epi8(
         _mm256_setr_epi8(ZTK_SEXTET_OFFSETS, ZTK_SEXTET_OFFSETS), _mm256_add_epi8(upper, slash));
     const __m256i pairs =
         _mm256_maddubs_epi16(_mm256_add_epi8(text, offsets), _mm256_set1_epi32(kSextetFactors));
     const __m256i groups = _mm256_madd_epi16(pairs, _mm256_set1_epi32(kPairFactors));
-    const __m256i halves =
-        _mm256_shuffle_epi8(groups, _mm256_setr_epi8(ZTK_GROUP_BYTES, ZTK_GROUP_BYTES));
+    return _mm256_shuffle_epi8(groups, _mm256_setr_epi8(ZTK_GROUP_BYTES, ZTK_GROUP_BYTES));
+}
+
+// Stores the 24 bytes, and four more that the next ones overwrite.
+ZTK_INLINE_AVX2 void Store28(__m256i bytes, unsigned char* out) noexcept {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(bytes));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 12), _mm256_extracti128_si256(bytes, 1));
+}
+
+ZTK_INLINE_AVX2 void Store24(__m256i halves, unsigned char* out) noexcept {
     const __m256i bytes =
         _mm256_permutevar8x32_epi32(halves, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(bytes));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 16), _mm256_extracti128_si256(bytes, 1));
+}
+
+// Both are false, with nothing written, if a character is outside the alphabet.
+ZTK_INLINE_AVX2 bool Decode32(const unsigned char* in, unsigned char* out) noexcept {
+    const __m256i text = Load32(in), upper = UpperHalves(text);
+    if (HasNoKind(Kinds(text, upper))) {
+        return false;
+    }
+    Store24(Decoded(text, upper), out);
+    return true;
+}
+
+ZTK_INLINE_AVX2 bool Decode128(const unsigned char* in, unsigned char* out) noexcept {
+    const __m256i a = Load32(in), b = Load32(in + 32), c = Load32(in + 64), d = Load32(in + 96);
+    const __m256i upper_a = UpperHalves(a), upper_b = UpperHalves(b);
+    const __m256i upper_c = UpperHalves(c), upper_d = UpperHalves(d);
+    const __m256i least = _mm256_min_epu8(_mm256_min_epu8(Kinds(a, upper_a), Kinds(b, upper_b)),
+                                          _mm256_min_epu8(Kinds(c, upper_c), Kinds(d, upper_d)));
+    if (HasNoKind(least)) {
+        return false;
+    }
+    Store28(Decoded(a, upper_a), out);
+    Store28(Decoded(b, upper_b), out + 24);
+    Store28(Decoded(c, upper_c), out + 48);
+    Store24(Decoded(d, upper_d), out + 72);
     return true;
 }
 
@@ -195,11 +235,26 @@ ZTK_TARGET_AVX2 std::size_t EncodeBy32(const unsigned char* in, std::size_t n,
            EncodeBlocks16(at, static_cast<std::size_t>(end - at), out);
 }
 
+// Large blocks are tried where the alphabet has filled one already: text in lines, which is shorter
+// from break to break, would be looked at in vain each time.
+constexpr std::ptrdiff_t kLarge = 128;
+constexpr std::size_t kLong = 5 * kLarge;  // from here on they gain more than their constants cost
+
+template <bool kIsLong>
 ZTK_TARGET_AVX2 std::size_t DecodeBy32(const unsigned char* in, std::size_t n,
                                        unsigned char* out) noexcept {
     const unsigned char* at = in;
     const unsigned char* const end = in + n;
-    for (; end - at >= 32 && Decode32(at, out); at += 32, out += 24) {
+    if constexpr (kIsLong) {
+        for (; at - in < kLarge && Decode32(at, out); at += 32, out += 24) {
+        }
+        for (; at - in >= kLarge && end - at >= kLarge && Decode128(at, out);
+             at += kLarge, out += 96) {
+        }
+    }
+    if (!kIsLong || at - in >= kLarge) {
+        for (; end - at >= 32 && Decode32(at, out); at += 32, out += 24) {
+        }
     }
     return static_cast<std::size_t>(at - in) +
            DecodeBlocks16(at, static_cast<std::size_t>(end - at), out);
@@ -232,7 +287,7 @@ std::size_t DecodeLanes(Lanes lanes, const unsigned char* in, std::size_t n,
                         unsigned char* out) noexcept {
 #if defined(ZTK_HAS_AVX2_CODE)
     if (lanes == Lanes::k32) {
-        return DecodeBy32(in, n, out);
+        return n < kLong ? DecodeBy32<false>(in, n, out) : DecodeBy32<true>(in, n, out);
     }
 #endif
     return lanes == Lanes::kNone ? 0 : DecodeBy16(in, n, out);

@@ -71,7 +71,9 @@ template <class Target, class Source>
     std::size_t size = 0;
     Outcome outcome = Outcome::kNoRoom;
     while (outcome == Outcome::kNoRoom) {
-        Target* out = piece;
+        const std::size_t ascii = CopyAscii(text, LeastOf(end - text, std::ssize(piece)), piece);
+        Target* out = piece + ascii;
+        text += ascii;
         outcome = ConvertUnicode(text, end, out, std::end(piece));
         size += static_cast<std::size_t>(out - piece);
     }

@@ -188,11 +188,6 @@ ZTK_INLINE_AVX2 std::ptrdiff_t ConvertBlock(const Block& block, ByteBits bits, w
             out += 16;
             continue;
         }
-        if ((ends & 0xFFFFFF) == kEightThrees && PutEightThrees(from, out)) {
-            at += 24;
-            out += 8;
-            continue;
-        }
         if ((ends & 0xF) == kFour) {
             if (const char32_t four = TakeFour(from); four != 0) {
                 out += PutCharacter(four, out);
@@ -201,9 +196,16 @@ ZTK_INLINE_AVX2 std::ptrdiff_t ConvertBlock(const Block& block, ByteBits bits, w
             }
         }
         const shuffles::Step step = shuffles::kSteps.of[ends & ((1u << shuffles::kWindow) - 1)];
-        const __m128i lanes = Shuffled(Load16(from), shuffles::kApart.of[step.shuffle]);
-        const bool good =
-            step.shuffle < shuffles::kTwos ? PutTwos(lanes, out) : PutThrees(lanes, out);
+        bool good = false;
+        if (step.shuffle < shuffles::kTwos) {
+            good = PutTwos(Shuffled(Load16(from), shuffles::kApart.of[step.shuffle]), out);
+        } else if ((ends & 0xFFFFFF) == kEightThrees && PutEightThrees(from, out)) {
+            at += 24;
+            out += 8;
+            continue;
+        } else {
+            good = PutThrees(Shuffled(Load16(from), shuffles::kApart.of[step.shuffle]), out);
+        }
         if (good && step.taken != 0) {
             at += step.taken;
             out += step.made;
