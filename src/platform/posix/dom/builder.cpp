@@ -8,6 +8,47 @@
 
 namespace ZTKPosix::dom {
 
+namespace {
+
+// Room for a value of so many characters. Null when the arena cannot give it.
+Text* NewText(Arena& arena, std::size_t characters) noexcept {
+    return static_cast<Text*>(arena.Allocate(sizeof(Text) + characters * sizeof(wchar_t)));
+}
+
+wchar_t* CharactersOf(Text& text) noexcept {
+    return reinterpret_cast<wchar_t*>(&text + 1);
+}
+
+[[gnu::noinline]] const Text* StoreLongText(Arena& arena, const char* text) noexcept {
+    const std::size_t bytes = std::strlen(text);
+    Text* const stored = NewText(arena, bytes);
+    if (stored == nullptr) {
+        return nullptr;
+    }
+    wchar_t* const end = WidenUtf8(text, bytes, CharactersOf(*stored));
+    stored->length = static_cast<std::uint32_t>(end - CharactersOf(*stored));
+    arena.ShrinkLast(end);
+    return stored;
+}
+
+// The value of an attribute. Most are short, and there are more of them than of anything else.
+const Text* StoreText(Arena& arena, const char* text) noexcept {
+    const ShortText brief(text);
+    if (!brief.IsWhole() || !brief.IsAscii()) {
+        return StoreLongText(arena, text);
+    }
+    Text* const stored = NewText(arena, ShortText::kBlock);
+    if (stored == nullptr) {
+        return nullptr;
+    }
+    brief.Widen(CharactersOf(*stored));
+    stored->length = static_cast<std::uint32_t>(brief.Length());
+    arena.ShrinkLast(CharactersOf(*stored) + brief.Length());
+    return stored;
+}
+
+}  // namespace
+
 TreeBuilder::TreeBuilder(Tree& tree, Arena& notes) noexcept
     : tree_(tree), current_(&tree.document), namespaces_(notes) {
     current_->kind = NodeKind::kDocument;
@@ -56,28 +97,6 @@ Name* TreeBuilder::InternAttributeName(const char* name) noexcept {
         }
     }
     return interned;
-}
-
-// Most values of attributes are short.
-const Text* TreeBuilder::StoreText(const char* text) noexcept {
-    const ShortText brief(text);
-    const bool is_brief = brief.IsWhole() && brief.IsAscii();
-    const std::size_t bytes = is_brief ? ShortText::kBlock : std::strlen(text);
-    void* const storage = tree_.arena.Allocate(sizeof(Text) + bytes * sizeof(wchar_t));
-    if (storage == nullptr) {
-        return nullptr;
-    }
-    auto* const stored = static_cast<Text*>(storage);
-    auto* const characters = reinterpret_cast<wchar_t*>(stored + 1);
-    wchar_t* end = characters + brief.Length();
-    if (is_brief) {
-        brief.Widen(characters);
-    } else {
-        end = WidenUtf8(text, bytes, characters);
-    }
-    stored->length = static_cast<std::uint32_t>(end - characters);
-    tree_.arena.ShrinkLast(end);
-    return stored;
 }
 
 template <class AnyNode>
@@ -135,7 +154,7 @@ bool TreeBuilder::SetAttributes(Element& element, const char* const* attributes)
         element.attribute_count = count;
         for (; *attributes != nullptr; attributes += 2, ++next) {
             next->name = InternAttributeName(attributes[0]);
-            next->value = StoreText(attributes[1]);
+            next->value = StoreText(tree_.arena, attributes[1]);
             if (next->name == nullptr || next->value == nullptr) {
                 return false;
             }

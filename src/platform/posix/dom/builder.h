@@ -46,7 +46,6 @@ class TreeBuilder {
     // A name whose prefix is noted.
     [[nodiscard]] Name* InternClassified(const char* name, std::size_t bytes) noexcept;
     [[nodiscard]] Name* InternAttributeName(const char* name) noexcept;
-    [[nodiscard]] const Text* StoreText(const char* text) noexcept;
     [[nodiscard]] bool SetAttributes(Element& element, const char* const* attributes) noexcept;
     [[nodiscard]] bool ResolvePrefixes(Element& element) noexcept;
     void ApplySpecialAttribute(Element& element, const Attribute& attribute) const noexcept;

@@ -41,8 +41,8 @@ constexpr std::uint64_t kStepsToLookAtEntity = 8;
 constexpr float kExpansion = 8;
 constexpr unsigned long long kExpandedBytes = 8 << 20;
 
-// The characters that the parser gets at once. In UTF-8 they take up to three times as many bytes,
-// beside the text and the tree: no more than a small part of what the tree of so long a text takes.
+// The characters that the parser gets at once. In UTF-8 they take one to three bytes each, beside
+// the text and the tree; see FeedText for why it is worth that.
 constexpr std::size_t kPiece = std::size_t{16} << 20;
 
 constexpr unsigned kDeepestFile = 16;

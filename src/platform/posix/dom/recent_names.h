@@ -2,10 +2,9 @@
 // the same place.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
+#include <cstring>
 
 #include "platform/posix/dom/text_pool.h"
 #include "platform/posix/text/short_text.h"
@@ -31,7 +30,7 @@ class RecentNames {
     void Note(const ShortText& text, Name& name) noexcept {
         Entry* const pair = pairs_[PlaceOf(text)];
         pair[1] = pair[0];
-        pair[0] = {text.Word(0), text.Word(1), &name};
+        pair[0] = {text.Low(), text.High(), &name};
     }
 
   private:
@@ -39,7 +38,7 @@ class RecentNames {
 
     struct Entry {
         [[nodiscard]] bool Is(const ShortText& text) const noexcept {
-            return ((begin ^ text.Word(0)) | (end ^ text.Word(1))) == 0;
+            return ((begin ^ text.Low()) | (end ^ text.High())) == 0;
         }
 
         std::uint64_t begin = 0;
@@ -49,7 +48,7 @@ class RecentNames {
 
     static std::size_t PlaceOf(const ShortText& text) noexcept {
         constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15u;  // moves all bits to the top
-        return (text.Word(0) ^ text.Word(1) * 3) * kSpread >> (64 - kPlaceBits);
+        return (text.Low() ^ text.High() * 3) * kSpread >> (64 - kPlaceBits);
     }
 
     Entry pairs_[std::size_t{1} << kPlaceBits][2];
@@ -61,21 +60,29 @@ class AttributePlaces {
   public:
     // Null when nothing is known about the place.
     [[nodiscard]] Name* Find(const char* place) const noexcept {
-        const Entry& entry = entries_[IndexOf(place)];
-        return entry.place == place ? entry.name : nullptr;
+        const Entry* const pair = pairs_[IndexOf(place)];
+        if (pair[0].place == place) {
+            return pair[0].name;
+        }
+        return pair[1].place == place ? pair[1].name : nullptr;
     }
 
-    void Note(const char* place, Name& name) noexcept { entries_[IndexOf(place)] = {place, &name}; }
+    // Displaces the older of two names.
+    void Note(const char* place, Name& name) noexcept {
+        Entry* const pair = pairs_[IndexOf(place)];
+        pair[1] = pair[0];
+        pair[0] = {place, &name};
+    }
 
     // A parser is about to go, and its memory may hold other names soon.
-    void Forget() noexcept { std::fill(std::begin(entries_), std::end(entries_), Entry{}); }
+    void Forget() noexcept { std::memset(pairs_, 0, sizeof pairs_); }
 
   private:
-    static constexpr unsigned kIndexBits = 5;
+    static constexpr unsigned kIndexBits = 4;
 
     struct Entry {
-        const char* place = nullptr;
-        Name* name = nullptr;
+        const char* place;
+        Name* name;
     };
 
     static std::size_t IndexOf(const char* place) noexcept {
@@ -83,7 +90,7 @@ class AttributePlaces {
         return reinterpret_cast<std::uintptr_t>(place) * kSpread >> (64 - kIndexBits);
     }
 
-    Entry entries_[std::size_t{1} << kIndexBits];
+    Entry pairs_[std::size_t{1} << kIndexBits][2] = {};
 };
 
 }  // namespace ZTKPosix::dom

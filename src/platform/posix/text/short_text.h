@@ -16,84 +16,111 @@
 
 namespace ZTKPosix {
 
-// The first bytes of a text that a zero byte ends, in two words. Of a text shorter than a block
-// that is all of it, together with its length, found in one step instead of byte by byte.
+// Up to kBytes bytes, with zeros behind them.
+struct TextBlock {
+    static constexpr std::size_t kBytes = 16;
+
+#if defined(ZTK_SHORT_TEXT_BLOCKS)
+    explicit TextBlock(const char* bytes) noexcept : block(Load(bytes)) {}
+    explicit TextBlock(__m128i bytes) noexcept : block(bytes) {}
+
+    [[nodiscard]] std::uint64_t Low() const noexcept {
+        return static_cast<std::uint64_t>(_mm_cvtsi128_si64(block));
+    }
+    [[nodiscard]] std::uint64_t High() const noexcept {
+        return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(block, block)));
+    }
+    [[nodiscard]] bool IsAscii() const noexcept {
+        return _mm_movemask_epi8(block) == 0;
+    }
+    void Widen(wchar_t* target) const noexcept {
+        auto* const out = reinterpret_cast<__m128i*>(target);
+        _mm_storeu_si128(out, _mm_unpacklo_epi8(block, _mm_setzero_si128()));
+        _mm_storeu_si128(out + 1, _mm_unpackhi_epi8(block, _mm_setzero_si128()));
+    }
+
+    static __m128i Load(const void* from) noexcept {
+        return _mm_loadu_si128(static_cast<const __m128i*>(from));
+    }
+
+    __m128i block;
+#else
+    explicit TextBlock(const char* bytes) noexcept {
+        std::memcpy(words, bytes, sizeof words);
+    }
+
+    [[nodiscard]] std::uint64_t Low() const noexcept {
+        return words[0];
+    }
+    [[nodiscard]] std::uint64_t High() const noexcept {
+        return words[1];
+    }
+    [[nodiscard]] bool IsAscii() const noexcept {
+        return ((words[0] | words[1]) & 0x8080808080808080u) == 0;
+    }
+    void Widen(wchar_t* target) const noexcept {
+        std::copy_n(reinterpret_cast<const char*>(words), kBytes, target);
+    }
+
+    std::uint64_t words[2];
+#endif
+};
+
+// The first bytes of a text that a zero byte ends. Of a text shorter than a block that is all of
+// it, together with its length, found in one step instead of byte by byte.
 class ShortText {
   public:
-    static constexpr std::size_t kBlock = 16;
-    static constexpr std::size_t kLongest = kBlock - 1;
+    static constexpr std::size_t kBlock = TextBlock::kBytes;
 
-    explicit ShortText(const char* text) noexcept {
+    explicit ShortText(const char* text) noexcept : block_(Read(text, &length_)) {}
+
+    // Whether this is all of the text. REQUIRED by the members below.
+    [[nodiscard]] bool IsWhole() const noexcept { return length_ < kBlock; }
+    [[nodiscard]] std::size_t Length() const noexcept { return length_; }
+
+    // The first eight bytes, and those behind them: together they tell the text from all others.
+    [[nodiscard]] std::uint64_t Low() const noexcept { return block_.Low(); }
+    [[nodiscard]] std::uint64_t High() const noexcept { return block_.High(); }
+
+    [[nodiscard]] bool IsAscii() const noexcept { return block_.IsAscii(); }
+
+    // Writes the text and zeros behind it, kBlock units in all. REQUIRES: IsAscii().
+    void Widen(wchar_t* target) const noexcept { block_.Widen(target); }
+
+  private:
+    static TextBlock Read(const char* text, std::size_t* length) noexcept {
 #if defined(ZTK_SHORT_TEXT_BLOCKS)
         // A block that lies within a page can be read, whatever of it belongs to the text.
         constexpr std::uintptr_t kSmallestPage = 4096;
         const std::uintptr_t place = reinterpret_cast<std::uintptr_t>(text) % kSmallestPage;
         if (!reads_are_watched && place <= kSmallestPage - kBlock) [[likely]] {
-            const __m128i block = Load(text);
+            const __m128i block = TextBlock::Load(text);
             const __m128i ends = _mm_cmpeq_epi8(block, _mm_setzero_si128());
             const auto end_bits = static_cast<unsigned>(_mm_movemask_epi8(ends));
-            length_ = static_cast<std::size_t>(std::countr_zero(end_bits | 1U << kBlock));
-            const __m128i kept = _mm_and_si128(block, Load(kMask + kBlock - length_));
-            words_[0] = static_cast<std::uint64_t>(_mm_cvtsi128_si64(kept));
-            words_[1] =
-                static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(kept, kept)));
-            return;
+            *length = static_cast<std::size_t>(std::countr_zero(end_bits | 1U << kBlock));
+            return TextBlock(_mm_and_si128(block, TextBlock::Load(kMask + kBlock - *length)));
         }
 #endif
-        ReadInSteps(text);
+        return ReadInSteps(text, length);
     }
-
-    // Whether this is all of the text. REQUIRED by the members below.
-    [[nodiscard]] bool IsWhole() const noexcept {
-        return length_ <= kLongest;
-    }
-    [[nodiscard]] std::size_t Length() const noexcept {
-        return length_;
-    }
-
-    // Bytes 8 * index and up, zeros from the end of the text on: both words together tell the text
-    // from all others.
-    [[nodiscard]] std::uint64_t Word(std::size_t index) const noexcept {
-        return words_[index];
-    }
-    [[nodiscard]] bool IsAscii() const noexcept {
-        return ((words_[0] | words_[1]) & 0x8080808080808080u) == 0;
-    }
-
-    // Writes the text and zeros behind it, kBlock units in all. REQUIRES: IsAscii().
-    void Widen(wchar_t* target) const noexcept {
-#if defined(ZTK_SHORT_TEXT_BLOCKS)
-        const __m128i block = _mm_set_epi64x(static_cast<std::int64_t>(words_[1]),
-                                             static_cast<std::int64_t>(words_[0]));
-        auto* const out = reinterpret_cast<__m128i*>(target);
-        _mm_storeu_si128(out, _mm_unpacklo_epi8(block, _mm_setzero_si128()));
-        _mm_storeu_si128(out + 1, _mm_unpackhi_epi8(block, _mm_setzero_si128()));
-#else
-        std::copy_n(reinterpret_cast<const char*>(words_), kBlock, target);
-#endif
-    }
-
-  private:
-    [[gnu::noinline]] void ReadInSteps(const char* text) noexcept {
+    [[gnu::noinline]] static TextBlock ReadInSteps(const char* text, std::size_t* length) noexcept {
         char bytes[kBlock] = {};
-        for (length_ = 0; length_ < kBlock && text[length_] != 0; ++length_) {
-            bytes[length_] = text[length_];
+        std::size_t done = 0;
+        for (; done < kBlock && text[done] != 0; ++done) {
+            bytes[done] = text[done];
         }
-        std::memcpy(words_, bytes, sizeof words_);
+        *length = done;
+        return TextBlock(bytes);
     }
 
 #if defined(ZTK_SHORT_TEXT_BLOCKS)
-    static __m128i Load(const void* from) noexcept {
-        return _mm_loadu_si128(static_cast<const __m128i*>(from));
-    }
-
     // kBlock bytes of ones, and as many zeros.
     static constexpr unsigned char kMask[2 * kBlock] = {255, 255, 255, 255, 255, 255, 255, 255,
                                                         255, 255, 255, 255, 255, 255, 255, 255};
 #endif
 
-    std::uint64_t words_[2];
-    std::size_t length_;
+    std::size_t length_;  // before the block, whose making sets it
+    TextBlock block_;
 };
 
 }  // namespace ZTKPosix
