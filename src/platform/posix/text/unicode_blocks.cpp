@@ -308,6 +308,28 @@ ZTK_INLINE_AVX2 bool HasSurrogate(__m256i units) noexcept {
     return _mm256_movemask_epi8(found) != 0;
 }
 
+// A block with surrogates, and one unit more if the last one begins a pair. Such characters stand
+// together, with little but ASCII between them.
+ZTK_INLINE_AVX2 const wchar_t* ConvertOneByOne(const wchar_t* text, const wchar_t* end,
+                                               char*& out) noexcept {
+    for (const wchar_t* const stop = end - text < kUnits ? end : text + kUnits; text < stop;) {
+        const char32_t unit = static_cast<char32_t>(*text);
+        if (unit < 0x80) {
+            *out++ = static_cast<char>(unit);
+            ++text;
+        } else if (IsHighSurrogate(unit) && end - text > 1 && IsLowSurrogate(text[1])) {
+            const char32_t c = TakeCharacter(text, end);
+            const std::uint32_t four = 0x808080F0u | c >> 18 | (c >> 4 & 0x3F00) |
+                                       (c << 10 & 0x3F0000) | (c << 24 & 0x3F000000);
+            std::memcpy(out, &four, sizeof four);
+            out += sizeof four;
+        } else {
+            out += PutCharacter(TakeCharacter(text, end), out);
+        }
+    }
+    return text;
+}
+
 // Converts up to a block from the front of [text, end) and returns how far it came.
 ZTK_INLINE_AVX2 const wchar_t* ConvertBlock(__m256i units, const wchar_t* text, const wchar_t* end,
                                             char*& out) noexcept {
@@ -323,11 +345,7 @@ ZTK_INLINE_AVX2 const wchar_t* ConvertBlock(__m256i units, const wchar_t* text, 
         PutThrees(low, out);
         PutThrees(high, out);
     } else {
-        // One unit more if the last one begins a pair.
-        for (const wchar_t* const stop = end - text < kUnits ? end : text + kUnits; text < stop;) {
-            out += PutCharacter(TakeCharacter(text, end), out);
-        }
-        return text;
+        return ConvertOneByOne(text, end, out);
     }
     return text + kUnits;
 }
