@@ -17,14 +17,15 @@ using example::Connection;
 using example::Narrow;
 
 constexpr const char* kUsage =
-    "usage: agent [--host HOST] [--port N] [--port-file F] [--peers N] [--serve-for N] [--log F]\n"
-    "             [--log-hex]\n"
+    "usage: agent [--host HOST] [--port N] [--port-file F] [--ready-event N] [--peers N]\n"
+    "             [--serve-for N] [--log F] [--log-hex]\n"
     "\n"
     "Listens for peers and answers their requests (peer sends them; \"help\" lists them).\n"
     "\n"
     "  --host HOST     local name or address to listen on; \"any\" for all (127.0.0.1)\n"
     "  --port N        port to listen on; 0 lets the system choose (0)\n"
     "  --port-file F   write the port to file F once listening has begun\n"
+    "  --ready-event N  set the event of name N then, which stays set as long as we run\n"
     "  --peers N       serve up to N peers at a time; further ones are told so (64)\n"
     "  --serve-for N   end when N peers have come and gone (else: never)\n"
     "  --once          the same as --serve-for 1\n"
@@ -38,6 +39,7 @@ struct Settings {
     std::string host;
     long port = 0;
     std::string port_file;
+    std::string ready_event;
     std::size_t peers = 0;
     long serve_for = 0;  // 0: no end
     std::string log;
@@ -80,13 +82,22 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
     explicit Agent(const Settings& settings)
         : settings_(settings),
           endpoint_(example::Endpoint(settings.host, settings.port)),
-          changed_(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {}
+          changed_(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
+          ready_(OpenReadyEvent(settings.ready_event)) {}
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
-    ~Agent() { CloseHandle(changed_); }
+    ~Agent() {
+        if (ready_ != nullptr) {
+            CloseHandle(ready_);
+        }
+        CloseHandle(changed_);
+    }
 
     // Returns when the agent is to end. False after an error.
     bool Serve() {
+        if (ready_ == nullptr && !settings_.ready_event.empty()) {
+            return false;
+        }
         StartListening();
         while (!ending_) {
             const DWORD woken =
@@ -119,6 +130,10 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
             std::fprintf(stderr, "agent: cannot write %s\n", settings_.port_file.c_str());
             failed_ = true;
             OnEndRequested();
+            return;
+        }
+        if (ready_ != nullptr) {
+            SetEvent(ready_);  // peers that wait for it find the port file written
         }
     }
 
@@ -167,6 +182,19 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
     void OnConnectionOver() override { SetEvent(changed_); }
 
   private:
+    static HANDLE OpenReadyEvent(const std::string& name) {
+        if (name.empty()) {
+            return nullptr;
+        }
+        HANDLE const event =
+            CreateEventW(nullptr, TRUE, FALSE, ZTK::StrConvert(name.c_str(), 65001));
+        if (event == nullptr) {
+            std::fprintf(stderr, "agent: cannot make the event %s (%lu)\n", name.c_str(),
+                         static_cast<unsigned long>(::GetLastError()));
+        }
+        return event;
+    }
+
     // The listener thread ends with each error, and a server listens once: this takes a new one.
     void StartListening() {
         if (server_ != nullptr) {
@@ -238,6 +266,7 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
     std::unique_ptr<ZTK::CServerSocket> server_;
     example::Target target_;
     HANDLE changed_;  // auto-reset: something happened that Serve is to look at
+    HANDLE ready_;    // manual-reset, null without a name: peers may connect
     std::atomic<bool> ending_{false};
     std::atomic<bool> failed_{false};
     std::atomic<bool> listened_{false};       // once at least
@@ -276,6 +305,7 @@ int main(int argc, char** argv) {
     settings.host = line.Text("--host", "127.0.0.1");
     settings.port = line.Number("--port", 0, 65535, 0);
     settings.port_file = line.Text("--port-file", "");
+    settings.ready_event = line.Text("--ready-event", "");
     settings.peers = static_cast<std::size_t>(line.Number("--peers", 1, 10000, 64));
     settings.serve_for = line.Number("--serve-for", 1, 1000000000, line.Flag("--once") ? 1 : 0);
     settings.log = line.Text("--log", "");

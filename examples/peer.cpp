@@ -20,15 +20,18 @@ using example::Kind;
 using example::Message;
 
 constexpr const char* kUsage =
-    "usage: peer --port N [--host HOST] [--requests FILE | --pipeline N] [--timeout S]\n"
+    "usage: peer --port N | --port-file F [--host HOST] [--wait-event N]\n"
+    "            [--requests FILE | --pipeline N] [--timeout S]\n"
     "\n"
     "Sends requests to an agent and prints its answers.\n"
     "\n"
     "  --host HOST      name or address of the agent (127.0.0.1)\n"
     "  --port N         the agent's port\n"
+    "  --port-file F    the file in which the agent has written its port\n"
+    "  --wait-event N   connect once the agent has set the event of name N\n"
     "  --requests FILE  one request a line, sent one after the other; - is standard input (-)\n"
     "  --pipeline N     send N requests without waiting for answers, and check that all come back\n"
-    "  --timeout S      give up when no answer comes for S seconds (30)\n"
+    "  --timeout S      give up when no answer, or the event, comes for S seconds (30)\n"
     "\n"
     "Exit code: 0 if every request was answered, 1 if not, 2 for a bad command line.\n";
 
@@ -270,10 +273,29 @@ class Peer final : public ZTK::ISOReceiver {
 struct Settings {
     std::string host;
     long port = 0;
+    std::string port_file;
+    std::string wait_event;
     std::string requests;
     long pipeline = 0;
     long timeout = 0;
 };
+
+// Waits until the agent is ready. Whoever of the two comes first makes the event.
+bool WaitForAgent(const std::string& event_name, DWORD timeout) {
+    HANDLE const event =
+        CreateEventW(nullptr, TRUE, FALSE, ZTK::StrConvert(event_name.c_str(), 65001));
+    if (event == nullptr) {
+        std::fprintf(stderr, "peer: cannot open the event %s (%lu)\n", event_name.c_str(),
+                     static_cast<unsigned long>(::GetLastError()));
+        return false;
+    }
+    const bool ready = WaitForSingleObject(event, timeout) == WAIT_OBJECT_0;
+    CloseHandle(event);
+    if (!ready) {
+        std::fprintf(stderr, "peer: nobody has set the event %s\n", event_name.c_str());
+    }
+    return ready;
+}
 
 bool Talk(const Settings& settings) {
     std::ifstream file;
@@ -284,8 +306,17 @@ bool Talk(const Settings& settings) {
             return false;
         }
     }
-    Peer peer(static_cast<DWORD>(settings.timeout * 1000));
-    if (!peer.Connect(settings.host, settings.port)) {
+    const auto timeout = static_cast<DWORD>(settings.timeout * 1000);
+    if (!settings.wait_event.empty() && !WaitForAgent(settings.wait_event, timeout)) {
+        return false;
+    }
+    long port = settings.port;
+    if (port == 0 && !(std::ifstream(settings.port_file) >> port)) {
+        std::fprintf(stderr, "peer: there is no port in %s\n", settings.port_file.c_str());
+        return false;
+    }
+    Peer peer(timeout);
+    if (!peer.Connect(settings.host, port)) {
         return false;
     }
     if (settings.pipeline > 0) {
@@ -300,7 +331,9 @@ int main(int argc, char** argv) {
     example::CommandLine line(argc, argv, "peer", kUsage);
     Settings settings;
     settings.host = line.Text("--host", "127.0.0.1");
-    settings.port = line.RequiredNumber("--port", 1, 65535);
+    settings.port_file = line.Text("--port-file", "");
+    settings.port = settings.port_file.empty() ? line.RequiredNumber("--port", 1, 65535) : 0;
+    settings.wait_event = line.Text("--wait-event", "");
     settings.requests = line.Text("--requests", "-");
     settings.pipeline = line.Number("--pipeline", 1, 100000000, 0);
     settings.timeout = line.Number("--timeout", 1, 86400, 30);

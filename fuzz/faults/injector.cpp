@@ -46,9 +46,10 @@ struct Arguments {
 };
 
 long Perform(const Call& call, Function original, const void* caller, Arguments x) {
+    constexpr long kFutexWaitv = 449;  // whose name older headers lack
     // Of system calls by number only waiting is failed: nobody could survive that waking a thread
     // fails, and it does not.
-    const bool applies = std::strcmp(call.name, "syscall") != 0 ||
+    const bool applies = std::strcmp(call.name, "syscall") != 0 || x.a == kFutexWaitv ||
                          (x.a == SYS_futex && (x.c & FUTEX_CMD_MASK) == FUTEX_WAIT_BITSET);
     if (failing.load() != &call || !applies || !Calls(caller, "/libZtkAgentLib") || !IsTurn()) {
         return original(x.a, x.b, x.c, x.d, x.e, x.f, x.g);

@@ -12,7 +12,7 @@ struct Call {
     const int* errors;  // that it is documented to fail with; 0 ends the list
 };
 
-inline constexpr int kCallCount = 39;
+inline constexpr int kCallCount = 46;
 extern const Call* const kCalls[kCallCount];  // of the system, by the library
 extern const Call kRequest;                   // for memory, by the library or by what it calls
 

@@ -30,6 +30,10 @@ ZTK_API void StopFailing() noexcept;
 // Requests so far, refused ones included. A resize is a request, a release is none.
 [[nodiscard]] ZTK_API long long Requests() noexcept;
 
+// Linux only: kills this process at the nth step from now on that the library marks as one at which
+// others have to put right what it leaves. Returns how many steps were passed since the last call.
+ZTK_API long long DieAtStep(long long n) noexcept;
+
 // Has the library use no instructions beyond this set. False if the processor does not have it.
 ZTK_API bool UseInstructions(ZTK::processor::InstructionSet most) noexcept;
 

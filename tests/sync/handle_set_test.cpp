@@ -5,6 +5,8 @@
 
 #include <thread>
 
+#include "support/own_name.h"
+
 namespace {
 
 using ZTK::CSASync;
@@ -139,9 +141,10 @@ TEST(HandleSet, AMutexIsAcquiredByLevelsAndAlsoWhenAbandonedButThenEndsAWaitAsBa
 
 TEST(HandleSet, OneNamedObjectWakesAWaitThroughAnotherSet) {
     CSASync first, second;
-    EXPECT_TRUE(first.CreateEventW(0, 0, L"ztk-handle-set", true));
-    EXPECT_TRUE(second.CreateEventW(0, 15, L"ztk-handle-set", false));
-    EXPECT_FALSE(second.CreateMutexW(0, 1, L"ztk-handle-set")) << "it names an event";
+    const wchar_t* const name = ztk_test::OwnName(L"ztk-handle-set");
+    EXPECT_TRUE(first.CreateEventW(0, 0, name, true));
+    EXPECT_TRUE(second.CreateEventW(0, 15, name, false));
+    EXPECT_FALSE(second.CreateMutexW(0, 1, name)) << "it names an event";
     std::thread signaller([&] { first.Signal(0); });
     EXPECT_EQ(second.Wait(1u << 15, kPatience), 15U);
     signaller.join();

@@ -9,6 +9,7 @@
 
 #include "frame/entry/lifecycle.h"
 #include "platform/posix/com/oleauto_error_info.h"
+#include "platform/posix/kernel/shared/mapping.h"
 #include "platform/posix/kernel/thread_end.h"
 #include "platform/posix/net/name_lookup.h"
 #include "platform/posix/net/socket_table.h"
@@ -23,7 +24,8 @@ namespace {
 // Taken after the lock of the lookups and those of the shared objects. Everybody else takes them
 // one at a time, the last one also inside the registry lock.
 constexpr Lock* kLocks[] = {&iconv_lock,        &stream_pool_lock, &string_tables_lock,
-                            &socket_table_lock, &error_key_lock,   &dispatcher_lock};
+                            &socket_table_lock, &error_key_lock,   &shared::attach_lock,
+                            &dispatcher_lock};
 
 // Not analysed, as the two below: these take in one call what they release in another.
 extern "C" void ZtkPosixBeforeFork() ZTK_NO_THREAD_SAFETY_ANALYSIS {

@@ -10,6 +10,7 @@
 #include "platform/posix/dom/kept_parser.h"
 #include "platform/posix/entry/fork.h"
 #include "platform/posix/kernel/handle_table.h"
+#include "platform/posix/kernel/shared_objects.h"
 #include "platform/posix/kernel/thread_end.h"
 #include "platform/posix/net/socket_table.h"
 #include "platform/posix/process/string_tables.h"
@@ -34,6 +35,7 @@ void Unload() noexcept {
     TearDownSockets();
     dom::TearDownKeptParser();
     TearDownCom();
+    TearDownSharedObjects();
     TearDownThreads();
     TearDownHandles();
 }

@@ -6,6 +6,7 @@
 
 #include "platform/memory/allocation.h"
 #include "platform/posix/kernel/object_names.h"
+#include "platform/posix/kernel/shared_objects.h"
 
 namespace ZTKPosix {
 
@@ -44,7 +45,7 @@ std::uint32_t TakeSlot() noexcept ZTK_REQUIRES(dispatcher_lock) {
     return index;
 }
 
-void CloseSlot(std::uint32_t index, DispatcherSection& section) noexcept
+void CloseSlot(std::uint32_t index, DispatcherSection& section, KernelObject** unnamed) noexcept
     ZTK_REQUIRES(dispatcher_lock) {
     HandleSlot& slot = HandleSlotAt(index);
     KernelObject& object = *slot.object;
@@ -56,6 +57,10 @@ void CloseSlot(std::uint32_t index, DispatcherSection& section) noexcept
     }
     if (--object.handles == 0 && object.name != nullptr) {
         ForgetName(object);
+        if (IsShared(object) && unnamed != nullptr) {
+            ++object.references;
+            *unnamed = &object;
+        }
     }
     section.Release(object);
 }
@@ -74,11 +79,11 @@ HANDLE OpenHandle(KernelObject& object) noexcept {
     return reinterpret_cast<HANDLE>(slot.value);
 }
 
-bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept {
+bool CloseOpenHandle(HANDLE handle, DispatcherSection& section, KernelObject** unnamed) noexcept {
     if (FindObject(handle) == nullptr) {
         return false;
     }
-    CloseSlot(HandleIndex(handle), section);
+    CloseSlot(HandleIndex(handle), section, unnamed);
     return true;
 }
 
@@ -86,7 +91,7 @@ void TearDownHandles() noexcept {
     DispatcherSection section;
     for (std::uint32_t index = 0; index < handle_table.slots_made; ++index) {
         if (HandleSlotAt(index).object != nullptr) {
-            CloseSlot(index, section);
+            CloseSlot(index, section, nullptr);  // all names were given up before
         }
     }
     for (HandleSlot*& chunk : handle_table.chunks) {
@@ -101,10 +106,16 @@ BOOL CloseHandle(HANDLE handle) noexcept {
     if (handle == GetCurrentProcess()) {
         return TRUE;  // closing the pseudo handle is allowed and does nothing
     }
-    DispatcherSection section;
-    if (!CloseOpenHandle(handle, section)) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return FALSE;
+    KernelObject* unnamed = nullptr;
+    {
+        DispatcherSection section;
+        if (!CloseOpenHandle(handle, section, &unnamed)) {
+            SetLastError(ERROR_INVALID_HANDLE);
+            return FALSE;
+        }
+    }
+    if (unnamed != nullptr) {
+        GiveUpName(*unnamed);
     }
     return TRUE;
 }
@@ -129,7 +140,7 @@ BOOL DuplicateHandle(HANDLE source_process, HANDLE source, HANDLE target_process
         return FALSE;
     }
     if ((options & DUPLICATE_CLOSE_SOURCE) != 0) {
-        CloseOpenHandle(source, section);
+        CloseOpenHandle(source, section, nullptr);
     }
     return TRUE;
 }

@@ -65,8 +65,9 @@ Object* FindObject(HANDLE handle) noexcept ZTK_REQUIRES(dispatcher_lock) {
 HANDLE OpenHandle(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_lock);
 
 // Closes a handle, and discards its object with its last reference. Returns false, and does
-// nothing, when it is not open.
-bool CloseOpenHandle(HANDLE handle, DispatcherSection& section) noexcept
+// nothing, when it is not open. If it was the last one of a shared object, *unnamed becomes that
+// object, for GiveUpName; only who knows that it is none, or not the last, passes null.
+bool CloseOpenHandle(HANDLE handle, DispatcherSection& section, KernelObject** unnamed) noexcept
     ZTK_REQUIRES(dispatcher_lock);
 
 // Calls visit(object) for every open handle; so for an object with several handles as often.

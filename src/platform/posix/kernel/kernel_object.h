@@ -25,15 +25,19 @@ struct ObjectKind {
 
 // One block of the private heap, followed by the name's text if there is one. Trivially
 // destructible.
+// The index of an object that is no shared one.
+inline constexpr std::uint32_t kNotShared = ~0U;
+
 struct KernelObject {
     KernelObject(const ObjectKind& its_kind, bool is_signalled, bool resets = false) noexcept
         : kind(&its_kind), resets_when_taken(resets), signalled(is_signalled) {}
     KernelObject(const KernelObject&) = delete;
     KernelObject& operator=(const KernelObject&) = delete;
 
-    const ObjectKind* const kind;
+    // Changes only where a child of fork gets objects of its own in place of shared ones.
+    const ObjectKind* kind;
     // A wait that takes the object makes it non-signalled.
-    const bool resets_when_taken;
+    bool resets_when_taken;
     // A wait could take the object.
     bool signalled ZTK_GUARDED_BY(dispatcher_lock);
     // Open handles. The name goes with the last of them.
@@ -41,6 +45,9 @@ struct KernelObject {
     // The maker's, those of handles and waits, and a running thread's own. The object is freed at
     // 0.
     std::uint32_t references ZTK_GUARDED_BY(dispatcher_lock) = 1;
+    // The object's slot in the table that processes share (shared_objects.h). Constant once a
+    // handle is open, except as kind.
+    std::uint32_t shared_index = kNotShared;
     // Threads that wait, in the order in which they came.
     WaitBlock* first_wait ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
     WaitBlock* last_wait ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
@@ -53,6 +60,10 @@ struct KernelObject {
     // In the list of the section that discarded the object.
     KernelObject* next_to_free = nullptr;
 };
+
+inline bool IsShared(const KernelObject& object) noexcept {
+    return object.shared_index != kNotShared;
+}
 
 // A span of time under the dispatcher lock. What must not happen under it, waking threads and
 // freeing objects, is collected and done after its release.

@@ -14,10 +14,7 @@ constinit KernelObject* buckets[kBuckets] ZTK_GUARDED_BY(dispatcher_lock){};
 
 KernelObject*& BucketOf(const wchar_t* name, std::size_t length) noexcept
     ZTK_REQUIRES(dispatcher_lock) {
-    std::uint32_t hash = 2166136261U;
-    for (std::size_t i = 0; i < length; ++i) {
-        hash = (hash ^ static_cast<std::uint16_t>(name[i])) * 16777619U;
-    }
+    const std::uint32_t hash = HashName(name, length);
     return buckets[(hash ^ (hash >> 16)) % kBuckets];
 }
 
@@ -37,6 +34,14 @@ bool IsTaken(const wchar_t* name) noexcept {
 }
 
 }  // namespace
+
+std::uint32_t HashName(const wchar_t* name, std::size_t length) noexcept {
+    std::uint32_t hash = 2166136261U;
+    for (std::size_t i = 0; i < length; ++i) {
+        hash = (hash ^ static_cast<std::uint16_t>(name[i])) * 16777619U;
+    }
+    return hash != 0 ? hash : 1;
+}
 
 DWORD ReadObjectName(LPCWSTR name, ObjectName* result) noexcept {
     *result = {nullptr, 0};
@@ -58,8 +63,12 @@ DWORD ReadObjectName(LPCWSTR name, ObjectName* result) noexcept {
     if (IsTaken(rest)) {
         return ERROR_INVALID_HANDLE;
     }
+    const std::size_t length = wcslen(rest);
+    if (length > kMaxNameLength) {
+        return ERROR_FILENAME_EXCED_RANGE;
+    }
     result->text = local != 0 ? rest : name;
-    result->length = wcslen(result->text);
+    result->length = length + (local != 0 ? 0 : prefix);
     return ERROR_SUCCESS;
 }
 

@@ -1,4 +1,4 @@
-// The one namespace of this process in which events and mutexes have names.
+// The names of events and mutexes that this process has handles of.
 #pragma once
 
 #include "platform/posix/kernel/kernel_object.h"
@@ -9,6 +9,12 @@ struct ObjectName {
     const wchar_t* text;  // not terminated
     std::size_t length;   // in characters; 0 for an object without a name
 };
+
+// In characters, without the namespace in front.
+inline constexpr std::size_t kMaxNameLength = 260;
+
+// Never 0.
+std::uint32_t HashName(const wchar_t* name, std::size_t length) noexcept;
 
 // Reads a name as a host gives it: null, empty, or one in a namespace. The process's own is that of
 // names without a prefix and of "Local\"; a name in "Global\" keeps its prefix, which makes it

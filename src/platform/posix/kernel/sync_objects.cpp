@@ -1,42 +1,17 @@
 // Events and mutexes.
 #include "platform/posix/kernel/sync_objects.h"
 
-#include <cstring>
-#include <new>
-
-#include "platform/memory/allocation.h"
 #include "platform/posix/kernel/handle_table.h"
+#include "platform/posix/kernel/new_object.h"
 #include "platform/posix/kernel/object_names.h"
+#include "platform/posix/kernel/shared/mapping.h"
+#include "platform/posix/kernel/shared_objects.h"
 #include "platform/posix/kernel/thread_end.h"
 #include "platform/posix/kernel/waits.h"
 
 namespace ZTKPosix {
 
 namespace {
-
-// An object with its maker's reference, which it keeps until it is published. Null when memory is
-// short or the name is none, with the last error set.
-template <typename Object, typename... Arguments>
-Object* NewObject(LPCWSTR name, Arguments... arguments) noexcept {
-    ObjectName read;
-    if (const DWORD refusal = ReadObjectName(name, &read); refusal != ERROR_SUCCESS) {
-        SetLastError(refusal);
-        return nullptr;
-    }
-    void* memory = ZTK::allocation::RuntimeAlloc(sizeof(Object) + read.length * sizeof *name);
-    if (memory == nullptr) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
-    }
-    auto* object = new (memory) Object(arguments...);
-    if (read.length != 0) {
-        auto* text = reinterpret_cast<wchar_t*>(object + 1);
-        std::memcpy(text, read.text, read.length * sizeof *name);
-        object->name = text;
-        object->name_length = read.length;
-    }
-    return object;
-}
 
 // Opens the first handle of a new object, or, if its name is taken, one of the object that has it.
 // Either way the maker's reference goes, and a new object that got no handle goes with it. The last
@@ -63,6 +38,22 @@ HANDLE Publish(KernelObject& object, DispatcherSection& section) noexcept
     }
     section.Release(object);
     return handle;
+}
+
+// Reads the name of an object to be made or opened. Returns whether it is one that processes share;
+// false with *failed set if neither can be told, with the last error set.
+bool IsForAllProcesses(LPCWSTR name, ObjectName* read, bool* failed) noexcept {
+    *failed = true;
+    if (const DWORD refusal = ReadObjectName(name, read); refusal != ERROR_SUCCESS) {
+        SetLastError(refusal);
+        return false;
+    }
+    const shared::Sharing sharing = read->length != 0 ? shared::Attach() : shared::Sharing::kLocal;
+    *failed = sharing == shared::Sharing::kFailed;
+    if (*failed) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    }
+    return sharing == shared::Sharing::kShared;
 }
 
 }  // namespace
@@ -127,7 +118,15 @@ void AbandonLostMutexInChild(Mutex& mutex) noexcept {
 
 HANDLE CreateEventW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL manual_reset, BOOL initial_state,
                     LPCWSTR name) noexcept {
-    auto* event = NewObject<Event>(name, manual_reset != FALSE, initial_state != FALSE);
+    ObjectName read;
+    bool failed = false;
+    if (IsForAllProcesses(name, &read, &failed)) {
+        return CreateShared(
+            manual_reset != FALSE ? shared::Kind::kManualEvent : shared::Kind::kAutoEvent,
+            initial_state != FALSE, read);
+    }
+    auto* event =
+        failed ? nullptr : NewObject<Event>(read, manual_reset != FALSE, initial_state != FALSE);
     if (event == nullptr) {
         return nullptr;
     }
@@ -136,33 +135,42 @@ HANDLE CreateEventW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL manual_reset, BOO
 }
 
 BOOL SetEvent(HANDLE handle) noexcept {
-    DispatcherSection section;
-    auto* event = FindObject<Event>(handle);
-    if (event == nullptr) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return FALSE;
+    {
+        DispatcherSection section;
+        KernelObject* const object = FindObject(handle);
+        if (object != nullptr && object->kind == &Event::kKind) [[likely]] {
+            object->signalled = true;
+            if (object->first_wait != nullptr) {
+                SatisfyWaiters(*object, section);
+            }
+            return TRUE;
+        }
+        if (object != nullptr && SetSharedQuietly(*object)) {
+            return TRUE;
+        }
     }
-    event->signalled = true;
-    if (event->first_wait != nullptr) {
-        SatisfyWaiters(*event, section);
-    }
-    return TRUE;
+    return SetSharedEvent(handle);
 }
 
 BOOL ResetEvent(HANDLE handle) noexcept {
-    DispatcherSection section;
-    auto* event = FindObject<Event>(handle);
-    if (event == nullptr) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return FALSE;
+    {
+        DispatcherSection section;
+        if (auto* event = FindObject<Event>(handle)) [[likely]] {
+            event->signalled = false;
+            return TRUE;
+        }
     }
-    event->signalled = false;
-    return TRUE;
+    return ResetSharedEvent(handle);
 }
 
 HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL initial_owner,
                     LPCWSTR name) noexcept {
-    auto* mutex = NewObject<Mutex>(name);
+    ObjectName read;
+    bool failed = false;
+    if (IsForAllProcesses(name, &read, &failed)) {
+        return CreateShared(shared::Kind::kMutex, initial_owner != FALSE, read);
+    }
+    auto* mutex = failed ? nullptr : NewObject<Mutex>(read);
     if (mutex == nullptr) {
         return nullptr;
     }
@@ -182,17 +190,30 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES /*attributes*/, BOOL initial_owner,
 }
 
 BOOL ReleaseMutex(HANDLE handle) noexcept {
-    DispatcherSection section;
-    auto* mutex = FindObject<Mutex>(handle);
-    if (mutex == nullptr || mutex->owner != &current_record) {
-        SetLastError(mutex == nullptr ? ERROR_INVALID_HANDLE : ERROR_NOT_OWNER);
-        return FALSE;
+    {
+        DispatcherSection section;
+        KernelObject* const object = FindObject(handle);
+        if (object != nullptr && object->kind == &Mutex::kKind) [[likely]] {
+            auto* mutex = static_cast<Mutex*>(object);
+            if (mutex->owner != &current_record) {
+                SetLastError(ERROR_NOT_OWNER);
+                return FALSE;
+            }
+            if (--mutex->depth == 0) {
+                Disown(*mutex);
+                SatisfyWaiters(*mutex, section);
+            }
+            return TRUE;
+        }
+        if (object != nullptr && ReleaseSharedQuietly(*object, section)) {
+            return TRUE;
+        }
     }
-    if (--mutex->depth == 0) {
-        Disown(*mutex);
-        SatisfyWaiters(*mutex, section);
-    }
-    return TRUE;
+    return ReleaseSharedMutex(handle);
+}
+
+BOOL NamesAreShared() noexcept {
+    return shared::Attach() == shared::Sharing::kShared ? TRUE : FALSE;
 }
 
 }  // namespace ZTKPosix

@@ -10,7 +10,11 @@ namespace ZTKPosix {
 struct Event : KernelObject {
     static constexpr ObjectKind kKind{nullptr, nullptr};
 
-    Event(bool manual_reset, bool is_set) noexcept : KernelObject(kKind, is_set, !manual_reset) {}
+    Event(bool manual_reset, bool is_set) noexcept : Event(kKind, manual_reset, is_set) {}
+
+  protected:
+    Event(const ObjectKind& its_kind, bool manual_reset, bool is_set) noexcept
+        : KernelObject(its_kind, is_set, !manual_reset) {}
 };
 
 // Makes the mutex, which is on its way out, its owner's no more.
@@ -20,7 +24,7 @@ void DiscardMutex(KernelObject& mutex) noexcept ZTK_REQUIRES(dispatcher_lock);
 struct Mutex : KernelObject {
     static constexpr ObjectKind kKind{DiscardMutex, nullptr};
 
-    Mutex() noexcept : KernelObject(kKind, true) {}
+    Mutex() noexcept : Mutex(kKind, true) {}
 
     ThreadRecord* owner ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
     // How often the owner has taken it.
@@ -30,6 +34,9 @@ struct Mutex : KernelObject {
     // In the owner's list.
     Mutex* previous_owned ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
     Mutex* next_owned ZTK_GUARDED_BY(dispatcher_lock) = nullptr;
+
+  protected:
+    Mutex(const ObjectKind& its_kind, bool is_free) noexcept : KernelObject(its_kind, is_free) {}
 };
 
 // None of the calls below fails or touches the last error.

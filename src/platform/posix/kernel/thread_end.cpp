@@ -5,6 +5,7 @@
 #include <ctime>
 
 #include "platform/posix/kernel/handle_table.h"
+#include "platform/posix/kernel/shared_objects.h"
 #include "platform/posix/kernel/sync_objects.h"
 #include "platform/posix/kernel/waits.h"
 
@@ -133,6 +134,7 @@ EarlierEnds EndThreadObject(Thread& thread, DispatcherSection& section) noexcept
 extern "C" void ZtkPosixOnThreadEnd(void* value) {
     auto& record = *static_cast<ThreadRecord*>(value);
     EarlierEnds earlier;
+    EndThreadInTable();
     {
         DispatcherSection section;
         record.end_announced = false;
@@ -236,6 +238,7 @@ void EndOtherThreadsInChild() noexcept {
     DispatcherSection section;
     ended.Forget();  // there is nothing to join
     unjoined.store(0, std::memory_order_relaxed);
+    DetachSharedObjectsInChild(section);
     ForEachOpenObject([&section](KernelObject& object) ZTK_REQUIRES(dispatcher_lock) {
         ForgetWaitsInChild(object, section);
         if (object.kind == &Mutex::kKind) {

@@ -115,7 +115,7 @@ HANDLE CreateThread(LPSECURITY_ATTRIBUTES /*attributes*/, SIZE_T stack_bytes,
         const bool started = handle != nullptr && Start(*thread, stack_bytes, thread_id);
         DispatcherSection section;
         if (!started && handle != nullptr) {
-            CloseOpenHandle(handle, section);
+            CloseOpenHandle(handle, section, nullptr);
             handle = nullptr;
         }
         section.Release(*thread);

@@ -4,6 +4,7 @@
 #include <sched.h>
 
 #include "platform/posix/kernel/handle_table.h"
+#include "platform/posix/kernel/shared_objects.h"
 #include "platform/posix/kernel/sync_objects.h"
 #include "platform/posix/kernel/thread_end.h"
 
@@ -27,6 +28,18 @@ DWORD TryTakeAll(WaitBlock* blocks, DWORD count, ThreadRecord& thread) noexcept
     return abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0;
 }
 
+// The same for any of the objects: the first that is available.
+DWORD TryTakeAny(WaitBlock* blocks, DWORD count, ThreadRecord& thread) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
+    for (DWORD i = 0; i < count; ++i) {
+        if (IsAvailable(*blocks[i].object, thread)) {
+            const bool abandoned = Take(*blocks[i].object, thread);
+            return (abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + i;
+        }
+    }
+    return WAIT_TIMEOUT;
+}
+
 void Append(WaitBlock& block) noexcept ZTK_REQUIRES(dispatcher_lock) {
     KernelObject& object = *block.object;
     block.next = nullptr;
@@ -43,27 +56,24 @@ void Remove(WaitBlock& block, DispatcherSection& section) noexcept ZTK_REQUIRES(
     section.Release(object);
 }
 
-void RemoveAll(Waiter& waiter, DispatcherSection& section) noexcept ZTK_REQUIRES(dispatcher_lock) {
+}  // namespace
+
+void AppendAll(Waiter& waiter) noexcept {
+    for (DWORD i = 0; i < waiter.count; ++i) {
+        waiter.blocks[i].waiter = &waiter;
+        Append(waiter.blocks[i]);
+    }
+}
+
+void RemoveAll(Waiter& waiter, DispatcherSection& section) noexcept {
     for (DWORD i = 0; i < waiter.count; ++i) {
         Remove(waiter.blocks[i], section);
     }
 }
 
-// The same for any of the objects: the first that is available.
-DWORD TryTakeAny(WaitBlock* blocks, DWORD count, ThreadRecord& thread) noexcept
-    ZTK_REQUIRES(dispatcher_lock) {
-    for (DWORD i = 0; i < count; ++i) {
-        if (IsAvailable(*blocks[i].object, thread)) {
-            const bool abandoned = Take(*blocks[i].object, thread);
-            return (abandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + i;
-        }
-    }
-    return WAIT_TIMEOUT;
-}
-
-// Looks up the handles of a wait. Returns ERROR_SUCCESS or why there can be no such wait.
-DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count) noexcept
-    ZTK_REQUIRES(dispatcher_lock) {
+DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count,
+                  bool* some_shared) noexcept {
+    bool shared = false;
     for (DWORD i = 0; i < count; ++i) {
         KernelObject* object = FindObject(handles[i]);
         if (object == nullptr) {
@@ -73,11 +83,12 @@ DWORD FindObjects(const HANDLE* handles, WaitBlock* blocks, DWORD count) noexcep
             return ERROR_NOT_ENOUGH_MEMORY;
         }
         blocks[i].object = object;
+        shared |= IsShared(*object);
     }
+    *some_shared = shared;
     return ERROR_SUCCESS;
 }
 
-// Whether an object comes twice. A wait for all could never take it twice at one moment.
 bool HasDuplicate(const WaitBlock* blocks, DWORD count) noexcept {
     for (DWORD i = 1; i < count; ++i) {
         for (DWORD j = 0; j < i; ++j) {
@@ -93,6 +104,8 @@ DWORD FailWait(DWORD error) noexcept {
     SetLastError(error);
     return WAIT_FAILED;
 }
+
+namespace {
 
 // Sleeps until the wait is satisfied or its time is over.
 DWORD SleepUntilSatisfied(Waiter& waiter, DWORD milliseconds) noexcept {
@@ -125,42 +138,43 @@ DWORD SleepUntilSatisfied(Waiter& waiter, DWORD milliseconds) noexcept {
 DWORD Wait(const HANDLE* handles, WaitBlock* blocks, DWORD count, bool all,
            DWORD milliseconds) noexcept {
     Waiter waiter;
+    bool some_shared = false;
     {
         DispatcherSection section;
-        const DWORD error = FindObjects(handles, blocks, count);
+        const DWORD error = FindObjects(handles, blocks, count, &some_shared);
         if (error != ERROR_SUCCESS) {
             return FailWait(error);
         }
-        if (all && HasDuplicate(blocks, count)) {
-            return FailWait(ERROR_INVALID_PARAMETER);
-        }
-        const DWORD result = all ? TryTakeAll(blocks, count, current_record)
-                                 : TryTakeAny(blocks, count, current_record);
-        if (result != WAIT_TIMEOUT || milliseconds == 0) {
-            return result;
-        }
-        waiter.thread = &current_record;
-        waiter.blocks = blocks;
-        waiter.count = count;
-        waiter.all = all;
-        for (DWORD i = 0; i < count; ++i) {
-            blocks[i].waiter = &waiter;
-            Append(blocks[i]);
+        if (!some_shared) {
+            if (all && HasDuplicate(blocks, count)) {
+                return FailWait(ERROR_INVALID_PARAMETER);
+            }
+            const DWORD result = all ? TryTakeAll(blocks, count, current_record)
+                                     : TryTakeAny(blocks, count, current_record);
+            if (result != WAIT_TIMEOUT || milliseconds == 0) {
+                return result;
+            }
+            waiter.thread = &current_record;
+            waiter.blocks = blocks;
+            waiter.count = count;
+            waiter.all = all;
+            AppendAll(waiter);
         }
     }
-    return SleepUntilSatisfied(waiter, milliseconds);
+    return some_shared ? WaitForShared(handles, blocks, count, all, milliseconds)
+                       : SleepUntilSatisfied(waiter, milliseconds);
 }
 
 // A wait for any that ends at once, without what only longer ones and mutexes need: one look at
-// each handle. Returns WAIT_FAILED, and has done nothing, when there is a mutex or a handle that is
-// none.
+// each handle. Returns WAIT_FAILED, and has done nothing, when there is a mutex, a shared object or
+// a handle that is none.
 DWORD TakeAnyAtOnce(const HANDLE* handles, DWORD count) noexcept {
     DispatcherSection section;
     KernelObject* first = nullptr;
     DWORD index = 0;
     for (DWORD i = count; i-- != 0;) {  // the last one found is the first
         KernelObject* const object = FindObject(handles[i]);
-        if (object == nullptr || object->kind == &Mutex::kKind) {
+        if (object == nullptr || object->kind == &Mutex::kKind || IsShared(*object)) {
             return WAIT_FAILED;
         }
         if (object->signalled) {
@@ -184,8 +198,16 @@ DWORD TakeAnyAtOnce(const HANDLE* handles, DWORD count) noexcept {
 }
 
 // Ends the wait of block's thread if object, which is available to it, is all it still lacked.
-bool TrySatisfy(const WaitBlock& block) noexcept ZTK_REQUIRES(dispatcher_lock) {
+bool TrySatisfy(const WaitBlock& block, DispatcherSection& section) noexcept
+    ZTK_REQUIRES(dispatcher_lock) {
     Waiter& waiter = *block.waiter;
+    if (waiter.looks_itself) {
+        if (!waiter.poked) {
+            waiter.poked = true;
+            section.WakeLater(waiter);
+        }
+        return false;
+    }
     if (waiter.all) {
         waiter.result = TryTakeAll(waiter.blocks, waiter.count, *waiter.thread);
         return waiter.result != WAIT_TIMEOUT;
@@ -202,7 +224,7 @@ void SatisfyWaiters(KernelObject& object, DispatcherSection& section) noexcept {
     WaitBlock* block = object.first_wait;
     while (block != nullptr && object.signalled) {
         Waiter& waiter = *block->waiter;
-        if (!TrySatisfy(*block)) {
+        if (!TrySatisfy(*block, section)) {
             block = block->next;
             continue;
         }
@@ -235,7 +257,11 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) noexcept {
                 object->signalled = !object->resets_when_taken;
                 return WAIT_OBJECT_0;
             }
-            if (milliseconds == 0) {
+            if (IsShared(*object)) {
+                if (const DWORD result = TakeSharedQuickly(*object); result != WAIT_TIMEOUT) {
+                    return result;
+                }
+            } else if (milliseconds == 0) {
                 return WAIT_TIMEOUT;
             }
         }

@@ -1,0 +1,7 @@
+#include "platform/posix/kernel/shared/step.h"
+
+namespace ZTKPosix::shared {
+
+void Step() noexcept {}
+
+}  // namespace ZTKPosix::shared
