@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/environment.h"
 #include "ztk/platform.h"
 #include "ztk/strings.h"
 
@@ -110,6 +111,11 @@ struct Names : testing::Test {
     Names() {
         const auto now = std::chrono::system_clock::now().time_since_epoch().count();
         prefix = "ztk-test-" + std::to_string(now) + "-";
+    }
+    void SetUp() override {
+        if (!ztk_test::NamesAreShared()) {
+            GTEST_SKIP() << "processes cannot share names on this system";
+        }
     }
     HANDLE Keep(HANDLE handle) { return open.emplace_back(handle); }
     void TearDown() override { std::for_each(open.begin(), open.end(), CloseHandle); }

@@ -43,6 +43,15 @@ const wchar_t* Name(const char* what) {
     return ZTK::StrFormat(L"ztk-soak-%ld-%hs", base, what);
 }
 
+// Needs a system whose processes can share names.
+struct Names : testing::Test {
+    void SetUp() override {
+        if (!ZTKPosix::NamesAreShared()) {
+            GTEST_SKIP() << "no /dev/shm, or a system older than Linux 5.16";
+        }
+    }
+};
+
 HANDLE Event(int i) {
     return CreateEventW(nullptr, FALSE, FALSE, Name(("event" + std::to_string(i)).c_str()));
 }
@@ -95,7 +104,7 @@ void OwnAgainAndAgain(Notes& notes, HANDLE mutex) {
     }
 }
 
-TEST(Names, OfKilledOwnersAreAbandonedOnce) {
+TEST_F(Names, OfKilledOwnersAreAbandonedOnce) {
     const Shared notes;
     std::mt19937 random(static_cast<unsigned>(getpid()));
     HANDLE const mutex = CreateMutexW(nullptr, FALSE, Name("mutex"));
@@ -183,7 +192,7 @@ void UseAll(Notes& notes, unsigned seed, const std::atomic<long>* stop) {
     }
 }
 
-TEST(Names, OutliveProcessesKilledInTheMidst) {
+TEST_F(Names, OutliveProcessesKilledInTheMidst) {
     const Shared notes;
     std::mt19937 random(static_cast<unsigned>(getpid()));
     std::atomic<long>& stop = notes->sets[7];
@@ -219,7 +228,7 @@ TEST(Names, OutliveProcessesKilledInTheMidst) {
     std::printf("Names %d\nsets %ld\n", kKills, notes->sets[0] + notes->sets[1]);
 }
 
-TEST(Names, GiveEachSignalToOneProcess) {
+TEST_F(Names, GiveEachSignalToOneProcess) {
     const Shared notes;
     constexpr int kEvents = 7;
     constexpr long kSets = 20000;

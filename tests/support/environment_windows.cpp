@@ -4,3 +4,7 @@
 void ztk_test::SetEnvironment(const char* name, const char* value) {
     SetEnvironmentVariableA(name, value);
 }
+
+bool ztk_test::NamesAreShared() {
+    return true;
+}
