@@ -14,8 +14,9 @@ inline void* ZeroedBlock(std::size_t bytes) noexcept {
     if (bytes > kSmall) {
         return std::calloc(1, bytes);
     }
-    void* block = std::malloc(bytes);
-    asm("" : "+r"(block));  // otherwise the compiler makes the two calls one of calloc
+    void* const block = std::malloc(bytes);
+    // Otherwise the compiler makes the two calls one of calloc.
+    asm volatile("" : : "r"(block) : "memory");
     return block != nullptr ? std::memset(block, 0, bytes) : nullptr;
 }
 
