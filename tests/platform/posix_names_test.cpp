@@ -255,6 +255,16 @@ TEST(PosixNamesAnywhere, DISABLED_SurviveRubbish) {
     auto* const table = static_cast<unsigned char*>(
         mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
     close(file);
+    // A mutex of an owner who never was, in a slot that says that it holds none: nothing mends it.
+    HANDLE const odd = Mutex("odd");
+    const auto* const name = reinterpret_cast<const unsigned char*>(Name("odd"));
+    unsigned char* const found = std::search(table, table + bytes, name,
+                                             name + ZTK::StrLength(Name("odd")) * sizeof(wchar_t));
+    ASSERT_NE(found, table + bytes);
+    constexpr std::ptrdiff_t kHead = 144;  // from the slot's state and kind to its name
+    std::copy_n("\xF0\x0F\0\0\x77\0\0\0", 8, found - kHead);
+    EXPECT_EQ(WaitForSingleObject(odd, INFINITE), WAIT_FAILED);
+    CloseHandle(odd);
     std::mt19937 random(1);
     HANDLE kept[] = {Event("kept"), Event("kept manual", TRUE), Mutex("kept mutex")};
     for (int round = 0; round < 3000; ++round) {

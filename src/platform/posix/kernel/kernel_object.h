@@ -23,11 +23,11 @@ struct ObjectKind {
     void (*close)(KernelObject& object) noexcept;
 };
 
-// One block of the private heap, followed by the name's text if there is one. Trivially
-// destructible.
 // The index of an object that is no shared one.
 inline constexpr std::uint32_t kNotShared = ~0U;
 
+// One block of the private heap, followed by the name's text if there is one. Trivially
+// destructible.
 struct KernelObject {
     KernelObject(const ObjectKind& its_kind, bool is_signalled, bool resets = false) noexcept
         : kind(&its_kind), resets_when_taken(resets), signalled(is_signalled) {}

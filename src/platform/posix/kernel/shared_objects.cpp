@@ -107,19 +107,6 @@ KernelObject* NewShared(shared::Kind kind, const ObjectName& name) noexcept {
     return NewObject<SharedEvent>(name, kind == shared::Kind::kManualEvent);
 }
 
-// Looks after what somebody left in the table, under whose lock nothing is reserved. False if the
-// lock cannot be had.
-bool RepairShared() noexcept ZTK_EXCLUDES(dispatcher_lock) {
-    if (!PrepareForShared()) {
-        return false;
-    }
-    const shared::TableSection table;
-    if (table.IsEntered()) {
-        shared::RepairTable();
-    }
-    return table.IsEntered();
-}
-
 // The mutex is free in this process's books. The owner's reference stays to be released.
 void DisownShared(Mutex& mutex) noexcept ZTK_REQUIRES(dispatcher_lock) {
     Disown(mutex);
@@ -178,6 +165,17 @@ void DetachMutexInChild(Mutex& mutex, bool was_free, DispatcherSection& section)
 }
 
 }  // namespace
+
+bool RepairShared() noexcept {
+    if (!PrepareForShared()) {
+        return false;
+    }
+    const shared::TableSection table;
+    if (table.IsEntered()) {
+        shared::RepairTable();
+    }
+    return table.IsEntered();
+}
 
 bool PrepareForShared() noexcept {
     if (shared::CurrentSeat() != shared::kNoSeat) {
@@ -385,8 +383,8 @@ ResetResult TryReset(HANDLE handle) noexcept ZTK_EXCLUDES(dispatcher_lock) {
 
 BOOL ResetSharedEvent(HANDLE handle) noexcept {
     ResetResult result = TryReset(handle);
-    while (result == ResetResult::kReserved) {
-        if (!RepairShared()) {
+    for (int repairs = 0; result == ResetResult::kReserved; ++repairs) {
+        if (repairs == kMostRepairs || !RepairShared()) {
             SetLastError(ERROR_NOT_ENOUGH_MEMORY);
             return FALSE;
         }

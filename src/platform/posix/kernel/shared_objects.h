@@ -52,6 +52,13 @@ bool SetSharedQuietly(KernelObject& object) noexcept ZTK_REQUIRES(dispatcher_loc
 // memory is short.
 bool PrepareForShared() noexcept ZTK_EXCLUDES(dispatcher_lock);
 
+// Waits until who is in the table's lock has left it, and looks after what those who ended have
+// left behind. False if the lock cannot be had.
+bool RepairShared() noexcept ZTK_EXCLUDES(dispatcher_lock);
+
+// How often in a row an object may need that. One that still does has been overwritten.
+inline constexpr int kMostRepairs = 1000;
+
 // Gives a free mutex to thread in this process's books, or one level more of its own.
 void OwnSharedMutex(SharedMutex& mutex, ThreadRecord& thread) noexcept
     ZTK_REQUIRES(dispatcher_lock);

@@ -240,10 +240,10 @@ class SharedWait {
 
     DWORD Run() noexcept ZTK_EXCLUDES(dispatcher_lock) {
         bool time_left = sleeps_;
-        for (;;) {
+        for (int repairs = 0;;) {
             const Look look = LookOnce(time_left);
             if (look == Look::kInRepair) {
-                if (!Repair()) {
+                if (++repairs > kMostRepairs || !RepairShared()) {
                     return End(FailWait(ERROR_NOT_ENOUGH_MEMORY));
                 }
             } else if (look != Look::kUnavailable) {
@@ -251,6 +251,7 @@ class SharedWait {
             } else if (!time_left) {
                 return End(WAIT_TIMEOUT);
             } else {
+                repairs = 0;
                 time_left = watches_.Sleep(timed_ ? &deadline_ : nullptr);
                 FinishPoke();
             }
@@ -383,19 +384,6 @@ class SharedWait {
         shared::table->taking.store(0, std::memory_order_release);
         shared::Step();
         return abandoned;
-    }
-
-    // Waits until who is in the table's lock has left it, and looks after what those who ended have
-    // left behind.
-    static bool Repair() noexcept ZTK_EXCLUDES(dispatcher_lock) {
-        if (!PrepareForShared()) {
-            return false;
-        }
-        const shared::TableSection table;
-        if (table.IsEntered()) {
-            shared::RepairTable();
-        }
-        return table.IsEntered();
     }
 
     // A thread that is about to wake this one touches the waiter until it has set state.
