@@ -488,6 +488,22 @@ inline void ISOListener::OnSocketClosed(std::uint64_t) {}
 
 // A listening socket with its own thread, which accepts connections one after another.
 //
+//     class Door : public ZTK::ISOListener {
+//         bool IsStopping() override { return stopping; }
+//         void OnSocketCreated(std::uint64_t) override {}
+//         void OnListen(const wchar_t*, const wchar_t*, unsigned short) override {}
+//         void OnAccept(ZTK::CServerSocket*, std::uint64_t socket) override { Serve(socket); }
+//         void OnError(ZTK::CServerSocket*, int error) override { Report(error); }
+//     };
+//
+//     ZTK::TSOSocketInfo info = {2, IPPROTO_TCP, 1, L"127.0.0.1", 9000};
+//     ZTK::CServerSocket server(&door, 0, &info);
+//     server.Listen();                   // the outcome comes to OnListen or OnError
+//     ...
+//     stopping = true;
+//     server.Shutdown();                 // ends a blocked accept
+//     server.WaitForThreadExit(5000);
+//
 // Ownership: the listener is borrowed, must not be null when Listen is called, and must outlive the
 // listener thread. The destructor closes the listening socket; stop the thread first.
 //
