@@ -52,3 +52,15 @@ if(MINGW)
         set(objdump \"${CMAKE_OBJDUMP}\")
         include(\"${PROJECT_SOURCE_DIR}/cmake/InstallRuntimeDlls.cmake\")")
 endif()
+
+# What shows values in debuggers.
+install(FILES ${PROJECT_SOURCE_DIR}/debug/natvis/ZtkAgentLib.natvis
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/ZtkAgentLib)
+if(NOT WIN32)
+    install(CODE "
+        set(printers \"${PROJECT_SOURCE_DIR}/debug/gdb/ztk_printers.py\")
+        set(library \"$<TARGET_FILE_NAME:ZtkAgentLib>\")
+        set(libdir \"${CMAKE_INSTALL_LIBDIR}\")
+        set(datadir \"${CMAKE_INSTALL_DATADIR}\")
+        include(\"${PROJECT_SOURCE_DIR}/cmake/InstallGdbPrinters.cmake\")")
+endif()
