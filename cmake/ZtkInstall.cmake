@@ -52,3 +52,17 @@ if(MINGW)
         set(objdump \"${CMAKE_OBJDUMP}\")
         include(\"${PROJECT_SOURCE_DIR}/cmake/InstallRuntimeDlls.cmake\")")
 endif()
+
+# What debuggers show values with, and valgrind's suppressions.
+install(FILES ${PROJECT_SOURCE_DIR}/debug/natvis/ZtkAgentLib.natvis
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/ZtkAgentLib)
+if(NOT WIN32)
+    install(FILES ${PROJECT_SOURCE_DIR}/debug/valgrind/ztk.supp
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/ZtkAgentLib)
+    install(CODE "
+        set(printers \"${PROJECT_SOURCE_DIR}/debug/gdb/ztk_printers.py\")
+        set(library \"$<TARGET_FILE_NAME:ZtkAgentLib>\")
+        set(libdir \"${CMAKE_INSTALL_LIBDIR}\")
+        set(datadir \"${CMAKE_INSTALL_DATADIR}\")
+        include(\"${PROJECT_SOURCE_DIR}/cmake/InstallGdbPrinters.cmake\")")
+endif()
