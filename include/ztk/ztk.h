@@ -16,5 +16,6 @@
 #include "ztk/strings.h"
 #include "ztk/sync.h"
 #include "ztk/threads.h"
+#include "ztk/version.h"
 #include "ztk/wide_string.h"
 #include "ztk/xml.h"
