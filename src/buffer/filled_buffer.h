@@ -8,8 +8,8 @@
 
 namespace ZTK {
 
-// Replaces the text of buffer by the n characters that write(place) writes, terminated. False, with
-// the buffer empty, when there is no room for them.
+// Replaces the text of buffer by the n characters that write(place) writes, terminated; place may
+// be null if n is 0. False, with the buffer empty, when there is no room for them.
 template <class T, class Write>
 bool FillBuffer(CBuffer<T>& buffer, std::size_t n, Write write) noexcept {
     if (n > std::numeric_limits<int>::max() / sizeof(T)) {
@@ -19,12 +19,14 @@ bool FillBuffer(CBuffer<T>& buffer, std::size_t n, Write write) noexcept {
     const int length = static_cast<int>(n);
     buffer.SetLength(length);
     T* const text = buffer.GetBuffer();
-    if (text == nullptr) {
-        return length == 0;
+    if (text == nullptr && length != 0) {
+        return false;
     }
     write(text);
-    buffer.Add(text, length);  // makes what stands there already the text
-    text[n] = 0;
+    if (text != nullptr) {
+        buffer.Add(text, length);  // makes what stands there already the text
+        text[n] = 0;
+    }
     return true;
 }
 
