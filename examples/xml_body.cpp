@@ -3,8 +3,7 @@
 
 #include <algorithm>
 #include <memory>
-
-#include "utf.h"
+#include <optional>
 
 namespace example {
 
@@ -100,24 +99,31 @@ bool XmlBody::Load(std::string_view body, const wchar_t* root, std::string* prob
         *problem = "the body has a document type definition";
         return false;
     }
-    if (!Widen(body, &text_) || !xml_.LoadXML(text_.data())) {
+    std::size_t bad = body.find('\0');  // it would end the text for the parser
+    const std::optional<ZTK::WideText> text =
+        bad == std::string_view::npos ? ZTK::ToWideStrict(body, &bad) : std::nullopt;
+    if (!text) {
+        *problem = "the body is no UTF-8 text at byte " + std::to_string(bad);
+        return false;
+    }
+    if (!xml_.LoadXML(text->c_str())) {
         *problem = "the body is not well-formed XML";
         return false;
     }
     if (!ZTK::StrEqual(xml_.GetRoot()->GetBuffer(), root, true)) {
-        *problem = "the body is no " + ToUtf8(root);
+        *problem = "the body is no " + ZTK::ToUtf8(root);
         return false;
     }
     return true;
 }
 
 std::string XmlBody::Text() {
-    return ToUtf8(xml_.GetRoot()->GetValue());
+    return ZTK::ToUtf8(xml_.GetRoot()->GetValue());
 }
 
 std::string XmlBody::Command() {
     ZTK::CXMLAttribute* command = xml_.FindAttributeV(L"request", L"command", nullptr);
-    return command == nullptr ? "" : ToUtf8(command->GetValue());
+    return command == nullptr ? "" : ZTK::ToUtf8(command->GetValue());
 }
 
 bool XmlBody::Has(const wchar_t* argument) {
@@ -127,7 +133,7 @@ bool XmlBody::Has(const wchar_t* argument) {
 
 std::string XmlBody::Text(const wchar_t* argument) {
     const std::unique_ptr<ZTK::CXMLTag> tag(xml_.FindTagV(L"request", argument, nullptr));
-    return tag == nullptr ? "" : ToUtf8(tag->GetValue());
+    return tag == nullptr ? "" : ZTK::ToUtf8(tag->GetValue());
 }
 
 int XmlBody::Number(const wchar_t* argument, int otherwise) {

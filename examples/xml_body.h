@@ -3,7 +3,6 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include <ztk/ztk.h>
 
@@ -39,7 +38,6 @@ class XmlBody {
 
   private:
     ZTK::CXml xml_;
-    std::vector<wchar_t> text_;  // the body as it is loaded
 };
 
 }  // namespace example

@@ -15,6 +15,7 @@
 #include "ztk/sockets.h"
 #include "ztk/strings.h"
 #include "ztk/sync.h"
+#include "ztk/text.h"
 #include "ztk/threads.h"
 #include "ztk/version.h"
 #include "ztk/wide_string.h"
