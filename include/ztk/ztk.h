@@ -11,6 +11,7 @@
 #include "ztk/memory.h"
 #include "ztk/messages.h"
 #include "ztk/platform.h"
+#include "ztk/scope.h"
 #include "ztk/search.h"
 #include "ztk/sockets.h"
 #include "ztk/strings.h"

@@ -10,8 +10,8 @@
 #include "frame/host/scratch_text.h"
 #include "frame/host/trace_log.h"
 #include "platform/code_page.h"
-#include "sync/lock_guard.h"
 #include "ztk/logging.h"
+#include "ztk/scope.h"
 #include "ztk/sync.h"
 
 namespace ZTK {
@@ -72,7 +72,7 @@ void LogTextA(const char* text) noexcept {
     if (!frame::LoggingEnabled() || text == nullptr || *text == '\0') {
         return;
     }
-    const sync::LockGuard guard(frame::log_state.Get().lock);
+    const CLockGuard guard(frame::log_state.Get().lock);
     frame::WriteUtf8(text);
 }
 
@@ -80,7 +80,7 @@ void LogTextW(const wchar_t* text) noexcept {
     if (!frame::LoggingEnabled() || text == nullptr || *text == L'\0') {
         return;
     }
-    const sync::LockGuard guard(frame::log_state.Get().lock);
+    const CLockGuard guard(frame::log_state.Get().lock);
     frame::WriteTraceLog(text);
 }
 
@@ -89,7 +89,7 @@ void LogHex(const wchar_t* label, unsigned char* data, DWORD size) noexcept {
         return;
     }
     frame::LogState& state = frame::log_state.Get();
-    const sync::LockGuard guard(state.lock);
+    const CLockGuard guard(state.lock);
     const wchar_t* line = state.hex_line.Format(label, data, size);
     if (line != nullptr) {
         frame::WriteTraceLog(line);
