@@ -285,7 +285,7 @@ function end_declaration(    code, i, text, indent, has_tail, plain, class) {
         }
         depth--
         plain = 1
-    } else if (code ~ /^namespace .* *{$|^namespace *{$/) {
+    } else if (code ~ /^namespace .*[{]$|^namespace *[{]$/) {
         scopes[++depth] = "namespace"
         shared = ""
         plain = 1
@@ -364,6 +364,7 @@ function nesting(code, opening, closing,    copy) {
 {
     sub(/\r$/, "")
     gsub(/explicit\(false\) ?/, "")  # Doxygen takes it for a function
+    sub(/^inline namespace/, "namespace")  # whose members Doxygen links to where they are not
 }
 
 # The comment at the head of the file.

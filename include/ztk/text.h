@@ -197,8 +197,8 @@ struct TextMeasure {
 
 // How far a conversion came, in units of either form.
 struct TextProgress {
-    std::size_t taken;
-    std::size_t written;
+    std::size_t taken;    // of the text
+    std::size_t written;  // to the room
 };
 
 // Converts n units of UTF-8 to UTF-16, or the other way round, into out, which has room for room
