@@ -107,7 +107,11 @@ bool XmlBody::Load(std::string_view body, const wchar_t* root, std::string* prob
         return false;
     }
     if (!xml_.LoadXML(text->c_str())) {
+        ZTK::CXMLLoadError error;
         *problem = "the body is not well-formed XML";
+        if (xml_.GetLoadError(error)) {
+            *problem += ", " + ZTK::Describe(error);
+        }
         return false;
     }
     if (!ZTK::StrEqual(xml_.GetRoot()->GetBuffer(), root, true)) {
