@@ -1,11 +1,13 @@
 #include "frame/host/logging.h"
 
 #include <cstdint>
+#include <utility>
 
 #include "frame/base/static_object.h"
 #include "frame/base/tmp_ring.h"
 #include "frame/host/hex_line.h"
 #include "frame/host/last_error_keeper.h"
+#include "frame/host/log_hook.h"
 #include "frame/host/logging_switches.h"
 #include "frame/host/scratch_text.h"
 #include "frame/host/trace_log.h"
@@ -24,6 +26,7 @@ constexpr int kTextMode = 1;
 struct LogState {
     CLock lock;
     HexLine hex_line ZTK_GUARDED_BY(lock);
+    bool line_is_out ZTK_GUARDED_BY(lock) = false;  // the host's log hook may still read it
 };
 
 constinit StaticObject<LogState> log_state;
@@ -49,16 +52,19 @@ void WriteUtf8(const char* text) noexcept {
 }  // namespace
 
 void BuildLogging() noexcept {
+    BuildLogHook();
     log_state.Build();
 }
 
 void DestroyLogging() noexcept {
     log_state.Destroy();
+    DestroyLogHook();
 }
 
 // Not analysed: there is no other thread, and who held the lock may not have come along.
 void RepairLoggingInChild() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
     log_state.Get().hex_line.RepairInChild();
+    ForgetLogHookCallsInChild();
 }
 
 }  // namespace frame
@@ -90,9 +96,13 @@ void LogHex(const wchar_t* label, unsigned char* data, DWORD size) noexcept {
     }
     frame::LogState& state = frame::log_state.Get();
     const CLockGuard guard(state.lock);
-    const wchar_t* line = state.hex_line.Format(label, data, size);
+    frame::HexLine nested;  // for a hook that logs while it is handed a line
+    frame::HexLine& hex_line = state.line_is_out ? nested : state.hex_line;
+    const wchar_t* line = hex_line.Format(label, data, size);
     if (line != nullptr) {
+        const bool was_out = std::exchange(state.line_is_out, true);
         frame::WriteTraceLog(line);
+        state.line_is_out = was_out;
     }
 }
 
