@@ -1,6 +1,6 @@
-// Reads a large body: a peer sends an XML document of 2 MB in UTF-8 over loopback,
-// framed by its length; the agent reads it, and answers with its text in standard Base64, framed
-// alike. Checks itself, takes no arguments, and returns 0 if all of it worked.
+// Reads a large body: a peer sends an XML document of 2 MB in UTF-8 over loopback, framed by its
+// length; the agent reads it, and answers with its text in standard Base64, framed alike. Checks
+// itself, takes no arguments, and returns 0 if all of it worked.
 #include <ztk/ztk.h>
 
 #include <atomic>
@@ -11,6 +11,7 @@
 namespace {
 
 constexpr std::size_t kHeader = 4;  // the length of the body, lowest byte first
+constexpr DWORD kPatience = 60000;  // milliseconds
 
 class Message : public ZTK::CSocketMsg {
   public:
@@ -31,47 +32,47 @@ class Message : public ZTK::CSocketMsg {
 // One side of the connection: gathers what arrives, and wakes whoever waits for a message.
 class Side : public ZTK::ISOReceiver, public ZTK::CSocketMsgReceiver {
   public:
-    ~Side() { CloseHandle(arrived_); }
     ZTK::CSocketMsg* CreateMessage() override { return &message_; }  // there is one each way
     bool IsStopping() override { return false; }
     bool OnReceive(ZTK::CClientSocket*, unsigned char* data, int length) override {
         if (AddMessage(data, length)) {
-            SetEvent(arrived_);
+            SetEvent(arrived_.get());
         }
         return true;
     }
-    void OnDisconnect(ZTK::CClientSocket*) override { SetEvent(arrived_); }
+    void OnDisconnect(ZTK::CClientSocket*) override { SetEvent(arrived_.get()); }
 
     // Empty when none came.
     std::string_view WaitForBody() {
-        WaitForSingleObject(arrived_, 60000);
+        WaitForSingleObject(arrived_.get(), kPatience);
         return Pop() != nullptr ? message_.Body() : std::string_view();
     }
 
   private:
     Message message_;
-    HANDLE arrived_ = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    ZTK::COwnedHandle arrived_{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
 };
 
 class Door : public ZTK::ISOListener {
   public:
-    ~Door() { CloseHandle(changed_); }
     bool IsStopping() override { return false; }
     void OnSocketCreated(std::uint64_t) override {}
-    void OnListen(const wchar_t*, const wchar_t*, unsigned short) override { SetEvent(changed_); }
+    void OnListen(const wchar_t*, const wchar_t*, unsigned short) override {
+        SetEvent(changed_.get());
+    }
     void OnAccept(ZTK::CServerSocket*, std::uint64_t socket) override {
         accepted_ = socket;
-        SetEvent(changed_);
+        SetEvent(changed_.get());
     }
-    void OnError(ZTK::CServerSocket*, int) override { SetEvent(changed_); }
+    void OnError(ZTK::CServerSocket*, int) override { SetEvent(changed_.get()); }
 
     std::uint64_t WaitForChange() {
-        WaitForSingleObject(changed_, 60000);
+        WaitForSingleObject(changed_.get(), kPatience);
         return accepted_;
     }
 
   private:
-    HANDLE changed_ = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    ZTK::COwnedHandle changed_{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
     std::atomic<std::uint64_t> accepted_{0};
 };
 
@@ -81,15 +82,7 @@ bool SendFramed(ZTK::CClientSocket& socket, const std::string& body) {
         packet[i] = static_cast<char>(body.size() >> 8 * i);
     }
     packet += body;
-    std::size_t sent = 0;
-    while (sent < packet.size()) {
-        const int some = socket.Send(packet.data() + sent, static_cast<int>(packet.size() - sent));
-        if (some <= 0) {
-            return false;
-        }
-        sent += static_cast<std::size_t>(some);
-    }
-    return true;
+    return socket.SendAll(packet.data(), packet.size(), kPatience);
 }
 
 // What the agent makes of a body.
@@ -123,7 +116,7 @@ bool Converse(ZTK::CClientSocket& agent, Side& at_agent, ZTK::CClientSocket& pee
             "Gr\xC3\xBC\xC3\x9F"
             "e, \xE4\xB8\xAD\xE6\x96\x87, \xF0\x9F\x98\x80;";
     }
-    HANDLE threads[] = {agent.Receive(0), peer.Receive(0)};
+    const ZTK::COwnedHandle agent_thread(agent.Receive(0)), peer_thread(peer.Receive(0));
     bool good = Check(SendFramed(peer, "<body>" + text + "</body>"), "the peer sends 2 MB");
     const std::string answer = Answer(at_agent.WaitForBody());
     good = Check(SendFramed(agent, answer), "the agent answers") && good;
@@ -137,8 +130,6 @@ bool Converse(ZTK::CClientSocket& agent, Side& at_agent, ZTK::CClientSocket& pee
         socket->Shutdown();
         socket->WaitForThreadExit(-1);
     }
-    CloseHandle(threads[0]);
-    CloseHandle(threads[1]);
     return good;
 }
 
