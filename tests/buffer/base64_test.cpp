@@ -206,6 +206,10 @@ TEST(Base64, TheStandardsDecoderTellsWhatIsWrong) {
     ASSERT_EQ(ZTK::Base64DecodeStandard(text, buffer), body.size());
     EXPECT_TRUE(body == buffer.GetBuffer());
     EXPECT_EQ(ZTK::Base64EncodeStandard({"\x40", 1}), "QA==");
+    std::string place = text;
+    ASSERT_EQ(ZTK::Base64DecodeStandard(place.data(), place.size(), place.data()).size,
+              body.size());
+    EXPECT_TRUE(place.starts_with(body));
 
     constexpr std::size_t kMost = static_cast<std::size_t>(-1) / 4 * 3;
     EXPECT_EQ(ZTK::Base64StandardEncodedSize(kMost), kMost / 3 * 4);

@@ -381,8 +381,9 @@ ZTK_TARGET_AVX2 BlocksDone ConvertByAvx2(const wchar_t* text, const wchar_t* end
 }  // namespace
 #endif
 
-BlocksDone ConvertBlocks(const char* text, const char* end, wchar_t* out,
-                         const wchar_t* out_end) noexcept {
+BlocksDone ConvertBlocks([[maybe_unused]] const char* text, [[maybe_unused]] const char* end,
+                         [[maybe_unused]] wchar_t* out,
+                         [[maybe_unused]] const wchar_t* out_end) noexcept {
 #if defined(ZTK_HAS_AVX2_CODE)
     if (processor::HasAvx2()) {
         return ConvertByAvx2(text, end, out, out_end);
@@ -391,8 +392,9 @@ BlocksDone ConvertBlocks(const char* text, const char* end, wchar_t* out,
     return {0, 0};
 }
 
-BlocksDone ConvertBlocks(const wchar_t* text, const wchar_t* end, char* out,
-                         const char* out_end) noexcept {
+BlocksDone ConvertBlocks([[maybe_unused]] const wchar_t* text, [[maybe_unused]] const wchar_t* end,
+                         [[maybe_unused]] char* out,
+                         [[maybe_unused]] const char* out_end) noexcept {
 #if defined(ZTK_HAS_AVX2_CODE)
     if (processor::HasAvx2()) {
         return ConvertByAvx2(text, end, out, out_end);
