@@ -118,3 +118,19 @@ build_on_windows-x64() {
     x86_64-w64-mingw32-g++-posix -std=c++20 -Wall -Wextra -Werror agent.cpp $flags -o agent.exe &&
         cp "$2"/bin/*.dll .
 }
+
+# check_recipes_page PRESET: the program of docs/recipes.md, which is a peer of its own.
+check_recipes_page() {
+    local preset=$1 dir=$root/build/$1/pages/recipes prefix=$root/build/$1/consumer-prefix
+    rm -rf "$dir"
+    mkdir -p "$dir"
+    install_fresh "$preset" >/dev/null && cd "$dir" || return
+    sed -n '/^```cpp$/,/^```$/{/^```/!p}' "$root/docs/recipes.md" >agent.cpp
+    if [[ $preset == windows-x64 ]]; then
+        build_on_windows-x64 docs/recipes.md "$prefix" &&
+            under_wine timeout 120 "$root/scripts/wine-run" agent.exe
+    else
+        page_block README.md sh pkg-config | sed "s:/opt/ztk:$prefix:g" >run.sh
+        CXXFLAGS='-Wall -Wextra -Werror' timeout 120 bash -e run.sh
+    fi
+}
