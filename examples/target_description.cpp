@@ -28,6 +28,12 @@ std::string AttributeText(ZTK::CXMLTag* tag, const wchar_t* name) {
     return attribute == nullptr ? "" : ToUtf8(attribute->GetValue());
 }
 
+// Why the document refused its text, to stand behind a sentence; empty if that is not known.
+std::string ReasonOf(const ZTK::CXml& xml) {
+    ZTK::CXMLLoadError error;
+    return xml.GetLoadError(error) ? " (" + ZTK::Describe(error) + ")" : "";
+}
+
 // "name:value" of a register in a list.
 std::string ItemText(std::string_view info, std::string_view name) {
     std::string_view value;
@@ -91,7 +97,7 @@ bool TargetDescription::ReadDocument(const std::string& name, std::string* probl
     if (!Widen(text, &wide)) {
         *problem = name + " is no UTF-8 text";
     } else if (!xml.LoadXML(wide.data())) {
-        *problem = name + " is not well-formed";
+        *problem = name + " is not well-formed" + ReasonOf(xml);
     } else if (!IsNamed(xml.GetRoot(), L"target") && !IsNamed(xml.GetRoot(), L"feature")) {
         *problem = name + " is no target description";
     } else {
