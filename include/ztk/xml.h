@@ -243,8 +243,8 @@ class ZTK_API CXMLTag : public CXMLToken {
 struct CXMLLoadError {
     HRESULT code = S_OK;  // the parser's: E_FAIL on Linux, on Windows one for each reason
     String reason;        // a sentence, without a line end; English on Linux
-    LONG line = 0;        // the place in the text: the line, and the character in it, both from 1
-    LONG column = 0;
+    LONG line = 0;        // where in the text it is, from 1
+    LONG column = 0;      // the character in that line, from 1
 };
 
 // "line 3, column 7: Mismatched tag.", in UTF-8, without what is empty. Throws std::bad_alloc.

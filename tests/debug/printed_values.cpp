@@ -23,6 +23,8 @@ void Show() {
     const wchar_t* wide = L"wide \"text\"";
     wchar_t letter = L'\u00FC';
     wchar_t letters[8] = L"array";
+    ZTK::WideText counted(L"counted\0text", 12);
+    ZTK::WideView view = counted;
     ZTK::CBuffer<char> lines;
     lines = "one\ntwo\nthree";
     lines.ToLines();
