@@ -42,6 +42,11 @@ std::uint32_t TakeCharacter(std::string_view* text) {
     return c < kLeast[more] || c > 0x10FFFF || surrogate ? kMalformed : c;
 }
 
+bool IsXmlCharacter(std::uint32_t c) {
+    return c >= 0x20 ? c != kMalformed && c != 0xFFFE && c != 0xFFFF
+                     : c == '\t' || c == '\n' || c == '\r';
+}
+
 void AppendUtf8(std::uint32_t c, std::string* out) {
     if (c < 0x80) {
         out->push_back(static_cast<char>(c));
@@ -74,6 +79,28 @@ bool Widen(std::string_view text, std::vector<wchar_t>* wide) {
     }
     wide->push_back(0);
     return true;
+}
+
+bool IsXmlText(std::string_view text) {
+    while (!text.empty()) {
+        if (!IsXmlCharacter(TakeCharacter(&text))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string ToXmlText(std::string_view text) {
+    std::string valid;
+    valid.reserve(text.size());
+    while (!text.empty()) {
+        std::string_view rest = text;
+        const bool ok = IsXmlCharacter(TakeCharacter(&rest));
+        const std::size_t taken = ok ? text.size() - rest.size() : 1;
+        valid += ok ? text.substr(0, taken) : "?";
+        text.remove_prefix(taken);
+    }
+    return valid;
 }
 
 std::string ToUtf8(const wchar_t* text) {
