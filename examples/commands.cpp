@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "backtrace.h"
+#include "event_body.h"
 #include "expression.h"
 #include "format.h"
 
@@ -92,18 +93,6 @@ std::string Partly(std::size_t done, std::size_t count, const char* verb, Addres
     return done == 0 ? problem
                      : Format("%llu of %llu bytes could be %s, the memory at 0x%llx cannot",
                               Wide(done), Wide(count), verb, Wide(address + done));
-}
-
-// "breakpoint 1 in thread 71 at work (0x401136)"
-std::string DescribeStop(const Event& stop) {
-    std::string text = stop.reason;
-    if (stop.breakpoint != 0 && stop.reason == "breakpoint") {
-        text += Format(" %d", stop.breakpoint);
-    }
-    text += Format(" in thread %llu", Wide(stop.thread));
-    text += stop.symbol.empty() ? Format(" at 0x%llx", Wide(stop.address))
-                                : " at " + stop.symbol + Format(" (0x%llx)", Wide(stop.address));
-    return stop.text.empty() ? text : text + ": " + stop.text;
 }
 
 // Adds a line to a reply of lines.

@@ -24,15 +24,6 @@ constexpr KindName kKindNames[] = {
     {Event::Kind::kThreadEnded, "thread-ended"},
 };
 
-const char* NameOf(Event::Kind kind) {
-    for (const KindName& entry : kKindNames) {
-        if (entry.kind == kind) {
-            return entry.name;
-        }
-    }
-    return "";
-}
-
 std::string Attribute(const char* name, const std::string& value) {
     return value.empty() ? "" : Format(" %s=\"", name) + EscapeXml(value) + "\"";
 }
@@ -75,6 +66,26 @@ Number ToNumber(const std::string& text) {
 }
 
 }  // namespace
+
+const char* NameOf(Event::Kind kind) {
+    for (const KindName& entry : kKindNames) {
+        if (entry.kind == kind) {
+            return entry.name;
+        }
+    }
+    return "";
+}
+
+std::string DescribeStop(const Event& stop) {
+    std::string text = stop.reason;
+    if (stop.breakpoint != 0 && stop.reason == "breakpoint") {
+        text += Format(" %d", stop.breakpoint);
+    }
+    text += Format(" in thread %llu", Wide(stop.thread));
+    text += stop.symbol.empty() ? Format(" at 0x%llx", Wide(stop.address))
+                                : " at " + stop.symbol + Format(" (0x%llx)", Wide(stop.address));
+    return stop.text.empty() ? text : text + ": " + stop.text;
+}
 
 std::string MakeEvent(const Event& event) {
     const bool is_output = event.kind == Event::Kind::kOutput;

@@ -8,6 +8,12 @@
 
 namespace example {
 
+// The name of an event of that kind on the wire, such as "stopped".
+const char* NameOf(Event::Kind kind);
+
+// Why and where the debuggee stopped: "breakpoint 1 in thread 71 at work (0x401136)".
+std::string DescribeStop(const Event& stop);
+
 // <event name="stopped" reason="breakpoint" process="71" thread="71" address="0x401136" .../>
 // Attributes that have nothing to say are left out. docs/wire-format.md has all of them.
 std::string MakeEvent(const Event& event);
