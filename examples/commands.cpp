@@ -399,19 +399,27 @@ bool Commands::Echo(XmlBody& request, std::string* reply) {
 // The value of an expression in which the registers of the thread that stopped, and the names of
 // the debuggee's functions and globals, are known.
 bool Commands::Value(std::string_view expression, std::uint64_t* value, std::string* reply) {
-    const Names names = [this](std::string_view name, std::uint64_t* found) {
-        std::vector<Register> registers;
-        std::string problem;  // while it runs, no name is a register's
-        (void)target_.Registers(0, &registers, &problem);
+    std::vector<Register> registers;
+    std::string no_registers;  // why there are none
+    bool all_known = true;
+    const Names names = [&](std::string_view name, std::uint64_t* found) {
+        if (registers.empty() && no_registers.empty()) {
+            (void)target_.Registers(0, &registers, &no_registers);  // then only symbols are known
+        }
         for (const Register& one : registers) {
             if (name == one.name) {
                 *found = one.value;
                 return true;
             }
         }
-        return target_.FindSymbol(std::string(name), found);
+        all_known = target_.FindSymbol(std::string(name), found);
+        return all_known;
     };
-    return EvaluateExpression(expression, names, value, reply);
+    const bool ok = EvaluateExpression(expression, names, value, reply);
+    if (!all_known && !no_registers.empty()) {
+        *reply += "; registers are not known: " + no_registers;
+    }
+    return ok;
 }
 
 // Each word is an expression that gives a byte.

@@ -8,7 +8,8 @@
 namespace example {
 
 // As long as one of these lives, neither Ctrl-C nor a request to end (SIGTERM, SIGHUP; on Windows a
-// console that is closed) ends the program by itself.
+// console that is closed) ends the program by itself. On Linux the end of whoever reads its output
+// does not either.
 //
 // Make one at a time, before the program has any other thread: on Linux threads inherit from the
 // one that makes them that such signals are not for them. So do programs that they start: whoever

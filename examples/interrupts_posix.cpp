@@ -25,7 +25,10 @@ sigset_t WatchedSignals() {
 class Interrupts::Watch {
   public:
     Watch(HANDLE interrupted, HANDLE end_requested) : signals_(WatchedSignals()) {
-        pthread_sigmask(SIG_BLOCK, &signals_, nullptr);  // cannot fail: the arguments are valid
+        // A reader of our output that goes away, as by the same Ctrl-C, must not end us either.
+        sigset_t blocked = signals_;
+        sigaddset(&blocked, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &blocked, nullptr);  // cannot fail: the arguments are valid
         thread_ = std::thread([this, interrupted, end_requested] {
             int signal = 0;
             while (sigwait(&signals_, &signal) == 0 && !stopping_) {
