@@ -1,15 +1,16 @@
 // A debugger agent: listens, and answers the requests of any number of peers at once.
 //
-//     agent --port 9000 --log agent.log
+//     agent --port 9000 --log agent.log --launch ./program argument
 #include <atomic>
 #include <cstdio>
-#include <iterator>
-#include <list>
 #include <memory>
+#include <vector>
 
 #include "command_line.h"
-#include "connection.h"
+#include "connection_list.h"
+#include "interrupts.h"
 #include "socket_library.h"
+#include "target/target.h"
 
 namespace {
 
@@ -19,8 +20,11 @@ using example::Narrow;
 constexpr const char* kUsage =
     "usage: agent [--host HOST] [--port N] [--port-file F] [--ready-event N] [--peers N]\n"
     "             [--serve-for N] [--log F] [--log-hex]\n"
+    "             [--simulate | --attach PID | --launch PROGRAM [ARGUMENT...]]\n"
+    "       agent --can-trace\n"
     "\n"
-    "Listens for peers and answers their requests (peer sends them; \"help\" lists them).\n"
+    "Listens for peers and answers their requests (peer sends them; \"help\" lists them). They\n"
+    "are about a program that the agent controls, the debuggee.\n"
     "\n"
     "  --host HOST     local name or address to listen on; \"any\" for all (127.0.0.1)\n"
     "  --port N        port to listen on; 0 lets the system choose (0)\n"
@@ -31,9 +35,15 @@ constexpr const char* kUsage =
     "  --once          the same as --serve-for 1\n"
     "  --log F         write a trace log with all received messages to file F\n"
     "  --log-hex       log messages as hex dumps instead of as text\n"
+    "  --simulate      the debuggee is a made-up one, which works everywhere (the default)\n"
+    "  --attach PID    the debuggee is the process of that number, which runs on afterwards\n"
+    "  --launch PROGRAM [ARGUMENT...]  the debuggee is this program, killed when the agent ends;\n"
+    "                  all that follows belongs to it\n"
+    "  --can-trace     only say whether this system lets the agent control processes\n"
     "\n"
-    "The agent also ends when a peer sends the request \"shutdown\".\n"
-    "Exit code: 0 after a clean end, 1 on an error, 2 for a bad command line.\n";
+    "The agent also ends by Ctrl-C and when a peer sends the request \"shutdown\".\n"
+    "Exit code: 0 after a clean end, 1 on an error, 2 for a bad command line; with --can-trace 0\n"
+    "if it can, 1 if not.\n";
 
 struct Settings {
     std::string host;
@@ -44,6 +54,10 @@ struct Settings {
     long serve_for = 0;  // 0: no end
     std::string log;
     bool log_hex = false;
+    bool can_trace = false;
+    bool simulate = false;
+    std::uint64_t attach = 0;         // 0: to none
+    std::vector<std::string> launch;  // empty: nothing
 };
 
 // The whole file appears at once, so that whoever waits for it never reads half a number.
@@ -79,8 +93,12 @@ unsigned ListeningPort(std::uint64_t socket) {
 // connections' threads; Serve runs on the main thread.
 class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
   public:
-    explicit Agent(const Settings& settings)
+    Agent(const Settings& settings, const example::Interrupts& interrupts)
         : settings_(settings),
+          interrupts_(interrupts),
+          target_(settings.simulate ? example::MakeSimulatedTarget(&connections_)
+                                    : example::MakeProcessTarget(&connections_)),
+          commands_(target_.get()),
           endpoint_(example::Endpoint(settings.host, settings.port)),
           changed_(CreateEventW(nullptr, FALSE, FALSE, nullptr)),
           ready_(OpenReadyEvent(settings.ready_event)) {}
@@ -98,13 +116,18 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
         if (ready_ == nullptr && !settings_.ready_event.empty()) {
             return false;
         }
+        TakeControl();
         StartListening();
+        const HANDLE events[] = {changed_, interrupts_.Interrupted(), interrupts_.EndRequested()};
         while (!ending_) {
-            const DWORD woken =
-                WaitForSingleObject(changed_, interrupted_ ? kPauseBeforeListening : INFINITE);
+            const DWORD woken = WaitForMultipleObjects(
+                3, events, FALSE, not_listening_ ? kPauseBeforeListening : INFINITE);
+            if (woken == WAIT_OBJECT_0 + 1 || woken == WAIT_OBJECT_0 + 2) {
+                break;
+            }
             const bool some_ended = RemoveFinishedConnections();
             // What was short may be there again: a connection gave its share back, or time passed.
-            if (interrupted_ && !ending_ && (some_ended || woken == kTimedOut)) {
+            if (not_listening_ && !ending_ && (some_ended || woken == kTimedOut)) {
                 StartListening();
             }
         }
@@ -139,19 +162,14 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
 
     void OnAccept(ZTK::CServerSocket*, std::uint64_t socket) override {
         told_of_error_ = false;
-        if (CountConnections() >= settings_.peers) {
+        if (connections_.Count() >= settings_.peers) {
             Refuse(socket);
             return;
         }
-        auto connection = std::make_unique<Connection>(++accepted_, socket, this, &target_);
-        if (!connection->Start()) {
+        if (!connections_.Start(
+                std::make_unique<Connection>(++accepted_, socket, this, &commands_))) {
             std::fprintf(stderr, "agent: no thread for peer %d\n", accepted_);
-            return;  // drops the peer
         }
-        lock_.Lock();
-        connections_.push_back(std::move(connection));
-        lock_.Unlock();
-        SetEvent(changed_);  // the connection may have ended already, before it was in the list
     }
 
     // Without a listening socket there is nothing to serve. Later, peers are there: when the system
@@ -169,7 +187,7 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
             std::fprintf(stderr, "agent: cannot accept a peer, trying again: %s (%d)\n",
                          text.c_str(), error);
         }
-        interrupted_ = true;
+        not_listening_ = true;
         SetEvent(changed_);
     }
 
@@ -179,6 +197,7 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
         ending_ = true;
         SetEvent(changed_);
     }
+    void OnRoom() override { connections_.OnRoom(); }
     void OnConnectionOver() override { SetEvent(changed_); }
 
   private:
@@ -195,22 +214,35 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
         return event;
     }
 
+    // Peers may do better when this fails: they can launch and attach, too.
+    void TakeControl() {
+        std::string problem;
+        bool ok = true;
+        if (settings_.simulate) {
+            std::printf("agent: the debuggee is a simulated one\n");
+        } else if (settings_.attach != 0) {
+            ok = target_->Attach(settings_.attach, &problem);
+        } else {
+            ok = target_->Launch(settings_.launch, &problem);
+        }
+        if (!ok) {
+            std::fprintf(stderr, "agent: %s\n", problem.c_str());
+        } else if (!settings_.simulate) {
+            std::printf("agent: controls process %llu\n",
+                        static_cast<unsigned long long>(target_->GetState().process));
+        }
+        std::fflush(stdout);
+    }
+
     // The listener thread ends with each error, and a server listens once: this takes a new one.
     void StartListening() {
         if (server_ != nullptr) {
             server_->Shutdown();
             server_->WaitForThreadExit(-1);
         }
-        interrupted_ = false;
+        not_listening_ = false;
         server_ = std::make_unique<ZTK::CServerSocket>(this, 0, &endpoint_);
         (void)server_->Listen();  // OnError tells of what fails
-    }
-
-    std::size_t CountConnections() {
-        lock_.Lock();
-        const std::size_t count = connections_.size();
-        lock_.Unlock();
-        return count;
     }
 
     // Answers no request of this peer, but tells it why.
@@ -230,60 +262,61 @@ class Agent final : public ZTK::ISOListener, public example::ConnectionOwner {
 
     // Whether there were any.
     bool RemoveFinishedConnections() {
-        std::list<std::unique_ptr<Connection>> finished;
-        lock_.Lock();
-        for (auto it = connections_.begin(); it != connections_.end();) {
-            const auto next = std::next(it);
-            if ((*it)->IsOver()) {
-                finished.splice(finished.end(), connections_, it);
-            }
-            it = next;
-        }
-        lock_.Unlock();
-        served_ += static_cast<long>(finished.size());
+        const std::size_t finished = connections_.RemoveFinished();
+        served_ += static_cast<long>(finished);
         if (settings_.serve_for > 0 && served_ >= settings_.serve_for) {
             ending_ = true;
         }
-        return !finished.empty();
-    }  // destroyed without the lock, since that waits for their threads
+        return finished > 0;
+    }
 
-    // First no new peers, then the old ones: all are told to stop before the first is waited for.
+    // First no new peers, then the old ones; what they ask of the target ends before the target.
     void Stop() {
         ending_ = true;
         server_->Shutdown();
         server_->WaitForThreadExit(-1);
-        for (const auto& connection : connections_) {
-            connection->Stop();
-        }
-        connections_.clear();
+        connections_.StopAll();
+        target_.reset();
     }
 
     static constexpr DWORD kPauseBeforeListening = 1000;  // milliseconds
     static constexpr auto kTimedOut = static_cast<DWORD>(WAIT_TIMEOUT);
 
     const Settings settings_;
+    const example::Interrupts& interrupts_;
+    example::ConnectionList connections_;
+    std::unique_ptr<example::Target> target_;  // tells connections_ its events
+    example::Commands commands_;
     ZTK::TSOSocketInfo endpoint_;
     std::unique_ptr<ZTK::CServerSocket> server_;
-    example::Target target_;
     HANDLE changed_;  // auto-reset: something happened that Serve is to look at
     HANDLE ready_;    // manual-reset, null without a name: peers may connect
     std::atomic<bool> ending_{false};
     std::atomic<bool> failed_{false};
     std::atomic<bool> listened_{false};       // once at least
-    std::atomic<bool> interrupted_{false};    // the listener thread ended with an error
+    std::atomic<bool> not_listening_{false};  // the listener thread ended with an error
     std::atomic<bool> told_of_error_{false};  // since the last peer that was accepted
     int accepted_ = 0;                        // touched by the listener thread
     long served_ = 0;                         // touched by the main thread
-    ZTK::CLock lock_;                         // guards connections_
-    std::list<std::unique_ptr<Connection>> connections_;
 };
 
 bool Serve(const Settings& settings) {
+    const example::Interrupts interrupts;  // before any other thread
     const example::SocketLibrary sockets;
-    return Agent(settings).Serve();
+    return Agent(settings, interrupts).Serve();
+}
+
+int SayWhetherWeCanTrace() {
+    std::string problem;
+    const bool can = example::CanControlProcesses(&problem);
+    std::printf("agent: %s\n", can ? "processes can be controlled" : problem.c_str());
+    return can ? 0 : 1;
 }
 
 int Run(const Settings& settings) {
+    if (settings.can_trace) {
+        return SayWhetherWeCanTrace();
+    }
     if (!settings.log.empty()) {
         if (!ZTKOpenTraceLog(ZTK::StrConvert(settings.log.c_str(), 0))) {
             std::fprintf(stderr, "agent: cannot write %s\n", settings.log.c_str());
@@ -302,6 +335,7 @@ int Run(const Settings& settings) {
 int main(int argc, char** argv) {
     example::CommandLine line(argc, argv, "agent", kUsage);
     Settings settings;
+    settings.launch = line.Rest("--launch");
     settings.host = line.Text("--host", "127.0.0.1");
     settings.port = line.Number("--port", 0, 65535, 0);
     settings.port_file = line.Text("--port-file", "");
@@ -310,6 +344,14 @@ int main(int argc, char** argv) {
     settings.serve_for = line.Number("--serve-for", 1, 1000000000, line.Flag("--once") ? 1 : 0);
     settings.log = line.Text("--log", "");
     settings.log_hex = line.Flag("--log-hex");
+    settings.can_trace = line.Flag("--can-trace");
+    settings.attach = static_cast<std::uint64_t>(line.Number("--attach", 1, 2147483647, 0));
+    settings.simulate = line.Flag("--simulate");
+    const bool real = settings.attach != 0 || !settings.launch.empty();
+    if ((settings.attach != 0 && !settings.launch.empty()) || (settings.simulate && real)) {
+        line.Complain("only one of --simulate, --attach and --launch can be given");
+    }
+    settings.simulate = !real;
     int exit_code = 0;
     return line.IsSettled(&exit_code) ? exit_code : Run(settings);
 }

@@ -63,6 +63,21 @@ long CommandLine::RequiredNumber(const char* name, long least, long most) {
     return value;
 }
 
+std::vector<std::string> CommandLine::Rest(const char* name) {
+    const auto found = std::find(arguments_.begin(), arguments_.end(), name);
+    if (found == arguments_.end()) {
+        return {};
+    }
+    taken_.emplace_back(name);
+    std::vector<std::string> rest(found + 1, arguments_.end());
+    arguments_.erase(found, arguments_.end());
+    help_ = std::find(arguments_.begin(), arguments_.end(), "--help") != arguments_.end();
+    if (rest.empty()) {
+        Complain(std::string(name) + " needs a value");
+    }
+    return rest;
+}
+
 void CommandLine::Complain(const std::string& problem) {
     if (problem_.empty()) {
         problem_ = problem;

@@ -21,14 +21,19 @@ class CommandLine {
     [[nodiscard]] long Number(const char* name, long least, long most, long otherwise);
     [[nodiscard]] long RequiredNumber(const char* name, long least, long most);
 
+    // All that follows the option is its value, whatever it looks like; empty without the option.
+    // REQUIRES: asked for before all others, which look at what stands before it.
+    [[nodiscard]] std::vector<std::string> Rest(const char* name);
+
+    // Has IsSettled name a problem, unless there is one already.
+    void Complain(const std::string& problem);
+
     // True if there is nothing left to run: help was asked for and has been shown (*exit_code 0),
     // or an argument was not understood and has been named on standard error (*exit_code 2). Call
     // it after all options have been asked for.
     [[nodiscard]] bool IsSettled(int* exit_code) const;
 
   private:
-    void Complain(const std::string& problem);
-
     const char* program_;
     const char* usage_;
     std::vector<std::string> arguments_;  // that were not asked for yet

@@ -1,6 +1,7 @@
 // One peer of the agent.
 #include "connection.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "command_line.h"
@@ -9,14 +10,15 @@ namespace example {
 
 namespace {
 
-constexpr std::size_t kSendAtOnce = 64 * 1024;  // bytes of answers collected before they are sent
+constexpr std::size_t kSendAtOnce =
+    64 * 1024;  // bytes of answers and events collected before they are sent
 
 }  // namespace
 
-Connection::Connection(int number, std::uint64_t socket, ConnectionOwner* owner, Target* target)
+Connection::Connection(int number, std::uint64_t socket, ConnectionOwner* owner, Commands* commands)
     : number_(number),
       owner_(owner),
-      target_(target),
+      commands_(commands),
       socket_(this, socket, 0),
       answers_(&socket_) {}
 
@@ -58,6 +60,17 @@ bool Connection::Start() {
     return true;
 }
 
+void Connection::Post(const Outbox::Bytes& event) {
+    if (connected_ && !outbox_.Add(event)) {
+        Drop();
+    }
+}
+
+void Connection::Drop() {
+    dropped_ = true;
+    Stop();
+}
+
 bool Connection::IsStopping() {
     return owner_->IsEnding();
 }
@@ -89,9 +102,11 @@ DWORD WINAPI Connection::AnsweringThread(void* connection) {
 void Connection::AnswerUntilDisconnected() {
     // The receiver thread may end without a callback (a reset connection), so its handle is waited
     // for.
-    const HANDLE events[] = {inbox_.Arrived(), receiver_thread_};
-    while (WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0) {
+    const HANDLE events[] = {inbox_.Arrived(), outbox_.Added(), receiver_thread_};
+    while (WaitForMultipleObjects(3, events, FALSE, INFINITE) < WAIT_OBJECT_0 + 2) {
         AnswerWaiting();
+        AddEvents();
+        SendAnswers();
     }
     AnswerWaiting();
     body_.reset();  // on the thread that made it
@@ -121,7 +136,27 @@ void Connection::AnswerWaiting() {
     }
 }
 
+// Adds the events that wait to what is sent: as many as there are now, because a debuggee that
+// writes without end must not keep an answer from being sent.
+void Connection::AddEvents() {
+    std::size_t left = outbox_.GetSize();
+    while (left > 0 && connected_) {
+        const std::size_t moved = outbox_.MoveTo(&answers_, kSendAtOnce);
+        if (moved == 0) {
+            Stop();  // no memory: what the peer knows of the debuggee would be wrong
+        }
+        left -= std::min(left, moved);
+        if (answers_.GetSize() >= kSendAtOnce) {
+            SendAnswers();
+        }
+        owner_->OnRoom();
+    }
+}
+
 void Connection::SendAnswers() {
+    if (answers_.GetSize() == 0) {
+        return;
+    }
     if (connected_ && !answers_.Send()) {
         Stop();
     }
@@ -139,6 +174,7 @@ bool Connection::Answer(Message& message) {
         reply =
             std::string("the XML parser failed: ") + static_cast<const char*>(error.ErrorMessage());
     }
+    AddEvents();
     if (!AddMessage(&answers_, ok ? Kind::kAnswer : Kind::kFailure, message.GetSequence(),
                     MakeAnswer(reply))) {
         Stop();  // no memory: the peer is not to wait for an answer that does not come
@@ -166,7 +202,7 @@ bool Connection::AnswerBody(Message& message, std::string* reply, bool* end_requ
         *reply = "the agent ends";
         return true;
     }
-    return target_->Execute(command, *body_, reply);
+    return commands_->Execute(command, *body_, reply);
 }
 
 void Connection::ReportEnd() {
@@ -176,14 +212,16 @@ void Connection::ReportEnd() {
     if (owner_->IsEnding()) {
         return;
     }
-    if (inbox_.Problem() != nullptr) {
+    if (dropped_) {
+        std::fprintf(stderr, "agent: peer %d dropped: it does not take its events\n", number_);
+    } else if (inbox_.Problem() != nullptr) {
         std::fprintf(stderr, "agent: peer %d dropped: %s\n", number_, inbox_.Problem());
     } else if (socket_.GetLastError() != 0) {
         std::fprintf(stderr, "agent: peer %d: %s (%lu)\n", number_,
                      Narrow(socket_.GetErrorDesc()).c_str(),
                      static_cast<unsigned long>(socket_.GetLastError()));
     }
-    if (inbox_.Problem() == nullptr && inbox_.PendingBytes() != 0) {
+    if (!dropped_ && inbox_.Problem() == nullptr && inbox_.PendingBytes() != 0) {
         std::fprintf(stderr, "agent: peer %d: cut off in mid-message, %llu bytes of it had come\n",
                      number_, static_cast<unsigned long long>(inbox_.PendingBytes()));
     }

@@ -1,12 +1,14 @@
-// One peer of the agent: its socket, its inbox and the thread that answers it.
+// One peer of the agent: its socket, its inbox, its outbox and the thread that answers it.
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 
+#include "commands.h"
 #include "inbox.h"
-#include "target.h"
+#include "outbox.h"
 #include "xml_body.h"
 
 namespace example {
@@ -20,6 +22,9 @@ class ConnectionOwner {
     // A peer wants the agent to end.
     virtual void OnEndRequested() = 0;
 
+    // A connection has sent events that waited.
+    virtual void OnRoom() = 0;
+
     // A connection has answered all it could; it may be stopped and destroyed, from another thread.
     virtual void OnConnectionOver() = 0;
 
@@ -28,13 +33,14 @@ class ConnectionOwner {
 };
 
 // Two threads serve a connection. The library's receiver thread cuts what arrives into messages;
-// our own answering thread takes them out of the inbox, has the target carry them out, and sends
-// the answers. So a slow command does not keep bytes from being received, and no peer waits for
-// another one.
+// our own answering thread takes them out of the inbox, has them carried out, and sends the
+// answers. So a slow command does not keep bytes from being received, and no peer waits for another
+// one. Events come from any thread; the answering thread sends them, too, so that messages never
+// mix, and an event that a command brought about goes out before its answer.
 class Connection final : public ZTK::ISOReceiver {
   public:
-    // Takes ownership of the accepted socket. owner and target are borrowed.
-    Connection(int number, std::uint64_t socket, ConnectionOwner* owner, Target* target);
+    // Takes ownership of the accepted socket. owner and commands are borrowed.
+    Connection(int number, std::uint64_t socket, ConnectionOwner* owner, Commands* commands);
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
@@ -50,6 +56,16 @@ class Connection final : public ZTK::ISOReceiver {
 
     [[nodiscard]] bool IsOver() const { return over_; }
 
+    // Has an event sent, by and by. A peer whose outbox is full is dropped. Any thread.
+    void Post(const Outbox::Bytes& event);
+
+    // Stops the connection because the peer does not take its events. Any thread.
+    void Drop();
+
+    // See Outbox.
+    [[nodiscard]] bool IsBehind() const { return connected_ && outbox_.IsBehind(); }
+    [[nodiscard]] std::chrono::milliseconds IdleTime() { return outbox_.IdleTime(); }
+
     // ISOReceiver
     bool IsStopping() override;
     bool OnReceive(ZTK::CClientSocket* socket, unsigned char* data, int length) override;
@@ -59,6 +75,7 @@ class Connection final : public ZTK::ISOReceiver {
     static DWORD WINAPI AnsweringThread(void* connection);
     void AnswerUntilDisconnected();
     void AnswerWaiting();
+    void AddEvents();
     void SendAnswers();
     bool Answer(Message& message);
     bool AnswerBody(Message& message, std::string* reply, bool* end_requested);
@@ -66,15 +83,17 @@ class Connection final : public ZTK::ISOReceiver {
 
     const int number_;
     ConnectionOwner* const owner_;
-    Target* const target_;
+    Commands* const commands_;
     ZTK::CClientSocket socket_;
     Inbox inbox_;
+    Outbox outbox_;
     HANDLE receiver_thread_ = nullptr;
     HANDLE answering_thread_ = nullptr;
     std::unique_ptr<XmlBody> body_;      // the request at hand; touched by the answering thread
-    ZTK::CSendBatch answers_;            // to be sent together; touched by the answering thread
+    ZTK::CSendBatch answers_;            // to be sent together, and events; touched by the same
     std::uint64_t answered_ = 0;         // touched by the answering thread
     std::atomic<bool> connected_{true};  // answers can still be sent
+    std::atomic<bool> dropped_{false};   // for not taking events
     std::atomic<bool> over_{false};
 };
 

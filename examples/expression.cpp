@@ -1,4 +1,4 @@
-// Arithmetic for the example target.
+// Arithmetic with the names of a debuggee.
 #include "expression.h"
 
 #include <cctype>
@@ -7,6 +7,11 @@
 namespace example {
 
 namespace {
+
+// Names of functions and globals have these two beside letters and digits.
+bool IsWordCharacter(char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '.';
+}
 
 constexpr int kDeepest =
     50;  // the text comes from the peer: it must not choose how deep we recurse
@@ -92,8 +97,7 @@ class Parser {
     bool Word(std::uint64_t* value) {
         SkipBlanks();
         std::size_t length = 0;
-        while (length < text_.size() &&
-               std::isalnum(static_cast<unsigned char>(text_[length])) != 0) {
+        while (length < text_.size() && IsWordCharacter(text_[length])) {
             ++length;
         }
         const std::string_view word = text_.substr(0, length);

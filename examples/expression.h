@@ -1,4 +1,4 @@
-// Arithmetic for the example target: "6*7", "rip + 0x10", "-(1+2)".
+// Arithmetic with the names of a debuggee: "6*7", "rip + 0x10", "-(work+2)".
 #pragma once
 
 #include <cstdint>

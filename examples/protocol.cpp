@@ -120,7 +120,7 @@ const char* Message::PacketProblem() {
         return "the checksum does not match";
     }
     const Kind kind = GetKind();
-    if (kind < Kind::kRequest || kind > Kind::kFailure) {
+    if (kind < Kind::kRequest || kind > Kind::kEvent) {
         return "unknown kind of message";
     }
     return nullptr;

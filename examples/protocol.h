@@ -19,6 +19,7 @@ enum class Kind : std::uint16_t {
     kRequest = 1,  // a command for the agent
     kAnswer = 2,   // what the command gave
     kFailure = 3,  // why the command could not be carried out
+    kEvent = 4,    // what happened to the debuggee: answers no request, its sequence number is 0
 };
 
 // Appends one message to out. Several may be appended and sent together: the receiving side tells

@@ -2,8 +2,11 @@
 #include "xml_body.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
+
+#include "xml_text.h"
 
 namespace example {
 
@@ -12,20 +15,56 @@ namespace {
 // The names of the arguments of each command; the last one takes the rest of the line.
 struct Arguments {
     const char* command;
-    const char* names[2];
+    const char* names[3];
 };
 constexpr Arguments kArguments[] = {
+    {"launch", {"command-line"}},
+    {"attach", {"process"}},
+    {"detach", {"how"}},
     {"registers", {"thread"}},
+    {"write-register", {"name", "value", "thread"}},
     {"read-memory", {"address", "count"}},
     {"write-memory", {"address", "bytes"}},
     {"break", {"address"}},
+    {"delete", {"number"}},
     {"step", {"thread"}},
+    {"backtrace", {"thread"}},
     {"evaluate", {"expression"}},
     {"echo", {"text"}},
 };
 
-std::string Escape(std::string_view text) {
+// Splits the first word off text.
+std::string_view NextWord(std::string_view* text) {
+    const std::size_t end = std::min(text->find(' '), text->size());
+    const std::string_view word = text->substr(0, end);
+    text->remove_prefix(std::min(text->find_first_not_of(' ', end), text->size()));
+    return word;
+}
+
+std::string MakeElement(const std::string& name, std::string_view text) {
+    return "<" + name + ">" + EscapeXml(text) + "</" + name + ">";
+}
+
+std::string MakeArguments(const Arguments& arguments, std::string_view line) {
+    std::string elements;
+    for (std::size_t i = 0; i < std::size(arguments.names) && !line.empty(); ++i) {
+        const bool last = i + 1 == std::size(arguments.names) || arguments.names[i + 1] == nullptr;
+        elements += MakeElement(arguments.names[i], last ? line : NextWord(&line));
+        if (last) {
+            break;
+        }
+    }
+    return elements;
+}
+
+}  // namespace
+
+std::string EscapeXml(std::string_view text) {
+    if (!IsXmlText(text)) {
+        return EscapeXml(ToXmlText(text));
+    }
     std::string escaped;
+    escaped.reserve(text.size());
     for (const char c : text) {
         switch (c) {
             case '<':
@@ -44,26 +83,11 @@ std::string Escape(std::string_view text) {
                 escaped += "&#13;";
                 break;
             default:
-                // XML has no way to write the other control characters.
-                escaped += (c >= 0 && c < ' ' && c != '\t' && c != '\n') ? '?' : c;
+                escaped += c;
         }
     }
     return escaped;
 }
-
-// Splits the first word off text.
-std::string_view NextWord(std::string_view* text) {
-    const std::size_t end = std::min(text->find(' '), text->size());
-    const std::string_view word = text->substr(0, end);
-    text->remove_prefix(std::min(text->find_first_not_of(' ', end), text->size()));
-    return word;
-}
-
-std::string MakeElement(const std::string& name, std::string_view text) {
-    return "<" + name + ">" + Escape(text) + "</" + name + ">";
-}
-
-}  // namespace
 
 std::string MakeRequest(std::string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
@@ -71,17 +95,10 @@ std::string MakeRequest(std::string_view line) {
         return std::string(line);
     }
     const std::string_view command = NextWord(&line);
-    std::string request = "<request command=\"" + Escape(command) + "\">";
+    std::string request = "<request command=\"" + EscapeXml(command) + "\">";
     for (const Arguments& arguments : kArguments) {
-        if (command != arguments.command) {
-            continue;
-        }
-        const bool two = arguments.names[1] != nullptr;
-        if (two && !line.empty()) {
-            request += MakeElement(arguments.names[0], NextWord(&line));
-        }
-        if (!line.empty()) {
-            request += MakeElement(arguments.names[two ? 1 : 0], line);
+        if (command == arguments.command) {
+            request += MakeArguments(arguments, line);
         }
     }
     return request + "</request>";
@@ -89,7 +106,7 @@ std::string MakeRequest(std::string_view line) {
 
 // The answer's own white space counts: it is laid out for reading.
 std::string MakeAnswer(std::string_view text) {
-    return "<answer xml:space=\"preserve\">" + Escape(text) + "</answer>";
+    return "<answer xml:space=\"preserve\">" + EscapeXml(text) + "</answer>";
 }
 
 bool XmlBody::Load(std::string_view body, const wchar_t* root, std::string* problem) {
@@ -125,9 +142,13 @@ std::string XmlBody::Text() {
     return ZTK::ToUtf8(xml_.GetRoot()->GetValue());
 }
 
+std::string XmlBody::Attribute(const wchar_t* name) {
+    ZTK::CXMLAttribute* attribute = xml_.GetRoot()->GetAttribute(name);
+    return attribute == nullptr ? "" : ZTK::ToUtf8(attribute->GetValue());
+}
+
 std::string XmlBody::Command() {
-    ZTK::CXMLAttribute* command = xml_.FindAttributeV(L"request", L"command", nullptr);
-    return command == nullptr ? "" : ZTK::ToUtf8(command->GetValue());
+    return Attribute(L"command");
 }
 
 bool XmlBody::Has(const wchar_t* argument) {

@@ -8,6 +8,9 @@
 
 namespace example {
 
+// Text as XML has it between tags and in attributes. What XML cannot carry at all becomes '?'.
+std::string EscapeXml(std::string_view text);
+
 // The request for a command line: "read-memory 0x1000 16" becomes
 // <request command="read-memory"><address>0x1000</address><count>16</count></request>. A line that
 // is XML already is sent as it is.
@@ -27,6 +30,9 @@ class XmlBody {
 
     // The text of the root.
     [[nodiscard]] std::string Text();
+
+    // An attribute of the root; empty when there is none of that name.
+    [[nodiscard]] std::string Attribute(const wchar_t* name);
 
     // The command of a request; empty when it names none.
     [[nodiscard]] std::string Command();

@@ -1,0 +1,90 @@
+// The modules of a process, and the names in them.
+#include "ptrace_modules.h"
+
+#include <algorithm>
+
+#include "elf_symbols.h"
+#include "ptrace_text.h"
+
+namespace example {
+
+namespace {
+
+// Where a process's file is to be read. The program by way of its process, where it is found even
+// if its file was removed meanwhile; others below what is the root folder to the process.
+std::string PathToRead(pid_t process, const std::string& path, const std::string& program) {
+    const std::string folder = "/proc/" + std::to_string(process);
+    return path == program ? folder + "/exe" : folder + "/root" + path;
+}
+
+bool IsSame(const Module& a, const Module& b) {
+    return a.start == b.start && a.path == b.path;
+}
+
+}  // namespace
+
+std::vector<Module> ProcessModules::Now(pid_t process) {
+    std::vector<Module> list;
+    for (MappedFile& file : MappedFiles(process)) {
+        list.push_back(std::move(file.module));
+    }
+    return list;
+}
+
+std::vector<Module> ProcessModules::Refresh(pid_t process) {
+    const std::string program = ProgramOf(process);
+    std::vector<Loaded> before;
+    before.swap(loaded_);
+    std::vector<Module> fresh;
+    for (MappedFile& file : MappedFiles(process)) {
+        const auto known = std::find_if(before.begin(), before.end(), [&file](const Loaded& one) {
+            return IsSame(one.file.module, file.module);
+        });
+        if (known != before.end()) {
+            known->file = std::move(file);  // it may have grown
+            loaded_.push_back(std::move(*known));
+            before.erase(known);
+            continue;
+        }
+        fresh.push_back(file.module);
+        std::string path = PathToRead(process, file.module.path, program);
+        loaded_.push_back({std::move(file), std::move(path), nullptr});
+    }
+    std::stable_partition(loaded_.begin(), loaded_.end(), [&program](const Loaded& one) {
+        return one.file.module.path == program;
+    });
+    return fresh;
+}
+
+const SymbolTable& ProcessModules::SymbolsOf(Loaded& loaded) {
+    if (loaded.symbols == nullptr) {
+        loaded.symbols = std::make_unique<SymbolTable>();
+        LoadElfSymbols(loaded.path_to_read, loaded.file.module.start, loaded.file.file_offset,
+                       loaded.symbols.get());
+        loaded.symbols->Sort();
+    }
+    return *loaded.symbols;
+}
+
+bool ProcessModules::Find(const std::string& name, Address* address) {
+    return std::any_of(loaded_.begin(), loaded_.end(),
+                       [&](Loaded& one) { return SymbolsOf(one).Find(name, address); });
+}
+
+std::string ProcessModules::Describe(Address address) {
+    for (Loaded& one : loaded_) {
+        const Module& module = one.file.module;
+        if (address < module.start || address >= module.end) {
+            continue;
+        }
+        std::string text = SymbolsOf(one).Describe(address);
+        if (text.empty()) {
+            text =
+                module.path.substr(module.path.rfind('/') + 1) + "+" + Hex(address - module.start);
+        }
+        return text;
+    }
+    return "";
+}
+
+}  // namespace example
