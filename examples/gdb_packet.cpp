@@ -38,19 +38,21 @@ bool ExpandRepetitions(std::string_view text, std::string* out) {
 
 }  // namespace
 
-// Every packet ends where its '#' is, so the length is known once that has arrived.
+// Every packet ends where its '#' is, so the length is known once that has arrived. A long one
+// comes in many chunks, of which each is searched once.
 bool GdbPacket::ParseHeader(int* length, int* offset, int* trailer) {
     const std::string_view bytes(GetPacket(), static_cast<std::size_t>(GetRecvSize()));
     const std::size_t start = std::min(bytes.find_first_not_of("+-"), bytes.size());
     if (bytes.substr(0, start).find('-') != std::string_view::npos) {
         *problem_ = "the server did not receive a packet intact";
-    } else if (start < bytes.size() && bytes[start] != '$') {
+    } else if (start < bytes.size() && bytes[start] != '$' && bytes[start] != '%') {
         *problem_ = "these bytes are no packets; this is not a gdbserver";
     }
     if (*problem_ != nullptr || start == bytes.size()) {
         return false;
     }
-    const std::size_t end = bytes.find('#', start);
+    const std::size_t end = bytes.find('#', std::max(start, searched_));
+    searched_ = end == std::string_view::npos ? bytes.size() : 0;
     if (end == std::string_view::npos) {
         if (bytes.size() > static_cast<std::size_t>(kMaxPacketBytes)) {
             *problem_ = "a packet without an end; this is not a gdbserver";
@@ -61,6 +63,10 @@ bool GdbPacket::ParseHeader(int* length, int* offset, int* trailer) {
     *length = static_cast<int>(end - start - 1);
     *trailer = kCheckBytes;
     return true;
+}
+
+bool GdbPacket::IsNotification() {
+    return GetPacket()[GetPacketSize() - kCheckBytes - GetMsgLength() - 1] == '%';
 }
 
 bool GdbPacket::Decode(std::string* body) {
@@ -82,6 +88,19 @@ std::string MakePacket(std::string_view body) {
     char digits[3];
     std::snprintf(digits, sizeof digits, "%02x", CheckSum(body));
     return "$" + std::string(body) + "#" + digits;
+}
+
+bool FindItem(std::string_view list, std::string_view name, std::string_view* value) {
+    while (!list.empty()) {
+        const std::size_t end = std::min(list.find(';'), list.size());
+        const std::string_view item = list.substr(0, end);
+        list.remove_prefix(std::min(end + 1, list.size()));
+        if (item.starts_with(name)) {
+            *value = item.substr(name.size());
+            return true;
+        }
+    }
+    return false;
 }
 
 bool Unescape(std::string_view data, std::string* out) {

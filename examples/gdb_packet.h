@@ -1,5 +1,5 @@
 // Packets of the remote protocol that debuggers speak with gdbserver: `$` body `#` and two check
-// digits, with acknowledgements in between.
+// digits, with acknowledgements in between. A `%` begins one that nobody asked for.
 #pragma once
 
 #include <atomic>
@@ -12,9 +12,9 @@
 
 namespace example {
 
-inline constexpr int kMaxPacketBytes = 1 << 20;  // far more than gdbserver sends
+inline constexpr int kMaxPacketBytes = 1 << 22;  // some servers put a whole document into one
 
-// A received packet. What stands before its `$` is its header: acknowledgements of what we sent.
+// A received packet. What stands before its body is its header: acknowledgements of what we sent.
 class GdbPacket : public ZTK::CSocketMsg {
   public:
     // *problem is set to a static text when the bytes are no packet. All that follows is refused.
@@ -23,12 +23,16 @@ class GdbPacket : public ZTK::CSocketMsg {
 
     bool ParseHeader(int* length, int* offset, int* trailer) override;
 
+    // Whether it tells something that nobody asked for. REQUIRES: the packet is complete.
+    bool IsNotification();
+
     // The body with its repetitions expanded; escapes are left in place. Returns whether the check
     // digits match and the body makes sense. REQUIRES: the packet is complete.
     bool Decode(std::string* body);
 
   private:
     std::atomic<const char*>* problem_;  // borrowed
+    std::size_t searched_ = 0;           // bytes in which the end was not found
 };
 
 // Cuts the stream into packets and owns them.
@@ -50,6 +54,10 @@ class GdbReceiver : public ZTK::CSocketMsgReceiver {
 
 // A packet to send.
 std::string MakePacket(std::string_view body);
+
+// The value of "name=value", the sign of "name+" and so on, in a list separated by semicolons;
+// false when nothing there begins with name.
+bool FindItem(std::string_view list, std::string_view name, std::string_view* value);
 
 // Replaces the escapes of binary data. False when the last one is cut short.
 bool Unescape(std::string_view data, std::string* out);

@@ -1,4 +1,4 @@
-// A connection to a gdbserver.
+// A connection to a gdbserver, or to another server of its protocol.
 #include "gdb_session.h"
 
 #include <algorithm>
@@ -10,27 +10,24 @@ namespace example {
 
 namespace {
 
-constexpr std::size_t kMaxDocumentBytes = 1 << 20;
-
-// The value of "name=value", or the sign of "name+", in a list separated by semicolons; false when
-// it is not there.
-bool FindFeature(std::string_view list, std::string_view name, std::string_view* value) {
-    while (!list.empty()) {
-        const std::size_t end = std::min(list.find(';'), list.size());
-        const std::string_view item = list.substr(0, end);
-        list.remove_prefix(std::min(end + 1, list.size()));
-        if (item.substr(0, name.size()) == name) {
-            *value = item.substr(name.size());
-            return true;
-        }
-    }
-    return false;
-}
+constexpr std::size_t kMaxDocumentBytes = std::size_t{1} << 23;
 
 std::string Hex(std::size_t number) {
     char text[2 * sizeof number];
     const auto written = std::to_chars(text, text + sizeof text, number, 16);
     return std::string(text, written.ptr);
+}
+
+// An answer that is not what was asked for, in words. It is a server's text, and may be long.
+std::string Refusal(const std::string& answer) {
+    constexpr std::size_t kShown = 80;
+    if (answer.empty()) {
+        return "it does not know the request";
+    }
+    if (answer.starts_with("E.")) {
+        return answer.substr(2, kShown);
+    }
+    return answer[0] == 'E' ? "error " + answer.substr(1, kShown) : answer.substr(0, kShown);
 }
 
 }  // namespace
@@ -85,7 +82,11 @@ GdbPacket* GdbSession::NextPacket(const std::string& request) {
     const HANDLE events[] = {arrived_, receiver_thread_};
     for (DWORD woken = WAIT_OBJECT_0;;) {
         if (auto* packet = static_cast<GdbPacket*>(packets_.Pop())) {
-            return packet;
+            if (!packet->IsNotification()) {
+                return packet;
+            }
+            packets_.PushPool(packet);
+            continue;
         }
         if (packets_.Problem() != nullptr) {
             throw SessionError{"no answer to " + request + ": " + packets_.Problem()};
@@ -121,53 +122,78 @@ void GdbSession::Agree() {
     // them.
     const std::string offers = Ask("qSupported:xmlRegisters=i386");
     std::string_view value;
-    if (!FindFeature(offers, "qXfer:features:read", &value) || value != "+") {
-        throw SessionError{"the server does not describe its target"};
+    has_documents_ = FindItem(offers, "qXfer:features:read", &value) && value == "+";
+    AgreeOnSize(offers);
+    const std::string stop = Ask("?");
+    if (!stop.empty() && (stop[0] == 'W' || stop[0] == 'X')) {
+        throw SessionError{"the server's target has ended: " + Refusal(stop)};
     }
+    if (stop.empty() || (stop[0] != 'T' && stop[0] != 'S')) {
+        throw SessionError{"the server has no stopped target: " + Refusal(stop)};
+    }
+    SelectThread(stop);
+}
+
+void GdbSession::AgreeOnSize(std::string_view offers) {
     std::size_t bytes = 0;
-    if (FindFeature(offers, "PacketSize=", &value)) {
+    if (std::string_view value; FindItem(offers, "PacketSize=", &value)) {
         const auto parsed = std::from_chars(value.data(), value.data() + value.size(), bytes, 16);
         if (parsed.ec != std::errc() || parsed.ptr != value.data() + value.size() || bytes < 64) {
-            throw SessionError{"the answer to qSupported is malformed"};
+            throw SessionError{"the answer to qSupported is malformed: PacketSize=" +
+                               Refusal(std::string(value))};
         }
     }
     packet_bytes_ = std::clamp<std::size_t>(bytes, 400, kMaxPacketBytes / 2);
-    const std::string stopped = Ask("?");
-    if (stopped.empty() || (stopped[0] != 'T' && stopped[0] != 'S')) {
-        throw SessionError{"the server has no stopped target"};
+}
+
+// Thread 0 is any. Some servers want to hear the name of the one that stopped, which is behind the
+// reason and the signal; others select none, and describe the target all the same.
+void GdbSession::SelectThread(std::string_view stop) {
+    std::string answer = Ask("Hg0");
+    std::string_view thread;
+    if (answer != "OK" && stop.size() > 3 && FindItem(stop.substr(3), "thread:", &thread)) {
+        answer = Ask("Hg" + std::string(thread));
     }
-    if (const std::string selected = Ask("Hg0"); selected != "OK") {
-        throw SessionError{"the server selects no thread: " + selected};
+    if (answer != "OK") {
+        notes_.push_back("the server selects no thread: " + Refusal(answer));
     }
 }
 
-std::string GdbSession::ReadDescription(const std::string& annex) {
-    std::string document;
+bool GdbSession::ReadDocument(const std::string& annex, std::string* document) {
+    document->clear();
     for (bool more = true; more;) {
-        const std::string answer = Ask("qXfer:features:read:" + annex + ":" + Hex(document.size()) +
-                                       "," + Hex(packet_bytes_ - 8));
+        const std::string answer = Ask("qXfer:features:read:" + annex + ":" +
+                                       Hex(document->size()) + "," + Hex(packet_bytes_ - 8));
         if (answer.empty() || answer[0] == 'E') {
-            throw SessionError{"the server has no " + annex};
+            *document = "the server does not give " + annex + ": " + Refusal(answer);
+            return false;
         }
-        const std::size_t before = document.size();
+        const std::size_t before = document->size();
         if ((answer[0] != 'l' && answer[0] != 'm') ||
-            !Unescape(std::string_view(answer).substr(1), &document)) {
-            throw SessionError{"the answer to qXfer is malformed"};
+            !Unescape(std::string_view(answer).substr(1), document)) {
+            throw SessionError{"the answer to qXfer for " + annex +
+                               " is malformed: " + Refusal(answer)};
         }
         more = answer[0] == 'm';
-        if (more && document.size() == before) {
+        if (more && document->size() == before) {
             throw SessionError{annex + " goes on without end"};
         }
-        if (document.size() > kMaxDocumentBytes) {
-            throw SessionError{annex + " is too large"};
+        if (document->size() > kMaxDocumentBytes) {
+            throw SessionError{annex + " is too large: more than " +
+                               std::to_string(kMaxDocumentBytes) + " bytes"};
         }
     }
-    return document;
+    return true;
+}
+
+bool GdbSession::ReadRegister(int number, std::string* info) {
+    *info = Ask("qRegisterInfo" + Hex(static_cast<std::size_t>(number)));
+    return !info->empty() && (*info)[0] != 'E';
 }
 
 void GdbSession::Detach() {
     if (const std::string answer = Ask("D"); answer != "OK") {
-        throw SessionError{"the server did not let its target go: " + answer};
+        throw SessionError{"the server did not let its target go: " + Refusal(answer)};
     }
     Send(acknowledgement_, "D");
 }

@@ -1,5 +1,5 @@
-// Asks a running gdbserver what its target looks like, and prints architecture, features and
-// registers.
+// Asks a running gdbserver, or another server of its protocol, what its target looks like, and
+// prints architecture, features and registers.
 //
 //     gdbserver --once 127.0.0.1:9001 /bin/true
 //     gdb_target --port 9001
@@ -26,13 +26,16 @@ constexpr const char* kUsage =
     "Exit code: 0 when the target was described, 1 on an error, 2 for a bad command line.\n";
 
 void Print(const example::TargetDescription& target) {
-    std::printf("architecture: %s\n", target.Architecture().c_str());
+    if (!target.Architecture().empty()) {
+        std::printf("architecture: %s\n", target.Architecture().c_str());
+    }
     if (!target.System().empty()) {
         std::printf("system:       %s\n", target.System().c_str());
     }
     std::printf("features:\n");
     for (const example::Feature& feature : target.Features()) {
-        std::printf("  %-32s %3u registers\n", feature.name.c_str(),
+        const char* name = feature.name.empty() ? "(no name)" : feature.name.c_str();
+        std::printf("  %-32s %3u registers\n", name,
                     static_cast<unsigned>(feature.registers.size()));
     }
     std::printf("registers:\n  %6s  %-12s %5s  %s\n", "number", "name", "bits", "type");
@@ -44,21 +47,49 @@ void Print(const example::TargetDescription& target) {
     }
 }
 
+void PrintNotes(const std::vector<std::string>& notes) {
+    for (const std::string& note : notes) {
+        std::fprintf(stderr, "gdb_target: note: %s\n", note.c_str());
+    }
+}
+
+// From the server's documents, or from its list of registers. Throws SessionError.
+example::TargetDescription Read(example::GdbSession& session) {
+    example::TargetDescription target;
+    std::string problem = "the server has no documents about it";
+    const example::DocumentSource documents = [&session](const std::string& name,
+                                                         std::string* text) {
+        return session.ReadDocument(name, text);
+    };
+    if (session.HasDocuments() && target.Read(documents, &problem)) {
+        return target;
+    }
+    PrintNotes(target.Notes());
+    example::TargetDescription list;
+    if (!list.ReadList([&session](int number, std::string* info) {
+            return session.ReadRegister(number, info);
+        })) {
+        throw example::SessionError{"the target cannot be described: " + problem +
+                                    ", and no list of its registers"};
+    }
+    PrintNotes({problem + "; these are the registers of its list"});
+    return list;
+}
+
 // Throws SessionError.
 void Describe(const std::string& host, long port, long timeout) {
     example::GdbSession session(static_cast<DWORD>(timeout * 1000));
     session.Connect(host, port);
     session.Agree();
-    example::TargetDescription target;
-    std::string problem;
-    const example::DocumentSource source = [&session](const std::string& name) {
-        return session.ReadDescription(name);
-    };
-    if (!target.Read(source, &problem)) {
-        throw example::SessionError{"the target's description makes no sense: " + problem};
-    }
-    session.Detach();
+    const example::TargetDescription target = Read(session);
     Print(target);
+    PrintNotes(session.Notes());
+    PrintNotes(target.Notes());
+    try {
+        session.Detach();
+    } catch (const example::SessionError& error) {
+        PrintNotes({error.text});  // some servers close the connection instead
+    }
 }
 
 int Run(const std::string& host, long port, long timeout) {

@@ -16,21 +16,15 @@ InputFile::InputFile(const std::string& path)
       handle_(CreateFileW(ZTK::StrConvert(path.c_str(), 0), GENERIC_READ,
                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
                           FILE_ATTRIBUTE_NORMAL, nullptr)),
-      error_(handle_ == INVALID_HANDLE_VALUE ? GetLastError() : 0) {}
-
-InputFile::~InputFile() {
-    if (handle_ != INVALID_HANDLE_VALUE) {
-        CloseHandle(handle_);
-    }
-}
+      error_(handle_ ? 0 : GetLastError()) {}
 
 std::string InputFile::Problem(DWORD* size) const {
-    if (handle_ == INVALID_HANDLE_VALUE) {
+    if (!handle_) {
         return OpenProblem();
     }
     DWORD high = 0;
     SetLastError(0);
-    *size = GetFileSize(handle_, &high);
+    *size = GetFileSize(handle_.get(), &high);
     if (*size == INVALID_FILE_SIZE && GetLastError() != 0) {
         return "is no file";
     }
@@ -40,7 +34,7 @@ std::string InputFile::Problem(DWORD* size) const {
 bool InputFile::TakeMark() const {
     unsigned char mark[2] = {};
     DWORD read = 0;
-    return ReadFile(handle_, mark, sizeof mark, &read, nullptr) != 0 && read == sizeof mark &&
+    return ReadFile(handle_.get(), mark, sizeof mark, &read, nullptr) != 0 && read == sizeof mark &&
            mark[0] == 0xFF && mark[1] == 0xFE;
 }
 

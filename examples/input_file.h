@@ -11,11 +11,8 @@ namespace example {
 class InputFile {
   public:
     explicit InputFile(const std::string& path);
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
-    ~InputFile();
 
-    [[nodiscard]] HANDLE Handle() const { return handle_; }
+    [[nodiscard]] HANDLE Handle() const { return handle_.get(); }
 
     // Why there is nothing to read, or an empty text. *size receives the size in bytes.
     std::string Problem(DWORD* size) const;
@@ -27,7 +24,7 @@ class InputFile {
     std::string OpenProblem() const;
 
     const std::string path_;
-    const HANDLE handle_;
+    const ZTK::COwnedHandle handle_;
     const DWORD error_;
 };
 

@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include "gdb_packet.h"
+#include "mend_xml.h"
 #include "utf.h"
 
 namespace example {
@@ -10,6 +12,9 @@ namespace example {
 namespace {
 
 constexpr std::size_t kMostDocuments = 64;
+constexpr std::size_t kMostNotes = 20;
+constexpr int kMostNested = 100;  // elements, over all documents that include one another
+constexpr int kMostListed = 10000;
 
 // Whether a tag has this name, whatever its prefix and its case are.
 bool IsNamed(ZTK::CXMLTag* tag, const wchar_t* name) {
@@ -23,110 +28,146 @@ std::string AttributeText(ZTK::CXMLTag* tag, const wchar_t* name) {
     return attribute == nullptr ? "" : ToUtf8(attribute->GetValue());
 }
 
-// Descriptions name a document type definition that is installed with the debugger and need not be
-// on this machine. They can be read without it.
-void RemoveDoctype(std::string* document) {
-    const std::size_t start = document->find("<!DOCTYPE");
-    if (start == std::string::npos) {
-        return;
-    }
-    const std::size_t end = document->find_first_of("[>", start);
-    if (end != std::string::npos && (*document)[end] == '>') {
-        document->erase(start, end + 1 - start);
-    }
+// Why the document refused its text, to stand behind a sentence; empty if that is not known.
+std::string ReasonOf(const ZTK::CXml& xml) {
+    ZTK::CXMLLoadError error;
+    return xml.GetLoadError(error) ? " (" + ZTK::Describe(error) + ")" : "";
+}
+
+// "name:value" of a register in a list.
+std::string ItemText(std::string_view info, std::string_view name) {
+    std::string_view value;
+    return FindItem(info, name, &value) ? std::string(value) : "";
 }
 
 }  // namespace
 
 bool TargetDescription::Read(const DocumentSource& source, std::string* problem) {
     source_ = &source;
-    const bool ok = ReadDocument("target.xml");
-    *problem = problem_;
-    return ok;
-}
-
-bool TargetDescription::Fail(std::string problem) {
-    if (problem_.empty()) {
-        problem_ = std::move(problem);
+    if (!ReadDocument("target.xml", problem)) {
+        return false;
     }
+    for (const Feature& feature : features_) {
+        if (!feature.registers.empty()) {
+            return true;
+        }
+    }
+    *problem = "it describes no registers";
     return false;
 }
 
+bool TargetDescription::ReadList(const RegisterSource& source) {
+    std::string info;
+    for (int number = 0; number < kMostListed && source(number, &info); ++number) {
+        const std::string set = ItemText(info, "set:");
+        if (features_.empty() || features_.back().name != set) {
+            features_.push_back({set, {}});
+        }
+        const std::string bits = ItemText(info, "bitsize:");
+        AddRegister({number, ItemText(info, "name:"), ZTK::StrToIntA(bits.c_str()),
+                     ItemText(info, "encoding:")});
+    }
+    return !features_.empty();
+}
+
+void TargetDescription::Note(std::string text) {
+    if (notes_.size() < kMostNotes) {
+        notes_.push_back(std::move(text));
+    }
+}
+
 // A document is read once: documents that include one another would go on for ever.
-bool TargetDescription::ReadDocument(const std::string& name) {
+bool TargetDescription::ReadDocument(const std::string& name, std::string* problem) {
     if (!read_.insert(name).second) {
         return true;
     }
     if (read_.size() > kMostDocuments) {
-        return Fail("too many documents");
+        *problem = "too many documents for " + name;
+        return false;
     }
-    std::string text = (*source_)(name);
+    std::string text;
+    if (!(*source_)(name, &text)) {
+        *problem = text;
+        return false;
+    }
     RemoveDoctype(&text);
+    DeclarePrefix(&text, "xi", "http://www.w3.org/2001/XInclude");
     std::vector<wchar_t> wide;
     ZTK::CXml xml;
-    if (!Widen(text, &wide) || !xml.LoadXML(wide.data())) {
-        return Fail(name + " is not well-formed");
+    if (!Widen(text, &wide)) {
+        *problem = name + " is no UTF-8 text";
+    } else if (!xml.LoadXML(wide.data())) {
+        *problem = name + " is not well-formed" + ReasonOf(xml);
+    } else if (!IsNamed(xml.GetRoot(), L"target") && !IsNamed(xml.GetRoot(), L"feature")) {
+        *problem = name + " is no target description";
+    } else {
+        ReadElement(xml.GetRoot());
+        return true;
     }
-    if (!IsNamed(xml.GetRoot(), L"target") && !IsNamed(xml.GetRoot(), L"feature")) {
-        return Fail(name + " is no target description");
-    }
-    return ReadElement(xml.GetRoot());
+    return false;
 }
 
 // Elements that we do not know (types, for the most part) are left out.
-bool TargetDescription::ReadElement(ZTK::CXMLTag* tag) {
+void TargetDescription::ReadElement(ZTK::CXMLTag* tag) {
     if (IsNamed(tag, L"target")) {
-        return ReadChildren(tag);
-    }
-    if (IsNamed(tag, L"include")) {
-        return ReadInclude(tag);
-    }
-    if (IsNamed(tag, L"reg")) {
-        return ReadRegister(tag);
-    }
-    if (IsNamed(tag, L"architecture")) {
+        ReadChildren(tag);
+    } else if (IsNamed(tag, L"include")) {
+        ReadInclude(tag);
+    } else if (IsNamed(tag, L"reg")) {
+        ReadRegister(tag);
+    } else if (IsNamed(tag, L"architecture")) {
         architecture_ = ToUtf8(tag->GetValue());
     } else if (IsNamed(tag, L"osabi")) {
         system_ = ToUtf8(tag->GetValue());
     } else if (IsNamed(tag, L"feature")) {
         features_.push_back({AttributeText(tag, L"name"), {}});
-        return ReadChildren(tag);
+        ReadChildren(tag);
     }
-    return true;
 }
 
-bool TargetDescription::ReadChildren(ZTK::CXMLTag* tag) {
+void TargetDescription::ReadChildren(ZTK::CXMLTag* tag) {
+    if (depth_ == kMostNested) {
+        Note("elements within elements are left out from a depth of " + std::to_string(depth_));
+        return;
+    }
+    ++depth_;
     for (std::unique_ptr<ZTK::CXMLTag> child(tag->FirstTag()); child; child.reset(tag->NextTag())) {
-        if (!ReadElement(child.get())) {
-            return false;
-        }
+        ReadElement(child.get());
     }
-    return true;
+    --depth_;
 }
 
-bool TargetDescription::ReadInclude(ZTK::CXMLTag* tag) {
+void TargetDescription::ReadInclude(ZTK::CXMLTag* tag) {
+    std::string problem = "an include names no document";
     const std::string name = AttributeText(tag, L"href");
-    return name.empty() ? Fail("an include names no document") : ReadDocument(name);
+    if (name.empty() || !ReadDocument(name, &problem)) {
+        Note(problem + "; its registers are left out, and the numbers behind them may be wrong");
+    }
 }
 
 // Registers are numbered one after another unless they say otherwise.
-bool TargetDescription::ReadRegister(ZTK::CXMLTag* tag) {
+void TargetDescription::ReadRegister(ZTK::CXMLTag* tag) {
     ZTK::CXMLAttribute* bits = tag->GetAttribute(L"bitsize");
     ZTK::CXMLAttribute* number = tag->GetAttribute(L"regnum");
-    Register added;
-    added.name = AttributeText(tag, L"name");
-    added.bits = bits == nullptr ? 0 : bits->ToInt();
-    added.type = AttributeText(tag, L"type");
-    added.number = number == nullptr ? next_number_ : number->ToInt();
-    if (features_.empty() || added.name.empty() || added.bits < 1) {
-        return Fail("a register without feature, name or width");
+    if (features_.empty()) {
+        features_.push_back({});
+    }
+    AddRegister({number == nullptr ? next_number_ : number->ToInt(), AttributeText(tag, L"name"),
+                 bits == nullptr ? 0 : bits->ToInt(), AttributeText(tag, L"type")});
+}
+
+void TargetDescription::AddRegister(Register added) {
+    next_number_ = added.number + 1;
+    if (added.name.empty() || added.bits < 1) {
+        Note("register " + std::to_string(added.number) +
+             (added.name.empty() ? " has no name" : ", " + added.name + ", has no width") +
+             " and is left out");
+        return;
     }
     if (added.type.empty()) {
         added.type = "int";
     }
-    next_number_ = added.number + 1;
     features_.back().registers.push_back(std::move(added));
-    return true;
 }
 
 }  // namespace example

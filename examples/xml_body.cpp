@@ -4,8 +4,9 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <optional>
 
-#include "utf.h"
+#include "xml_text.h"
 
 namespace example {
 
@@ -58,36 +59,6 @@ std::string MakeArguments(const Arguments& arguments, std::string_view line) {
 
 }  // namespace
 
-std::string EscapeXml(std::string_view text) {
-    if (!IsXmlText(text)) {
-        return EscapeXml(ToXmlText(text));
-    }
-    std::string escaped;
-    escaped.reserve(text.size());
-    for (const char c : text) {
-        switch (c) {
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            case '\r':
-                escaped += "&#13;";
-                break;
-            default:
-                escaped += c;
-        }
-    }
-    return escaped;
-}
-
 std::string MakeRequest(std::string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
     if (line.substr(0, 1) == "<") {
@@ -115,24 +86,35 @@ bool XmlBody::Load(std::string_view body, const wchar_t* root, std::string* prob
         *problem = "the body has a document type definition";
         return false;
     }
-    if (!Widen(body, &text_) || !xml_.LoadXML(text_.data())) {
+    std::size_t bad = body.find('\0');  // it would end the text for the parser
+    const std::optional<ZTK::WideText> text =
+        bad == std::string_view::npos ? ZTK::ToWideStrict(body, &bad) : std::nullopt;
+    if (!text) {
+        *problem = "the body is no UTF-8 text at byte " + std::to_string(bad);
+        return false;
+    }
+    if (!xml_.LoadXML(text->c_str())) {
+        ZTK::CXMLLoadError error;
         *problem = "the body is not well-formed XML";
+        if (xml_.GetLoadError(error)) {
+            *problem += ", " + ZTK::Describe(error);
+        }
         return false;
     }
     if (!ZTK::StrEqual(xml_.GetRoot()->GetBuffer(), root, true)) {
-        *problem = "the body is no " + ToUtf8(root);
+        *problem = "the body is no " + ZTK::ToUtf8(root);
         return false;
     }
     return true;
 }
 
 std::string XmlBody::Text() {
-    return ToUtf8(xml_.GetRoot()->GetValue());
+    return ZTK::ToUtf8(xml_.GetRoot()->GetValue());
 }
 
 std::string XmlBody::Attribute(const wchar_t* name) {
     ZTK::CXMLAttribute* attribute = xml_.GetRoot()->GetAttribute(name);
-    return attribute == nullptr ? "" : ToUtf8(attribute->GetValue());
+    return attribute == nullptr ? "" : ZTK::ToUtf8(attribute->GetValue());
 }
 
 std::string XmlBody::Command() {
@@ -146,7 +128,7 @@ bool XmlBody::Has(const wchar_t* argument) {
 
 std::string XmlBody::Text(const wchar_t* argument) {
     const std::unique_ptr<ZTK::CXMLTag> tag(xml_.FindTagV(L"request", argument, nullptr));
-    return tag == nullptr ? "" : ToUtf8(tag->GetValue());
+    return tag == nullptr ? "" : ZTK::ToUtf8(tag->GetValue());
 }
 
 int XmlBody::Number(const wchar_t* argument, int otherwise) {

@@ -3,14 +3,10 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include <ztk/ztk.h>
 
 namespace example {
-
-// Text as XML has it between tags and in attributes. What XML cannot carry at all becomes '?'.
-std::string EscapeXml(std::string_view text);
 
 // The request for a command line: "read-memory 0x1000 16" becomes
 // <request command="read-memory"><address>0x1000</address><count>16</count></request>. A line that
@@ -45,7 +41,6 @@ class XmlBody {
 
   private:
     ZTK::CXml xml_;
-    std::vector<wchar_t> text_;  // the body as it is loaded
 };
 
 }  // namespace example

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "input_file.h"
-#include "utf.h"
 
 namespace {
 
@@ -105,9 +104,7 @@ std::string Utf8(const char* line, int length) {
     return {line, static_cast<std::size_t>(length)};
 }
 std::string Utf8(const wchar_t* line, int length) {
-    std::vector<wchar_t> text(line, line + length);
-    text.push_back(0);
-    return example::ToUtf8(text.data());
+    return ZTK::ToUtf8(ZTK::WideView(line, static_cast<std::size_t>(length)));
 }
 
 // The search in files of one width.

@@ -93,6 +93,45 @@ function print_text(text, mark,    lines, count, i, line, kind, last_kind, blank
     }
 }
 
+# --- What the page of a family's main class has besides its description: the example that the header
+# begins with, where the class has none of its own, and the guides that tell more.
+
+BEGIN {
+    guides["CXml"] = "md_docs_reading_xml"
+    guides["CSocketMsg"] = "md_docs_threads_and_lifetimes md_docs_failures md_docs_wire_format"
+    guides["CServerSocket"] = "md_docs_threads_and_lifetimes md_docs_failures"
+    guides["CClientSocket"] = guides["CServerSocket"]
+    guides["CBuffer"] = "md_docs_threads_and_lifetimes md_docs_failures"
+    guides["String"] = "md_docs_targets md_docs_failures"
+}
+
+# The pieces of code in a header's first comment, with what stands between them.
+function example_of(head,    lines, count, i, first, last, text) {
+    count = split(head, lines, "\n")
+    for (i = 1; i <= count; i++) {
+        if (lines[i] ~ /^    /) {
+            first = first ? first : i
+            last = i
+        }
+    }
+    for (i = first; first && i <= last; i++) {
+        text = text "\n" lines[i]
+    }
+    return text
+}
+
+# The description of a class, with an example.
+function with_example(name, text) {
+    return name in guides && text !~ /\n    [^ ]/ ? text "\n\nExample:\n" example_of(head) : text
+}
+
+function print_guides(name, mark,    pages, count, i) {
+    count = split(guides[name], pages, " ")
+    for (i = 1; i <= count; i++) {
+        print mark " \\see \\ref " pages[i]
+    }
+}
+
 # --- The topic
 
 # "com" becomes "COM" and "ptr_array" "Ptr array": the titles of topics.
@@ -227,7 +266,7 @@ function description(code, has_tail, name,    special) {
 }
 
 # Prints the lines of a finished declaration, with what describes it in front.
-function end_declaration(    code, i, text, indent, has_tail, plain) {
+function end_declaration(    code, i, text, indent, has_tail, plain, class) {
     code = joined
     sub(/^template *<[^>]*> */, "", code)
     plain = needs_no_text(code)
@@ -246,7 +285,7 @@ function end_declaration(    code, i, text, indent, has_tail, plain) {
         }
         depth--
         plain = 1
-    } else if (code ~ /^namespace .* *{$|^namespace *{$/) {
+    } else if (code ~ /^namespace .*[{]$|^namespace *[{]$/) {
         scopes[++depth] = "namespace"
         shared = ""
         plain = 1
@@ -256,8 +295,12 @@ function end_declaration(    code, i, text, indent, has_tail, plain) {
         indent = lines[1]
         sub(/[^ ].*/, "", indent)
         text = description(code, has_tail, names[depth])
+        class = code ~ /^class .*[{]$/ ? class_name(code) : ""
         if (text != "") {
-            print_text(text, indent "///")
+            print_text(class == "" ? text : with_example(class, text), indent "///")
+        }
+        if (class in guides) {
+            print_guides(class, indent "///")
         }
         if (class_depth == 0) {
             if (text != "" || has_tail) {
@@ -291,14 +334,18 @@ function end_tail() {
     }
 }
 
-function open_scope(code,    name) {
+# The name that the declaration of a class or enumeration gives.
+function class_name(code) {
+    sub(/^(class|struct|union|enum) +(class +)?(ZTK_API +)?(ZTK_CAPABILITY\([^)]*\) +)?/, "", code)
+    sub(/[ :{<].*/, "", code)
+    return code
+}
+
+function open_scope(code) {
     if (code ~ /^(class|struct|union|enum)( |$)/) {
         scopes[++depth] = "class"
         class_depth++
-        name = code
-        sub(/^(class|struct|union|enum) +(class +)?(ZTK_API +)?(ZTK_CAPABILITY\([^)]*\) +)?/, "", name)
-        sub(/[ :{<].*/, "", name)
-        names[depth] = name
+        names[depth] = class_name(code)
         is_enum[depth] = code ~ /^enum/
         outer_shared[depth] = shared
         shared = ""
@@ -317,6 +364,7 @@ function nesting(code, opening, closing,    copy) {
 {
     sub(/\r$/, "")
     gsub(/explicit\(false\) ?/, "")  # Doxygen takes it for a function
+    sub(/^inline namespace/, "namespace")  # whose members Doxygen links to where they are not
 }
 
 # The comment at the head of the file.

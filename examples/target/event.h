@@ -20,8 +20,8 @@ struct Event {
     Kind kind = Kind::kStopped;
     std::uint64_t process = 0;
 
-    // kStopped: "launched", "attached", "breakpoint", "step", "interrupt", "fault" (the text has the
-    // system's name for it, such as "SIGSEGV at 0x0"), "signal" (any other that stops it).
+    // kStopped: "launched", "attached", "breakpoint", "step", "interrupt", "fault" (the text has
+    // the system's name for it, such as "SIGSEGV at 0x0"), "signal" (any other that stops it).
     std::string reason;
 
     std::uint64_t thread = 0;

@@ -1,8 +1,9 @@
 // The trace log, logging and assertions.
 //
-// There is one output, the trace-log file: UTF-16 little-endian with a byte-order mark, each line
-// feed written as carriage return and line feed. Texts are written exactly as they are passed;
-// nothing is added. With no trace log open, every writer but ZTKAssert does nothing visible.
+// There is one output of the library's own, the trace-log file: UTF-16 little-endian with a
+// byte-order mark, each line feed written as carriage return and line feed. Texts are written
+// exactly as they are passed; nothing is added. With no trace log open, every writer but ZTKAssert
+// does nothing visible; but a host can have all texts handed to its own logging, see SetLogHook.
 //
 //     ZTKOpenTraceLog(L"agent.log");
 //     ZTK::EnableLogging(true, 0);
@@ -46,6 +47,38 @@ ZTK_API void LogTextW(const wchar_t* text) noexcept;
 // null when size is 0).
 ZTK_API void LogHex(const wchar_t* label, unsigned char* data, DWORD size) noexcept;
 
+// --- Log hook. A host's own logging gets what the library writes.
+
+// What a text that a log hook is handed is.
+enum TLogKind : int {
+    LogKindTrace = 0,      // written to the trace log, or would be, if one were open
+    LogKindAssertion = 1,  // of an assertion that failed; its box follows
+};
+
+// Called with each text, on the thread that wrote it, behind its write to the trace log. text is
+// what the writer was passed or made of it (a trace's result, a line of hex digits), terminated and
+// with its line feed, if it has one; it is valid until the hook returns. context is what SetLogHook
+// was given. The last error stays the writer's, whatever the hook does.
+//
+// What the hook's thread logs or asserts meanwhile goes its usual way, but is not handed to the
+// hook. REQUIRES: the hook throws nothing and returns. It may be called on several threads at once,
+// and, for texts of the logging functions and for received messages, with the log lock and the
+// receiver's lock held. So it takes no lock that a thread may hold while it logs by these
+// functions, changes the hook or uses a receiver, and does not wait for such a thread.
+using TLogHook = void (*)(void* context, TLogKind kind, const wchar_t* text);
+
+// Has every text that the trace log gets handed to hook, and those of failed assertions, too, also
+// while no trace log is open; null ends that. Off until the first call. What reaches the trace log
+// and what the assertion shows stay as they are, and the logging functions still hand on nothing
+// while logging is off. There is one hook: another takes the place of the one before.
+//
+// Returns when the hook before it is called no more: it waits for the calls of it on other threads.
+// Called from within a hook it does not wait; there, calls on other threads may still end later.
+//
+// The hook stays as long as the library; a host clears it before what it uses goes. At an unload,
+// and at the end of the process, the library itself calls it no more. A child of fork keeps it.
+ZTK_API void SetLogHook(TLogHook hook, void* context) noexcept;
+
 }  // namespace ZTK
 
 // Creates or truncates the file at path as the trace log. Returns true if a trace log is open
@@ -70,6 +103,7 @@ ZTK_API void ZTKTrace(const wchar_t* format, ...) noexcept;
 // Shows a modal message box with expression, file and line when condition is 0, and returns when
 // the user has dismissed it; nothing else happens. A message of more than 519 characters, of which
 // the words around expression, file name and line number take 13, ends the process: keep
-// expressions and file names short. On Linux the box goes to standard error unless the host
-// installs a handler, see SetMessageBoxHandler in ztk/platform/posix/winuser.h.
+// expressions and file names short. A log hook is handed the message first. On Linux the box goes
+// to standard error unless the host installs a handler, see SetMessageBoxHandler in
+// ztk/platform/posix/winuser.h.
 ZTK_API void ZTKAssert(int condition, wchar_t* expression, wchar_t* file, int line) noexcept;

@@ -10,13 +10,20 @@
 // call raises SIGPIPE or changes how a signal is dealt with.
 #pragma once
 
+#include "ztk/platform/export.h"
+
+// An installation holds the headers of its own target only.
 #if defined(_WIN32)
+#if !__has_include("ztk/platform/windows.h")
+#error "These headers of ZTK are installed for Linux: let the build find those for Windows."
+#endif
 #include "ztk/platform/windows.h"
 #else
+#if !__has_include("ztk/platform/posix.h")
+#error "These headers of ZTK are installed for Windows: let the build find those for Linux."
+#endif
 #include "ztk/platform/posix.h"
 #endif
-
-#include "ztk/platform/export.h"
 
 // Wide text is UTF-16 everywhere in this library.
 static_assert(

@@ -137,6 +137,18 @@ class ZTK_API CSocketUtil {
     static int SetOptions(std::uint64_t socket, int level, int option, void* value,
                           int length) noexcept;
 
+    // Switches keep-alive on: after idle_seconds without traffic the system asks the peer for a
+    // sign of life, every interval_seconds, and when ten such questions have found no answer it
+    // ends the connection (10060, or 10054). idle_seconds 0 switches it off. Without this call a
+    // receiver waits for ever for a peer whose machine or network went away. Result 0, or -1: 10022
+    // for an idle time below 0, an interval below 1, and for either above 32767.
+    static int SetKeepAlive(std::uint64_t socket, int idle_seconds, int interval_seconds) noexcept;
+
+    // Switches no-delay on or off: with it, a small message leaves at once, and does not wait for
+    // the peer to acknowledge the one before. For many small ones CSendBatch is better still.
+    // Result 0 or -1.
+    static int SetNoDelay(std::uint64_t socket, bool enable) noexcept;
+
     // The remote or the local address of a socket. *address_bytes is the room in address on entry
     // and the address's length afterwards. Result 0, or -1: 10014 for a null pointer or too little
     // room, 10057 without a peer, 10022 for a socket without a local address.
@@ -317,7 +329,8 @@ class ISOReceiver {
 // closed by the destructor: a host may destroy the object and keep the connection. Call Shutdown to
 // close it; the receiver thread does so when it ends.
 //
-// Thread-safety: Send may be called from any thread while the receiver thread runs, one at a time;
+// Thread-safety: Send and SendAll may be called from any thread while the receiver thread runs, one
+// at a time;
 // Connect, Read and Receive from one thread; SetReceiver from any; the rest as for CSocket. The
 // callbacks may call Send, Shutdown, SetReceiver and the accessors of their own socket, but neither
 // wait for it nor destroy it.
@@ -345,11 +358,38 @@ class ZTK_API CClientSocket : public CSocket {
     // receiver thread has ended may connect again, but only Read then.
     bool Connect(TSOSocketInfo* info) noexcept;
 
+    // The same within a time, counted from the call: milliseconds (INFINITE: no limit; 0: what
+    // connects without waiting). A look-up of a name cannot be cut short, but its time counts.
+    //
+    // False with the last error set, as above, and also WSAETIMEDOUT (10060) when the time is over;
+    // the attempt is then given up and the object has no socket. When Shutdown on another thread
+    // ended it, the last error is WSAEINTR (10004).
+    bool Connect(TSOSocketInfo* info, DWORD milliseconds) noexcept;
+
     // One send call, which waits until the system has taken all length bytes, unless SetAsyncMode
-    // was called. Returns the bytes taken, which may be fewer than length (the rest is not
-    // retried), 0 without a socket, or -1 with the last error set; -1 also for null data and a
-    // negative length.
+    // was called; the option SO_SNDTIMEO of CSocketUtil::SetOptions limits the wait. Returns the
+    // bytes taken, which may be fewer than length (the rest is not retried), 0 without a socket, or
+    // -1 with the last error set; -1 also for null data and a negative length.
     int Send(const void* data, int length) noexcept;
+
+    // Sends all length bytes within a time, going on where the system took a part only:
+    // milliseconds (INFINITE: no limit; 0: what the system takes without waiting), whatever
+    // SO_SNDTIMEO says and whether or not SetAsyncMode was called. It leaves that mode as it is, so
+    // a receiver thread may run meanwhile. Counts as one Send of the object's; Shutdown on another
+    // thread ends it.
+    //
+    // sent, unless null, receives the bytes that the system has taken, in any case. True when that
+    // is all of them; with length 0, whether there is a socket. False with the last error set:
+    // WSAETIMEDOUT (10060) when the time is over, WSAEINTR (10004) after Shutdown, what broke the
+    // connection, WSAEFAULT (10014) for null data; without a socket it stays as it was, unless that
+    // is 0: then it becomes WSAENOTCONN (10057).
+    //
+    // A failure may leave the peer with a part of a message. On Linux, and there after a time-out
+    // only, a later call may go on behind the bytes sent. On Windows the system does not promise
+    // that nothing goes out of a piece whose sending was cancelled at that moment, of at most
+    // 64 KB: there, shut the socket down.
+    bool SendAll(const void* data, std::size_t length, DWORD milliseconds,
+                 std::uint64_t* sent = nullptr) noexcept;
 
     // One receive call into the object's buffer, blocking unless SetAsyncMode was called. Returns
     // the bytes received, 0 when the peer has closed or there is no socket or no buffer, or -1 with
@@ -383,6 +423,11 @@ class ZTK_API CClientSocket : public CSocket {
     DWORD ReceiverProc();
 
   private:
+    ZTK_LOCAL bool MakeSocket(TSOSocketInfo* info, std::uint64_t* created) noexcept;
+    ZTK_LOCAL bool SendUntil(const char* data, std::size_t length, DWORD milliseconds,
+                             std::size_t* done) noexcept;
+    ZTK_LOCAL void SetErrorOf(std::uint64_t socket, int code) noexcept;
+
     std::atomic<ISOReceiver*> receiver_;
 };
 
@@ -487,6 +532,22 @@ class ISOListener {
 inline void ISOListener::OnSocketClosed(std::uint64_t) {}
 
 // A listening socket with its own thread, which accepts connections one after another.
+//
+//     class Door : public ZTK::ISOListener {
+//         bool IsStopping() override { return stopping; }
+//         void OnSocketCreated(std::uint64_t) override {}
+//         void OnListen(const wchar_t*, const wchar_t*, unsigned short) override {}
+//         void OnAccept(ZTK::CServerSocket*, std::uint64_t socket) override { Serve(socket); }
+//         void OnError(ZTK::CServerSocket*, int error) override { Report(error); }
+//     };
+//
+//     ZTK::TSOSocketInfo info = {2, IPPROTO_TCP, 1, L"127.0.0.1", 9000};
+//     ZTK::CServerSocket server(&door, 0, &info);
+//     server.Listen();                   // the outcome comes to OnListen or OnError
+//     ...
+//     stopping = true;
+//     server.Shutdown();                 // ends a blocked accept
+//     server.WaitForThreadExit(5000);
 //
 // Ownership: the listener is borrowed, must not be null when Listen is called, and must outlive the
 // listener thread. The destructor closes the listening socket; stop the thread first.

@@ -145,7 +145,8 @@ ZTK_API std::uint64_t StrReplace(wchar_t* s, wchar_t from, wchar_t to) noexcept;
 // Linux), 65001 UTF-8, others by number as far as the system has them. Malformed input and lone
 // surrogates become U+FFFD; what a narrow page lacks becomes '?', or on Windows a similar character
 // of the page. Null for a null or empty text, a code page that is unknown or that there is no
-// memory to use, and a result of more than 512000 elements, terminator included.
+// memory to use, and a result of more than 512000 elements, terminator included; for longer text,
+// and for counted one, see ztk/text.h.
 [[nodiscard]] ZTK_API const char* StrConvert(const wchar_t* text, unsigned int code_page) noexcept;
 [[nodiscard]] ZTK_API const wchar_t* StrConvert(const char* text, unsigned int code_page) noexcept;
 

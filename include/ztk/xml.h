@@ -28,10 +28,13 @@
 
 #include <cstddef>
 #include <new>
+#include <string>
 
 #include "ztk/buffer.h"
 #include "ztk/com.h"
 #include "ztk/platform/com.h"
+#include "ztk/text.h"
+#include "ztk/wide_string.h"
 
 namespace ZTK {
 
@@ -235,6 +238,25 @@ class ZTK_API CXMLTag : public CXMLToken {
     xml::LastValue value_;
 };
 
+// Why a document refused a text. A platform that does not tell one of these leaves it empty or 0:
+// Wine gives a code and the word "error", and no place.
+struct CXMLLoadError {
+    HRESULT code = S_OK;  // the parser's: E_FAIL on Linux, on Windows one for each reason
+    String reason;        // a sentence, without a line end; English on Linux
+    LONG line = 0;        // where in the text it is, from 1
+    LONG column = 0;      // the character in that line, from 1
+};
+
+// "line 3, column 7: Mismatched tag.", in UTF-8, without what is empty. Throws std::bad_alloc.
+[[nodiscard]] inline std::string Describe(const CXMLLoadError& error) {
+    std::string text;
+    if (error.line > 0) {
+        text = "line " + std::to_string(error.line) + ", column " + std::to_string(error.column) +
+               ": ";
+    }
+    return text + ToUtf8(error.reason);
+}
+
 // An XML document. Read only; loads from a text in memory.
 //
 // Every CXml initialises COM, apartment-threaded, on the thread that makes it, and one
@@ -276,6 +298,16 @@ class ZTK_API CXml {
     // root then. Pointers to the root and to its attributes are invalid after any load of a text,
     // whether it succeeds, fails or raises.
     bool LoadXML(const wchar_t* xml);
+
+    // Why the last load of a text was refused: asks the DOM's document, which keeps that until the
+    // next load. False, with error as it was, when the last load was none that was refused, and
+    // when the document does not tell. Short of memory the reason is left without a buffer.
+    //
+    //     ZTK::CXMLLoadError error;
+    //     if (!xml.LoadXML(text) && xml.GetLoadError(error)) {
+    //         Answer(ZTK::Describe(error));    // line 1, column 9: Mismatched tag.
+    //     }
+    [[nodiscard]] bool GetLoadError(CXMLLoadError& error) const noexcept;
 
     // Frees the root tag and its attributes. The DOM's document stays as it is until the next load.
     void Reset();

@@ -79,36 +79,104 @@ std::size_t DecodeOddGroup(const unsigned char (&c)[4], unsigned char* out) noex
     return 3;
 }
 
-std::size_t DecodeGroup(const unsigned char* in, unsigned char* out) noexcept {
-    const unsigned char c[4] = {in[0], in[1], in[2], in[3]};
+// Decodes four characters of the alphabet. False, with nothing written, if one is outside it.
+bool DecodeWholeGroup(const unsigned char (&c)[4], unsigned char* out) noexcept {
     const unsigned s0 = kSextets[c[0]];
     const unsigned s1 = kSextets[c[1]];
     const unsigned s2 = kSextets[c[2]];
     const unsigned s3 = kSextets[c[3]];
     if ((s0 | s1 | s2 | s3) > 63) {
-        return DecodeOddGroup(c, out);
+        return false;
     }
     const unsigned bits = s0 << 18 | s1 << 12 | s2 << 6 | s3;
     out[0] = static_cast<unsigned char>(bits >> 16);
     out[1] = static_cast<unsigned char>(bits >> 8);
     out[2] = static_cast<unsigned char>(bits);
-    return 3;
+    return true;
+}
+
+std::size_t DecodeGroup(const unsigned char* in, unsigned char* out) noexcept {
+    const unsigned char c[4] = {in[0], in[1], in[2], in[3]};
+    return DecodeWholeGroup(c, out) ? 3 : DecodeOddGroup(c, out);
+}
+
+// Encodes the whole groups of three bytes and returns how many bytes they have.
+std::size_t EncodeGroups(Lanes lanes, const unsigned char* in, std::size_t n,
+                         unsigned char* out) noexcept {
+    std::size_t done = EncodeLanes(lanes, in, n, out);
+    for (out += done / 3 * 4; n - done >= 3; done += 3, out += 4) {
+        EncodeGroup(in + done, out);
+    }
+    return done;
+}
+
+// Decodes the last group of a standard text: its n characters from in, which do not begin with four
+// of the alphabet. Writes nothing unless they are a padded group and nothing else.
+StandardText DecodeLastGroup(const unsigned char* in, std::size_t n, unsigned char* out) noexcept {
+    const auto sextet = [in, n](std::size_t i) { return i < n ? kSextets[in[i]] : 0xFFu; };
+    const auto is_pad = [in, n](std::size_t i) { return i < n && in[i] == kPad; };
+    const unsigned s0 = sextet(0), s1 = sextet(1), s2 = sextet(2);
+    if (s0 > 63 || s1 > 63) {
+        return {0, s0 > 63 ? 0u : 1u};  // outside the alphabet, or missing
+    }
+    const bool has_third = s2 <= 63;
+    const std::size_t padding = has_third ? 3 : 2;  // where it begins
+    const unsigned unused_bits = has_third ? s2 & 0x03 : s1 & 0x0F;
+    if (!is_pad(padding)) {
+        return {0, padding};
+    }
+    if (unused_bits != 0) {
+        return {0, padding - 1};
+    }
+    if (!is_pad(3) || n > 4) {
+        return {0, is_pad(3) ? 4u : 3u};
+    }
+    out[0] = static_cast<unsigned char>(s0 << 2 | s1 >> 4);
+    if (has_third) {
+        out[1] = static_cast<unsigned char>(s1 << 4 | s2 >> 2);
+    }
+    return {padding - 1, kNoneBad};
 }
 
 }  // namespace
 
 void Encode(Lanes lanes, const unsigned char* in, std::size_t n, unsigned char* out) noexcept {
-    const std::size_t done = EncodeLanes(lanes, in, n, out);
-    in += done;
-    out += done / 3 * 4;
-    for (n -= done; n >= 3; n -= 3) {
-        EncodeGroup(in, out);
-        in += 3;
-        out += 4;
+    const std::size_t done = EncodeGroups(lanes, in, n, out);
+    if (n != done) {
+        EncodeRest(in + done, n - done, out + done / 3 * 4);
     }
-    if (n != 0) {
-        EncodeRest(in, n, out);
+}
+
+void EncodeStandard(Lanes lanes, const unsigned char* in, std::size_t n,
+                    unsigned char* out) noexcept {
+    const std::size_t done = EncodeGroups(lanes, in, n, out);
+    const std::size_t rest = n - done;
+    if (rest != 0) {
+        unsigned char group[3] = {};
+        std::memcpy(group, in + done, rest);
+        out += done / 3 * 4;
+        EncodeGroup(group, out);
+        std::memset(out + 1 + rest, kPad, 3 - rest);
     }
+}
+
+StandardText DecodeStandard(Lanes lanes, const unsigned char* in, std::size_t n,
+                            unsigned char* out) noexcept {
+    // The lanes stop where padding or a bad character is near, or the end: no second try is worth
+    // it.
+    std::size_t done = DecodeLanes(lanes, in, n, out);
+    for (; n - done >= 4; done += 4) {
+        const unsigned char c[4] = {in[done], in[done + 1], in[done + 2], in[done + 3]};
+        if (!DecodeWholeGroup(c, out + done / 4 * 3)) {
+            break;
+        }
+    }
+    const std::size_t size = done / 4 * 3;
+    if (done == n) {
+        return {size, kNoneBad};
+    }
+    const StandardText last = DecodeLastGroup(in + done, n - done, out + size);
+    return {size + last.size, last.first_bad == kNoneBad ? kNoneBad : done + last.first_bad};
 }
 
 std::size_t Decode(Lanes lanes, const unsigned char* in, std::size_t n,

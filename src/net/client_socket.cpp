@@ -27,12 +27,14 @@ void CClientSocket::SetReceiver(ISOReceiver* receiver) noexcept {
     receiver_ = receiver;
 }
 
-bool CClientSocket::Connect(TSOSocketInfo* info) noexcept {
+// What connecting begins with. created receives the socket, which the member may lose at any time:
+// Shutdown by another thread takes it away, and makes the calls on it fail.
+bool CClientSocket::MakeSocket(TSOSocketInfo* info, std::uint64_t* created) noexcept {
     Shutdown();
     SetupSocket(info);
     // A failed creation is stored as it is: the calls below fail on it and leave the reason.
-    const SOCKET created = socket(family_, socket_type_, protocol_);
-    socket_ = created;
+    *created = socket(family_, socket_type_, protocol_);
+    socket_ = *created;
     MemFree(address_.lpSockaddr);
     if (CSocketUtil::GetHostAddress(host_, family_, protocol_, socket_type_, port_, &address_) ==
         0) {
@@ -40,8 +42,15 @@ bool CClientSocket::Connect(TSOSocketInfo* info) noexcept {
         return false;
     }
     net::WriteAddressText(address_, ip_address_);
-    // Not the member, which Shutdown by another thread takes away: that makes this call fail.
-    if (connect(created, address_.lpSockaddr, address_.iSockaddrLength) != 0) {
+    return true;
+}
+
+bool CClientSocket::Connect(TSOSocketInfo* info) noexcept {
+    std::uint64_t created = 0;
+    if (!MakeSocket(info, &created)) {
+        return false;
+    }
+    if (connect(static_cast<SOCKET>(created), address_.lpSockaddr, address_.iSockaddrLength) != 0) {
         SetSocketError(WSAGetLastError());
         return false;
     }

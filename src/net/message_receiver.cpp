@@ -3,8 +3,8 @@
 #include "net/chunk_parser.h"
 #include "net/message_access.h"
 #include "net/message_queue.h"
-#include "sync/lock_guard.h"
 #include "ztk/messages.h"
+#include "ztk/scope.h"
 
 namespace ZTK {
 
@@ -23,7 +23,7 @@ bool CSocketMsgReceiver::AddMessage(void* data, int length) {
     if (length < 1 || data == nullptr) {
         return false;
     }
-    const sync::LockGuard guard(lock_);
+    const CLockGuard guard(lock_);
     if (current_ == nullptr) {
         current_ = NewMessage();
     }
@@ -43,12 +43,12 @@ CSocketMsg* CSocketMsgReceiver::NewMessage() {
 }
 
 void CSocketMsgReceiver::SetKeepRemainder(bool keep) noexcept {
-    const sync::LockGuard guard(lock_);
+    const CLockGuard guard(lock_);
     keep_remainder_ = keep;
 }
 
 CSocketMsg* CSocketMsgReceiver::Pop() noexcept {
-    const sync::LockGuard guard(lock_);
+    const CLockGuard guard(lock_);
     return net::Take(queue_);
 }
 
@@ -56,12 +56,12 @@ std::size_t CSocketMsgReceiver::Pop(CSocketMsg** messages, std::size_t most) noe
     if (messages == nullptr) {
         return 0;
     }
-    const sync::LockGuard guard(lock_);
+    const CLockGuard guard(lock_);
     return queue_.length == 0 ? 0 : net::Take(queue_, messages, most);
 }
 
 std::uint64_t CSocketMsgReceiver::Push(CSocketMsg* message) noexcept {
-    const sync::LockGuard guard(lock_);
+    const CLockGuard guard(lock_);
     if (message != nullptr) {
         (void)net::Append(queue_, message);  // short of memory: the length tells
     }
@@ -69,7 +69,7 @@ std::uint64_t CSocketMsgReceiver::Push(CSocketMsg* message) noexcept {
 }
 
 std::uint64_t CSocketMsgReceiver::PushPool(CSocketMsg* message) noexcept {
-    const sync::LockGuard guard(lock_);
+    const CLockGuard guard(lock_);
     if (message != nullptr) {
         (void)net::Append(pool_, message);  // short of memory: the length tells
     }
@@ -80,7 +80,7 @@ bool CSocketMsgReceiver::PushPool(CSocketMsg** messages, std::size_t count) noex
     if (messages == nullptr) {
         return count == 0;
     }
-    const sync::LockGuard guard(lock_);
+    const CLockGuard guard(lock_);
     if (!net::Reserve(pool_, count)) {
         return false;
     }
@@ -93,7 +93,7 @@ bool CSocketMsgReceiver::PushPool(CSocketMsg** messages, std::size_t count) noex
 }
 
 std::uint64_t CSocketMsgReceiver::GetQueueSize() noexcept {
-    const sync::LockGuard guard(lock_);
+    const CLockGuard guard(lock_);
     return queue_.length;
 }
 

@@ -3,9 +3,9 @@
 
 #include "net/socket_util_names.h"
 #include "platform/socket_calls.h"
-#include "sync/lock_guard.h"
 #include "sync/thread_registry.h"
 #include "ztk/memory.h"
+#include "ztk/scope.h"
 #include "ztk/sockets.h"
 
 namespace ZTK {
@@ -98,7 +98,7 @@ int CSocket::SetBufferSize(int bytes) noexcept {
     if (wanted <= buffer_size_) {
         return buffer_size_;
     }
-    const sync::LockGuard guard(lock_);
+    const CLockGuard guard(lock_);
     const auto size = static_cast<std::uint64_t>(wanted);
     void* grown = buffer_ == nullptr ? MemAlloc(size) : MemRealloc(buffer_, size);
     if (grown != nullptr) {

@@ -1,6 +1,7 @@
 // Start and end of Windows Sockets, and the helpers that need no name lookup.
 #include "platform/character_class.h"
 #include "platform/code_page.h"
+#include "platform/keep_alive.h"
 #include "platform/socket_calls.h"
 #include "ztk/sockets.h"
 #include "ztk/strings.h"
@@ -41,6 +42,21 @@ int CSocketUtil::SetOptions(std::uint64_t socket, int level, int option, void* v
                             int length) noexcept {
     return setsockopt(static_cast<SOCKET>(socket), level, option, static_cast<const char*>(value),
                       length);
+}
+
+int CSocketUtil::SetKeepAlive(std::uint64_t socket, int idle_seconds,
+                              int interval_seconds) noexcept {
+    if (idle_seconds < 0 || idle_seconds > kMostKeepAliveSeconds || interval_seconds < 1 ||
+        interval_seconds > kMostKeepAliveSeconds) {
+        WSASetLastError(WSAEINVAL);
+        return SOCKET_ERROR;
+    }
+    return ZTK::SetKeepAlive(static_cast<SOCKET>(socket), idle_seconds, interval_seconds);
+}
+
+int CSocketUtil::SetNoDelay(std::uint64_t socket, bool enable) noexcept {
+    int value = enable;
+    return SetOptions(socket, IPPROTO_TCP, TCP_NODELAY, &value, sizeof(value));
 }
 
 int CSocketUtil::GetPeerName(std::uint64_t socket, sockaddr* address, int* address_bytes) noexcept {

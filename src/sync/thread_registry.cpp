@@ -1,8 +1,8 @@
 #include "sync/thread_registry.h"
 
 #include "frame/base/static_object.h"
-#include "sync/lock_guard.h"
 #include "sync/thread_table.h"
+#include "ztk/scope.h"
 #include "ztk/threads.h"
 
 namespace ZTK {
@@ -82,7 +82,7 @@ void UnlockThreadRegistry() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
 void* StartThread(LPTHREAD_START_ROUTINE start, void* parameter, DWORD creation_flags,
                   ThreadHandle handle, std::atomic<DWORD>& id) noexcept {
     Registry& state = registry.Get();
-    const LockGuard guard(state.lock);
+    const CLockGuard guard(state.lock);
     // A thread that could not be recorded afterwards would be one that nobody can wait for.
     if (!state.threads.Reserve()) {
         return nullptr;
@@ -108,7 +108,7 @@ void* StartThread(LPTHREAD_START_ROUTINE start, void* parameter, DWORD creation_
 
 void* OpenRegisteredThread(unsigned int thread_id) noexcept {
     Registry& state = registry.Get();
-    const LockGuard guard(state.lock);
+    const CLockGuard guard(state.lock);
     const ThreadEntry* entry = state.threads.Find(thread_id);
     return entry != nullptr && entry->thread != nullptr ? Duplicate(entry->thread) : nullptr;
 }
@@ -117,13 +117,13 @@ void* OpenRegisteredThread(unsigned int thread_id) noexcept {
 
 void* RegisterThread(unsigned int thread_id, void* thread_handle) noexcept {
     sync::Registry& state = sync::registry.Get();
-    const sync::LockGuard guard(state.lock);
+    const CLockGuard guard(state.lock);
     return sync::Record(state, {thread_id, thread_handle, nullptr, false});
 }
 
 void DeRegisterThread(unsigned int thread_id) noexcept {
     sync::Registry& state = sync::registry.Get();
-    const sync::LockGuard guard(state.lock);
+    const CLockGuard guard(state.lock);
     sync::ThreadEntry* entry = state.threads.Find(thread_id);
     if (entry == nullptr) {
         return;
@@ -137,7 +137,7 @@ void DeRegisterThread(unsigned int thread_id) noexcept {
 
 void* GetThreadHandle(unsigned int thread_id) noexcept {
     sync::Registry& state = sync::registry.Get();
-    const sync::LockGuard guard(state.lock);
+    const CLockGuard guard(state.lock);
     sync::ThreadEntry* entry = state.threads.Find(thread_id);
     if (entry == nullptr) {
         return nullptr;
@@ -148,7 +148,7 @@ void* GetThreadHandle(unsigned int thread_id) noexcept {
 
 void* GetThreadNotify(unsigned int thread_id) noexcept {
     sync::Registry& state = sync::registry.Get();
-    const sync::LockGuard guard(state.lock);
+    const CLockGuard guard(state.lock);
     const sync::ThreadEntry* entry = state.threads.Find(thread_id);
     return entry != nullptr ? entry->notify : nullptr;
 }
@@ -158,7 +158,7 @@ void WaitRegisteredThreadsExit(DWORD timeout_milliseconds) noexcept {
     {
         // Threads that end from here on find nothing to deregister.
         sync::Registry& state = sync::registry.Get();
-        const sync::LockGuard guard(state.lock);
+        const CLockGuard guard(state.lock);
         threads.Swap(state.threads);
     }
     if (threads.size() == 0) {

@@ -42,6 +42,9 @@ void CheckSockets() {
 
 int main() {
     Check(sizeof(wchar_t) == 2, "16-bit wide characters");
+    Check(ZTK::IsLibraryCompatible() && ZTK::GetLibraryVersion() == ZTK_VERSION &&
+              std::strcmp(ZTK::GetLibraryVersionText(), ZTK_VERSION_TEXT) == 0,
+          "the loaded library has the headers' version");
     CheckThreads();
     CheckSockets();
     const char* text = ZTK::StrFormat("%d-%hs-%ls", 42, "narrow", L"wide");

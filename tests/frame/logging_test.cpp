@@ -1,7 +1,10 @@
 // The trace log and the logging functions: exact bytes of the file, and what reaches it when.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstdio>
+#include <deque>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -10,6 +13,7 @@
 #include <vector>
 
 #include "ztk/logging.h"
+#include "ztk/strings.h"
 
 namespace {
 
@@ -109,6 +113,82 @@ TEST_F(Logging, HexLinesHaveLabelBlankDigitsAndLineFeed) {
     ZTK::LogHex(nullptr, nullptr, 0);
     EXPECT_EQ(Closed(),
               Utf16("recv: 012345\r\n0123456789ABCDEFFEDCBA9876543210\r\n0123\r\nrecv: \r\n\r\n"));
+}
+
+// What a hook was handed; it logs itself, and leaves an error.
+void CollectTexts(void* texts, ZTK::TLogKind kind, const wchar_t* text) {
+    unsigned char bytes[100] = {};
+    ZTK::LogHex(L"by the hook", bytes, sizeof bytes);
+    ZTKTrace(L"!");
+    SetLastError(5);
+    EXPECT_EQ(kind, ZTK::LogKindTrace);
+    static_cast<std::string*>(texts)->append(text, text + ZTK::StrLength(text));
+}
+
+TEST_F(Logging, AHookGetsEveryTextButItsOwnAlsoWithoutATraceLog) {
+    std::string texts;
+    ZTK::SetLogHook(CollectTexts, &texts);
+    const auto log_all = [](bool enable) {
+        unsigned char byte = 0xAB;
+        ZTK::EnableLogging(enable, 0);
+        SetLastError(77);
+        ZTKWriteTraceLog(L"a\n");
+        ZTKTrace(L"%s=%d,", L"x", 42);
+        ZTK::LogTextA("b,");
+        ZTK::LogTextW(L"c,");
+        ZTK::LogHex(L"d", &byte, 1);
+        EXPECT_EQ(GetLastError(), 77U);
+    };
+    log_all(true);
+    EXPECT_EQ(texts, "a\nx=42,b,c,d AB\n");
+    std::string bytes = Closed();
+    EXPECT_EQ(std::count(bytes.begin(), bytes.end(), '!'), 5) << "what it writes is written";
+    log_all(false);
+    ZTKWriteTraceLog(nullptr);
+    EXPECT_EQ(texts, "a\nx=42,b,c,d AB\na\nx=42,");
+    ZTK::SetLogHook(nullptr, nullptr);
+    log_all(true);
+    EXPECT_EQ(texts.size(), 23U);
+}
+
+struct HookUser {
+    static void Hook(void* context, ZTK::TLogKind, const wchar_t*) {
+        auto& user = *static_cast<HookUser*>(context);
+        if (++user.calls == 3 && user.leaves_from_within) {
+            ZTK::SetLogHook(nullptr, nullptr);
+        }
+        std::this_thread::yield();
+        EXPECT_TRUE(user.present);
+    }
+    bool leaves_from_within;
+    std::atomic<bool> present{true};
+    std::atomic<int> calls{0};
+};
+
+TEST_F(Logging, AHookIsNotCalledAnyMoreOnceItsPlaceIsTaken) {
+    ZTKCloseTraceLog();
+    std::atomic<bool> done{false};
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            while (!done) {
+                ZTKWriteTraceLog(L"text");
+            }
+        });
+    }
+    std::deque<HookUser> users;
+    for (int i = 0; i < 200; ++i) {
+        ZTK::SetLogHook(HookUser::Hook, &users.emplace_back(i % 2 == 0));
+        if (i > 0) {
+            users[users.size() - 2].present = false;
+        }
+        while (users.back().calls < 3) {
+            std::this_thread::yield();
+        }
+    }
+    ZTK::SetLogHook(nullptr, nullptr);
+    users.back().present = false;
+    done = true;
 }
 
 // The first thread's lines fit every buffer, those of the last are longer than any.

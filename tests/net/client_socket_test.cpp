@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <optional>
 #include <string>
 #include <thread>
@@ -136,6 +137,117 @@ TEST_F(ClientSocket, FailedConnectsSetTheLastError) {
         client.Shutdown();
         EXPECT_EQ(client.GetSocket(), 0U);
     }
+}
+
+// Accepts one connection and keeps few waiting: connecting to it hangs then.
+struct BusyServer : ztk_test::Server {
+    using Server::Server;
+    ~BusyServer() { go_on.Open(); }
+    void OnAccept(ZTK::CServerSocket* server, std::uint64_t peer) override {
+        // The system's own call: on Linux the descriptor is the low half of the handle.
+        using SystemSocket = decltype(::socket(0, 0, 0));
+        EXPECT_EQ(::listen(static_cast<SystemSocket>(server->GetSocket()), 0), 0);
+        Server::OnAccept(server, peer);
+        EXPECT_TRUE(go_on.Wait());
+    }
+    ztk_test::Gate go_on;
+};
+
+TEST_F(ClientSocket, ConnectingEndsByItsDeadlineOrByShutdown) {
+    BusyServer server(Endpoint(family_, 0));
+    ASSERT_TRUE(server.Start());
+    ZTK::TSOSocketInfo info = Endpoint(family_, server.port());
+    std::deque<CClientSocket> clients;
+    EXPECT_TRUE(clients.emplace_back(0).Connect(&info, ztk_test::kPatience));
+    EXPECT_NE(server.NextAccepted(), 0U);
+    while (clients.size() < 9 && clients.emplace_back(0).Connect(&info, 100)) {
+    }
+    EXPECT_EQ(clients.back().GetLastError(), static_cast<DWORD>(WSAETIMEDOUT));
+    EXPECT_EQ(clients.back().GetSocket(), 0U);
+    for (int round = 0; round < 40; ++round) {
+        const DWORD time = round % 2 == 0 ? INFINITE : ztk_test::kPatience;
+        std::thread connecting([&] { EXPECT_FALSE(client_.Connect(&info, time)); });
+        while (client_.GetSocket() == 0) {
+            std::this_thread::yield();
+        }
+        Sleep(static_cast<DWORD>(round % 8));
+        client_.Shutdown();
+        connecting.join();
+        ASSERT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAEINTR)) << "round " << round;
+    }
+    for (CClientSocket& client : clients) {
+        client.Shutdown();
+    }
+    server_.Stop();
+    info.port = 1;
+    EXPECT_FALSE(client_.Connect(&info, INFINITE));
+    EXPECT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAECONNREFUSED));
+    client_.Shutdown();
+}
+
+TEST_F(ClientSocket, SendAllGoesOnFromWhereItsDeadlineEndedIt) {
+    CClientSocket peer(nullptr, StartReceiving(client_), 1 << 16);
+    std::string all(24'000'000, ' ');  // more than the system keeps
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        all[i] = static_cast<char>(i % 251);
+    }
+    std::string received;
+    const auto receive = [&](std::size_t until) {
+        while (received.size() < until) {
+            const int length = peer.Read();
+            ASSERT_GT(length, 0);
+            received.append(reinterpret_cast<char*>(peer.GetBuffer()),
+                            static_cast<std::size_t>(length));
+        }
+    };
+    std::size_t done = 0;
+    for (const DWORD time : {DWORD{0}, DWORD{50}, DWORD{0}}) {
+        std::uint64_t sent = 0;
+        EXPECT_FALSE(client_.SendAll(all.data() + done, all.size() - done, time, &sent));
+        EXPECT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAETIMEDOUT));
+        done += sent;
+        receive(done);
+    }
+    EXPECT_GT(done, 0U);
+    std::uint64_t sent = 0;
+    std::thread reader(receive, all.size());
+    EXPECT_TRUE(client_.SendAll(all.data() + done, all.size() - done, INFINITE, &sent));
+    reader.join();
+    EXPECT_EQ(done + sent, all.size());
+    EXPECT_TRUE(received == all);
+    ztk_test::SendFrom(peer.GetSocket(), "x");
+    EXPECT_TRUE(receiver_.received.Wait()) << "the receiver thread was not disturbed";
+    client_.Shutdown();
+    ExpectReceiverEnds(client_);
+}
+
+TEST_F(ClientSocket, SendAllEndsWithTheConnection) {
+    const std::string text(24'000'000, 'x');
+    for (int round = 0; round < 20; ++round) {
+        const bool by_peer = round % 2 != 0;
+        CClientSocket peer(nullptr, Connect(client_), 0);
+        std::thread sending(
+            [&] { EXPECT_FALSE(client_.SendAll(text.data(), text.size(), INFINITE)); });
+        EXPECT_GT(peer.Read(), 0);
+        Sleep(static_cast<DWORD>(round * round / 4));
+        by_peer ? ztk_test::Abort(peer.GetSocket()) : client_.Shutdown();
+        sending.join();
+        ASSERT_EQ(client_.GetLastError(), static_cast<DWORD>(by_peer ? WSAECONNRESET : WSAEINTR));
+        client_.Shutdown();
+    }
+}
+
+TEST_F(ClientSocket, SendAllTellsWhyItSentNothing) {
+    std::uint64_t sent = 1;
+    EXPECT_FALSE(client_.SendAll("x", 1, 0, &sent));
+    EXPECT_EQ(sent, 0U);
+    EXPECT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAENOTCONN));
+    Connect(client_);
+    EXPECT_TRUE(client_.SendAll(nullptr, 0, 0));
+    EXPECT_FALSE(client_.SendAll(nullptr, 1, 0));
+    client_.Shutdown();
+    EXPECT_FALSE(client_.SendAll("x", 1, 0));
+    EXPECT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAEFAULT)) << "which was there before";
 }
 
 TEST_F(ClientSocket, WithoutASocketNothingHappens) {

@@ -187,6 +187,25 @@ TEST_F(SocketUtil, DontLingerIsTheInverseOfLinger) {
     EXPECT_EQ(ztk_test::GetOption<linger>(peer, SO_LINGER).l_onoff, 0);
 }
 
+TEST_F(SocketUtil, KeepAliveAndNoDelayAreSwitchedInOneCall) {
+    Connect(client_);
+    const std::uint64_t socket = client_.GetSocket();
+    for (const int on : {1, 0}) {
+        EXPECT_EQ(CSocketUtil::SetKeepAlive(socket, on * 30, 5), 0);
+        EXPECT_EQ(ztk_test::GetOption<char>(socket, SO_KEEPALIVE), on);
+        EXPECT_EQ(CSocketUtil::SetNoDelay(socket, on != 0), 0);
+        int value = 77;
+        CSocketUtil::GetOptions(socket, IPPROTO_TCP, TCP_NODELAY, &value, sizeof(value));
+        EXPECT_EQ(value, on);
+    }
+    for (const auto& [idle, interval] : {std::pair(-1, 1), {1, 0}, {32768, 1}, {1, 32768}}) {
+        EXPECT_EQ(CSocketUtil::SetKeepAlive(socket, idle, interval), -1);
+        EXPECT_EQ(WSAGetLastError(), WSAEINVAL);
+    }
+    EXPECT_EQ(CSocketUtil::SetKeepAlive(77, 1, 1) & CSocketUtil::SetNoDelay(77, true), -1);
+    EXPECT_EQ(WSAGetLastError(), WSAENOTSOCK);
+}
+
 TEST_F(SocketUtil, ReceiveTimeoutCountsMilliseconds) {
     Connect(client_);
     ztk_test::SetOption(client_.GetSocket(), SO_RCVTIMEO, 1500);

@@ -98,6 +98,27 @@ TEST_F(DomTest, ClassesAreFoundByProgIdAndById) {
     }
 }
 
+TEST_F(DomTest, ARefusalTellsWhyAndWhere) {
+    const std::pair<const wchar_t*, const char*> rows[] = {
+        {L"", "line 1, column 1: No element found."},
+        {L"\xFEFF<a></b>", "line 1, column 6: Mismatched tag."},
+        {L"<a>\n\xD83D\xDE00\x20AC<b></a>", "line 2, column 8: Mismatched tag."},
+        {L"<a>\r\n\r\n<p:b/></a>", "line 3, column 1: A prefix is not declared."},
+        {L"<a b='1'\n b='2'/>", "line 2, column 2: Duplicate attribute."},
+        {L"<?xml version='1.1'?><a/>", "line 1, column 1: The version of XML is not 1.0."},
+        {L"<a>\n\r\xD83Dz</a>", "line 3, column 1: Half of a surrogate pair stands alone."},
+        {L"<!DOCTYPE a [<!ENTITY e SYSTEM 'no file'>]>\n<a>&e;</a>",
+         "line 2, column 4: An external definition cannot be read as XML."},
+    };
+    ZTK::CXml xml;
+    for (const auto& [text, description] : rows) {
+        ZTK::CXMLLoadError error;
+        EXPECT_FALSE(xml.LoadXML(text));
+        EXPECT_TRUE(xml.GetLoadError(error));
+        EXPECT_EQ(ZTK::Describe(error), description) << ztk_test::Show(text);
+    }
+}
+
 TEST_F(DomTest, AClassTakenOutIsNotFoundUntilPutBack) {
     CLSID id;
     ASSERT_EQ(CLSIDFromProgID(kVersion6, &id), S_OK);

@@ -213,6 +213,17 @@ TEST_F(PosixSocket, ShutdownEndsASendThatThePeerDoesNotTake) {
     sender.join();
 }
 
+TEST_F(PosixSocket, KeepAliveTimesAreThoseAskedFor) {
+    Connect(client_);
+    EXPECT_EQ(CSocketUtil::SetKeepAlive(client_.GetSocket(), 32767, 5), 0);
+    for (const auto& [option, expected] :
+         {std::pair(TCP_KEEPIDLE, 32767), {TCP_KEEPINTVL, 5}, {TCP_KEEPCNT, 10}}) {
+        int value = 0;
+        CSocketUtil::GetOptions(client_.GetSocket(), IPPROTO_TCP, option, &value, sizeof(value));
+        EXPECT_EQ(value, expected);
+    }
+}
+
 TEST_F(PosixSocket, ReuseOptionDoesNotShareALivePort) {
     struct Reusing final : ztk_test::Server {
         using Server::Server;

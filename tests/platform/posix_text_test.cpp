@@ -199,12 +199,22 @@ int RecordingHandler(HWND, LPCWSTR text, LPCWSTR caption, UINT style) {
     return static_cast<int>(style) + ++boxes;
 }
 
+void RecordingHook(void* assertions, ZTK::TLogKind kind, const wchar_t* text) {
+    EXPECT_TEXT(L"x > 0\nfile:main, line:42", text);
+    EXPECT_TRUE(kind == ZTK::LogKindAssertion && boxes == 0) << "before the box";
+    ++*static_cast<int*>(assertions);
+}
+
 TEST(PosixMessageBoxDeathTest, AHandlerTakesTheBoxOfAnAssertion) {
     EXPECT_EQ(ZTKPosix::SetMessageBoxHandler(RecordingHandler), nullptr);
     boxes = 0;
+    int assertions = 0;
+    ZTK::SetLogHook(RecordingHook, &assertions);
     wchar_t expression[520] = L"x > 0", file[] = L"main";
     ZTKAssert(0, expression, file, 42);
     ZTKAssert(-1, nullptr, nullptr, 0);  // shows nothing
+    ZTK::SetLogHook(nullptr, nullptr);
+    EXPECT_EQ(assertions, 1);
     EXPECT_EQ(MessageBoxW(nullptr, L"x > 0\nfile:main, line:42", L"Assertion", 16), 18);
     EXPECT_EQ(ZTKPosix::SetMessageBoxHandler(nullptr), RecordingHandler);
     std::fill_n(expression, 519, L'a');

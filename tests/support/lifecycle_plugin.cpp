@@ -42,6 +42,10 @@ void Log() {
     ZTK::LogTextW(L"still running");
 }
 
+void BusyHook(void*, ZTK::TLogKind, const wchar_t*) {
+    Sleep(0);
+}
+
 DWORD LogForEver(LPVOID) {
     for (;;) {
         Log();
@@ -70,6 +74,7 @@ extern "C" {
 // ran.
 [[gnu::visibility("default")]] int UseAndLeave() {
     ZTKOpenTraceLog(L"/dev/null");
+    ZTK::SetLogHook(BusyHook, nullptr);
     ZTK::EnableLogging(true, 0);
     unsigned char bytes[100] = {};
     ZTK::LogHex(L"bytes", bytes, sizeof bytes);
@@ -93,6 +98,7 @@ extern "C" {
 // Starts threads that log, allocate and take locks until the process is gone.
 [[gnu::visibility("default")]] int StartEndlessThreads() {
     ZTKOpenTraceLog(L"/dev/null");
+    ZTK::SetLogHook(BusyHook, nullptr);
     ZTK::EnableLogging(true, 0);
     shared_lock = new ZTK::CLock;
     shared_mutex = CreateMutexW(nullptr, FALSE, nullptr);
@@ -114,6 +120,7 @@ extern "C" {
         const pid_t child = fork();
         if (child == 0) {
             alarm(10);
+            ZTK::SetLogHook(i % 2 == 0 ? nullptr : BusyHook, nullptr);
             Log();
             // A sanitizer starts no thread in such a child.
             HANDLE thread = kMayStartThreads ? NewThread(CountRun) : GetCurrentProcess();

@@ -15,6 +15,7 @@ namespace {
 constexpr char kText[] = "<r><line n='1'>first</line><line n='2'>second</line></r>";
 constexpr wchar_t kWideText[] = L"<r><line n='1'>first</line><line n='2'>second</line></r>";
 constexpr int kLength = sizeof(kText) - 1;
+constexpr DWORD kLong = 60'000;  // milliseconds
 
 struct Handle {
     Handle(HANDLE owned) : value(owned) {}
@@ -120,12 +121,12 @@ Outcome TalkOverSockets() {
     Server server;
     Receiver collector(false), echo(true);
     ZTK::CClientSocket client(&collector, 0);
-    if (server.WaitFor(server.listening) && server.FindPort() && client.Connect(&server.endpoint) &&
-        server.WaitFor(server.accept)) {
+    if (server.WaitFor(server.listening) && server.FindPort() &&
+        client.Connect(&server.endpoint, kLong) && server.WaitFor(server.accept)) {
         ZTK::CClientSocket peer(&echo, std::exchange(server.accepted, 0), 0);
         const Worker echoing(peer.Receive(0)), collecting(client.Receive(0));
         if (!Runs(peer, echoing) || !Runs(client, collecting) ||
-            client.Send(kText, kLength) != kLength) {
+            !client.SendAll(kText, kLength, kLong)) {
             client.Shutdown();
         }
     }

@@ -74,4 +74,21 @@ TEST(ComBinder, ACopyTakesOverTheResultWithoutInitialising) {
     });
 }
 
+TEST(ComError, IsDescribedInOneSentence) {
+    const std::string general = ZTK::Describe(_com_error(E_INVALIDARG));
+    EXPECT_TRUE(general.ends_with("parameter. (0x80070057)") ||
+                general.ends_with("incorrect. (0x80070057)"))
+        << general;
+    try {
+        const ZTK::CCOMBinder com;
+        MSXML2::IXMLDOMDocument2Ptr document;
+        ASSERT_EQ(document.CreateInstance(L"Msxml2.DOMDocument.6.0", nullptr, 1), S_OK);
+        VARIANT value = {};
+        const _bstr_t name(L"no such property");
+        _com_issue_errorex(document->setProperty(name, value), document, __uuidof(*document));
+    } catch (const _com_error& error) {
+        EXPECT_TRUE(ZTK::Describe(error).ends_with(" (0x80004005)")) << ZTK::Describe(error);
+    }
+}
+
 }  // namespace

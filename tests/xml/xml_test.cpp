@@ -169,7 +169,16 @@ TEST(XmlDocument, WhatIsNotWellFormedIsRefused) {
         ASSERT_TRUE(xml.LoadXML(L"<before/>"));
         EXPECT_FALSE(xml.LoadXML(text)) << Show(text);
         EXPECT_EQ(xml.GetRoot(), nullptr) << Show(text);
+        ZTK::CXMLLoadError error;
+        EXPECT_TRUE(xml.GetLoadError(error) && FAILED(error.code)) << Show(text);
+        EXPECT_FALSE(error.reason.IsEmpty()) << Show(text);
+        EXPECT_TRUE(ztk_test::IsDomEmulated() || (error.line > 0 && error.column > 0));
+        EXPECT_FALSE(xml.LoadXML(nullptr));
+        EXPECT_TRUE(xml.GetLoadError(error));
     };
+    ZTK::CXMLLoadError none;
+    EXPECT_FALSE(xml.GetLoadError(none));
+    EXPECT_TRUE(xml.LoadXML(L"<a/>") && !xml.GetLoadError(none));
     std::string documents =
         " |text|<a>|</a>|<a></b>|<a></A>|<a/><b/>|<a/>text|<a b/>|<a b=1/>|<a b='1' b='2'/>|"
         "<a b='<'/>|<a b='1'c='2'/>|<1/>|<a>&undeclared;</a>|<a>&#0;</a>|<a>\x01</a>|<a>]]></a>|"

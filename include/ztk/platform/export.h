@@ -1,6 +1,12 @@
 // Marks the names that leave the library, and within an exported class those that do not.
 #pragma once
 
+// Every public header includes this one, so a host meets this before anything that an older
+// language does not know.
+#if !defined(__cplusplus) || __cplusplus <= 201703L
+#error "ZTK needs C++20: compile with -std=c++20 or newer. Its CMake package asks for it by itself."
+#endif
+
 // ZTK_API_INLINE is for an inline member whose name leaves the library all the same: hosts call it
 // that were compiled when it was not inline.
 #if defined(_WIN32)

@@ -57,6 +57,8 @@ ZTK_DOM_INTERFACE_ID(IXMLDOMAttribute, 0x2933BF85)
 ZTK_DOM_INTERFACE_ID(IXMLDOMElement, 0x2933BF86)
 ZTK_DOM_INTERFACE_ID(IXMLDOMDocument2, 0x2933BF95)
 #undef ZTK_DOM_INTERFACE_ID
+__CRT_UUID_DECL(IXMLDOMParseError, 0x3EFAA426, 0x272F, 0x11D2, 0x83, 0x6F, 0x00, 0x00, 0xF8, 0x7A,
+                0x77, 0x82)
 
 namespace MSXML2 {
 
@@ -68,6 +70,7 @@ using ::IXMLDOMElement;
 using ::IXMLDOMNamedNodeMap;
 using ::IXMLDOMNode;
 using ::IXMLDOMNodeList;
+using ::IXMLDOMParseError;
 
 _COM_SMARTPTR_TYPEDEF(IXMLDOMNode, __uuidof(IXMLDOMNode));
 _COM_SMARTPTR_TYPEDEF(IXMLDOMDocument, __uuidof(IXMLDOMDocument));
@@ -76,5 +79,6 @@ _COM_SMARTPTR_TYPEDEF(IXMLDOMNodeList, __uuidof(IXMLDOMNodeList));
 _COM_SMARTPTR_TYPEDEF(IXMLDOMNamedNodeMap, __uuidof(IXMLDOMNamedNodeMap));
 _COM_SMARTPTR_TYPEDEF(IXMLDOMAttribute, __uuidof(IXMLDOMAttribute));
 _COM_SMARTPTR_TYPEDEF(IXMLDOMElement, __uuidof(IXMLDOMElement));
+_COM_SMARTPTR_TYPEDEF(IXMLDOMParseError, __uuidof(IXMLDOMParseError));
 
 }  // namespace MSXML2

@@ -1,6 +1,7 @@
 #include "frame/entry/lifecycle.h"
 
 #include "frame/base/tmp_ring.h"
+#include "frame/host/log_hook.h"
 #include "frame/host/logging.h"
 #include "frame/host/trace_log.h"
 #include "sync/thread_registry.h"
@@ -24,19 +25,23 @@ void OnProcessAttach() noexcept {
 }
 
 void OnProcessDetach() noexcept {
+    DropLogHook();
     FreeRings();
     CloseTraceLog();
 }
 
 void OnProcessExit() noexcept {
+    DropLogHook();
     CloseTraceLog();
 }
 
 void OnForkBegin() noexcept {
     sync::LockThreadRegistry();
+    LockLogHook();
 }
 
 void OnForkEnd() noexcept {
+    UnlockLogHook();
     sync::UnlockThreadRegistry();
 }
 

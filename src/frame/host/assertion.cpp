@@ -1,9 +1,9 @@
 // The assertion's message box.
-
 #include <cstdarg>
 #include <cstddef>
 
 #include "frame/base/fatal.h"
+#include "frame/host/log_hook.h"
 #include "platform/formatting.h"
 #include "ztk/logging.h"
 
@@ -31,5 +31,6 @@ void ZTKAssert(int condition, wchar_t* expression, wchar_t* file, int line) noex
     }
     wchar_t text[ZTK::frame::kAssertionText];
     ZTK::frame::FormatBounded(text, L"%s\nfile:%s, line:%d", expression, file, line);
-    (void)MessageBoxW(nullptr, text, L"Assertion", 0);  // has only one button
+    ZTK::frame::HandToLogHook(ZTK::LogKindAssertion, text);  // before the box, which waits
+    (void)MessageBoxW(nullptr, text, L"Assertion", 0);       // has only one button
 }

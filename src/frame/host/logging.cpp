@@ -1,17 +1,19 @@
 #include "frame/host/logging.h"
 
 #include <cstdint>
+#include <utility>
 
 #include "frame/base/static_object.h"
 #include "frame/base/tmp_ring.h"
 #include "frame/host/hex_line.h"
 #include "frame/host/last_error_keeper.h"
+#include "frame/host/log_hook.h"
 #include "frame/host/logging_switches.h"
 #include "frame/host/scratch_text.h"
 #include "frame/host/trace_log.h"
 #include "platform/code_page.h"
-#include "sync/lock_guard.h"
 #include "ztk/logging.h"
+#include "ztk/scope.h"
 #include "ztk/sync.h"
 
 namespace ZTK {
@@ -24,6 +26,7 @@ constexpr int kTextMode = 1;
 struct LogState {
     CLock lock;
     HexLine hex_line ZTK_GUARDED_BY(lock);
+    bool line_is_out ZTK_GUARDED_BY(lock) = false;  // the host's log hook may still read it
 };
 
 constinit StaticObject<LogState> log_state;
@@ -49,16 +52,19 @@ void WriteUtf8(const char* text) noexcept {
 }  // namespace
 
 void BuildLogging() noexcept {
+    BuildLogHook();
     log_state.Build();
 }
 
 void DestroyLogging() noexcept {
     log_state.Destroy();
+    DestroyLogHook();
 }
 
 // Not analysed: there is no other thread, and who held the lock may not have come along.
 void RepairLoggingInChild() noexcept ZTK_NO_THREAD_SAFETY_ANALYSIS {
     log_state.Get().hex_line.RepairInChild();
+    ForgetLogHookCallsInChild();
 }
 
 }  // namespace frame
@@ -72,7 +78,7 @@ void LogTextA(const char* text) noexcept {
     if (!frame::LoggingEnabled() || text == nullptr || *text == '\0') {
         return;
     }
-    const sync::LockGuard guard(frame::log_state.Get().lock);
+    const CLockGuard guard(frame::log_state.Get().lock);
     frame::WriteUtf8(text);
 }
 
@@ -80,7 +86,7 @@ void LogTextW(const wchar_t* text) noexcept {
     if (!frame::LoggingEnabled() || text == nullptr || *text == L'\0') {
         return;
     }
-    const sync::LockGuard guard(frame::log_state.Get().lock);
+    const CLockGuard guard(frame::log_state.Get().lock);
     frame::WriteTraceLog(text);
 }
 
@@ -89,10 +95,14 @@ void LogHex(const wchar_t* label, unsigned char* data, DWORD size) noexcept {
         return;
     }
     frame::LogState& state = frame::log_state.Get();
-    const sync::LockGuard guard(state.lock);
-    const wchar_t* line = state.hex_line.Format(label, data, size);
+    const CLockGuard guard(state.lock);
+    frame::HexLine nested;  // for a hook that logs while it is handed a line
+    frame::HexLine& hex_line = state.line_is_out ? nested : state.hex_line;
+    const wchar_t* line = hex_line.Format(label, data, size);
     if (line != nullptr) {
+        const bool was_out = std::exchange(state.line_is_out, true);
         frame::WriteTraceLog(line);
+        state.line_is_out = was_out;
     }
 }
 

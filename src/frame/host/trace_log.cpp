@@ -6,6 +6,7 @@
 
 #include "frame/base/tmp_ring.h"
 #include "frame/host/last_error_keeper.h"
+#include "frame/host/log_hook.h"
 #include "frame/host/scratch_text.h"
 #include "platform/formatting.h"
 #include "platform/text_stream.h"
@@ -20,13 +21,7 @@ constinit std::atomic<TextStream*> trace_log{nullptr};
 // Counts over all trace logs of the process: opening and closing do not reset it.
 constinit std::atomic<std::int32_t> writes_since_flush{0};
 
-}  // namespace
-
-bool TraceLogIsOpen() noexcept {
-    return trace_log.load(std::memory_order_acquire) != nullptr;
-}
-
-void WriteTraceLog(const wchar_t* text) noexcept {
+void WriteToFile(const wchar_t* text) noexcept {
     TextStream* stream = trace_log.load(std::memory_order_acquire);
     if (stream == nullptr) {
         return;
@@ -38,6 +33,17 @@ void WriteTraceLog(const wchar_t* text) noexcept {
         (void)fflush(stream);  // as above
         writes_since_flush.store(0, std::memory_order_relaxed);
     }
+}
+
+}  // namespace
+
+bool TraceLogIsOpen() noexcept {
+    return trace_log.load(std::memory_order_acquire) != nullptr;
+}
+
+void WriteTraceLog(const wchar_t* text) noexcept {
+    WriteToFile(text);
+    HandToLogHook(LogKindTrace, text);
 }
 
 void CloseTraceLog() noexcept {

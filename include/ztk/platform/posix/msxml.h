@@ -6,7 +6,8 @@
 // IXMLDOMDocument2::setProperty.
 //
 // Interfaces: a document has IXMLDOMNode, IXMLDOMDocument and IXMLDOMDocument2, an element
-// IXMLDOMNode and IXMLDOMElement, any other node IXMLDOMNode, an attribute map IXMLDOMNamedNodeMap.
+// IXMLDOMNode and IXMLDOMElement, any other node IXMLDOMNode, an attribute map IXMLDOMNamedNodeMap,
+// what a document tells about a refused text IXMLDOMParseError.
 // All have IUnknown and ISupportErrorInfo, which names these interfaces. Asking twice for one node
 // gives two objects.
 //
@@ -83,6 +84,25 @@ struct ZTK_API IXMLDOMNamedNodeMap : IUnknown {
     ~IXMLDOMNamedNodeMap() = default;
 };
 
+// Why a document refused a text. The object keeps what it was made for. Every call returns S_FALSE,
+// with 0 or null, where there is nothing to tell: the last load of the document was no refusal.
+struct ZTK_API IXMLDOMParseError : IUnknown {
+    // E_FAIL for every text that is refused.
+    virtual HRESULT get_errorCode(LONG* errorCode) = 0;
+
+    // A sentence in English, without a line end.
+    virtual HRESULT get_reason(BSTR* reasonString) = 0;
+
+    // Where in the text: the line, and the character in it, both from 1. A surrogate pair is one
+    // character, a byte-order mark none. For what stands in an external definition, the reference
+    // that led there.
+    virtual HRESULT get_line(LONG* lineNumber) = 0;
+    virtual HRESULT get_linepos(LONG* linePosition) = 0;
+
+  protected:
+    ~IXMLDOMParseError() = default;
+};
+
 // A document, empty until a text is loaded.
 struct ZTK_API IXMLDOMDocument : IXMLDOMNode {
     // The root element; S_FALSE with null when the document is empty.
@@ -131,6 +151,10 @@ struct ZTK_API IXMLDOMDocument2 : IXMLDOMDocument {
     // are as they were after a failure.
     virtual HRESULT setProperty(BSTR name, VARIANT value) = 0;
 
+    // Why the last load refused its text. The platform has this call in IXMLDOMDocument; here it
+    // stands behind all others, so that programs that were built before still find them.
+    virtual HRESULT get_parseError(IXMLDOMParseError** errorObj) = 0;
+
   protected:
     ~IXMLDOMDocument2() = default;
 };
@@ -147,6 +171,9 @@ inline constexpr IID IID_IXMLDOMElement{
     0x2933BF86, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
 inline constexpr IID IID_IXMLDOMDocument2{
     0x2933BF95, 0x7B36, 0x11D2, {0xB2, 0x0E, 0x00, 0xC0, 0x4F, 0x98, 0x3E, 0x60}};
+
+inline constexpr IID IID_IXMLDOMParseError{
+    0x3EFAA426, 0x272F, 0x11D2, {0x83, 0x6F, 0x00, 0x00, 0xF8, 0x7A, 0x77, 0x82}};
 
 template <>
 struct InterfaceIdOf<MSXML2::IXMLDOMNode> {
@@ -169,6 +196,11 @@ struct InterfaceIdOf<MSXML2::IXMLDOMDocument2> {
     static constexpr const IID& value = IID_IXMLDOMDocument2;
 };
 
+template <>
+struct InterfaceIdOf<MSXML2::IXMLDOMParseError> {
+    static constexpr const IID& value = IID_IXMLDOMParseError;
+};
+
 namespace MSXML2 {
 
 _COM_SMARTPTR_TYPEDEF(IXMLDOMNode, IID_IXMLDOMNode);
@@ -176,6 +208,7 @@ _COM_SMARTPTR_TYPEDEF(IXMLDOMElement, IID_IXMLDOMElement);
 _COM_SMARTPTR_TYPEDEF(IXMLDOMNamedNodeMap, IID_IXMLDOMNamedNodeMap);
 _COM_SMARTPTR_TYPEDEF(IXMLDOMDocument, IID_IXMLDOMDocument);
 _COM_SMARTPTR_TYPEDEF(IXMLDOMDocument2, IID_IXMLDOMDocument2);
+_COM_SMARTPTR_TYPEDEF(IXMLDOMParseError, IID_IXMLDOMParseError);
 
 }  // namespace MSXML2
 
@@ -200,3 +233,4 @@ using ZTKPosix::IID_IXMLDOMDocument2;
 using ZTKPosix::IID_IXMLDOMElement;
 using ZTKPosix::IID_IXMLDOMNamedNodeMap;
 using ZTKPosix::IID_IXMLDOMNode;
+using ZTKPosix::IID_IXMLDOMParseError;

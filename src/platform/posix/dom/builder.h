@@ -11,7 +11,7 @@
 namespace ZTKPosix::dom {
 
 // An operation returns false, or null, when the tree cannot take more, because memory is short or a
-// limit is reached, and when the names break a rule of namespaces: then Refused() is true.
+// limit is reached, and when the names break a rule of namespaces: then Refusal() says which.
 class TreeBuilder {
   public:
     // notes: for what is only needed until the tree is built. REQUIRES: the tree is empty.
@@ -38,7 +38,8 @@ class TreeBuilder {
     [[nodiscard]] bool Instruction(const char* target, const char* data) noexcept;
     [[nodiscard]] bool DocumentType(const char* name) noexcept;
 
-    [[nodiscard]] bool Refused() const noexcept { return namespaces_.Refused(); }
+    // What was refused; null if nothing was.
+    [[nodiscard]] const char* Refusal() const noexcept { return namespaces_.Refusal(); }
 
   private:
     // A name to which the rules of namespaces do not apply.

@@ -3,6 +3,7 @@
 #include "platform/posix/com/error_record.h"
 #include "platform/posix/dom/dom_object.h"
 #include "platform/posix/dom/node.h"
+#include "platform/posix/dom/parse_error.h"
 #include "platform/posix/dom/parser.h"
 #include "platform/posix/text/runtime_text.h"
 
@@ -14,6 +15,7 @@ using MSXML2::IXMLDOMDocument2;
 using MSXML2::IXMLDOMElement;
 using MSXML2::IXMLDOMNamedNodeMap;
 using MSXML2::IXMLDOMNode;
+using MSXML2::IXMLDOMParseError;
 
 // The truth of a property's value. Hosts give it as a boolean or as the number that stands for one.
 bool ReadFlag(const VARIANT& value, bool& flag) noexcept {
@@ -77,12 +79,13 @@ class DocumentObject final : public DomObject<DocumentObject, IXMLDOMDocument2> 
         }
         // What was loaded before goes first: its memory may be what the new text needs.
         ReplaceTree(nullptr);
+        refusal_ = {};
         const UINT length = SysStringLen(bstrXML);
         Tree* const tree = Tree::Make(length);
         if (tree == nullptr) {
             return Fail(E_OUTOFMEMORY);
         }
-        const LoadResult result = LoadTree(*tree, bstrXML, length, options_);
+        const LoadResult result = LoadTree(*tree, bstrXML, length, options_, refusal_);
         if (result != LoadResult::kLoaded) {
             tree->Release();
             return result == LoadResult::kNoMemory ? Fail(E_OUTOFMEMORY) : S_FALSE;
@@ -92,6 +95,11 @@ class DocumentObject final : public DomObject<DocumentObject, IXMLDOMDocument2> 
             *isSuccessful = VARIANT_TRUE;
         }
         return S_OK;
+    }
+
+    HRESULT get_parseError(IXMLDOMParseError** errorObj) override {
+        return errorObj != nullptr ? HandOutNew(MakeComObject<ParseErrorObject>(refusal_), errorObj)
+                                   : Fail(E_INVALIDARG);
     }
 
     HRESULT setProperty(BSTR name, VARIANT value) override {
@@ -126,6 +134,7 @@ class DocumentObject final : public DomObject<DocumentObject, IXMLDOMDocument2> 
     }
 
     LoadOptions options_;
+    Refusal refusal_{};     // of the last load
     Tree* tree_ = nullptr;  // a reference of the document's own; null when it is empty
 };
 

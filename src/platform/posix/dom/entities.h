@@ -20,15 +20,21 @@ class Entities {
     explicit Entities(Arena& arena) noexcept : arena_(arena), pool_(arena) {}
 
     // Takes a declaration in; text is null for an entity outside the document. False when memory is
-    // short, and when the entities nest too deep: then Refused() is true.
+    // short, and when the entities nest too deep: then Refusal() says so.
     [[nodiscard]] bool Declare(const char* name, bool is_parameter, const char* text,
                                std::size_t length) noexcept;
 
     // Whether the general entities that text refers to are declared, and in turn all that these
-    // refer to. False when memory is short, and when one is not: then Refused() is true.
+    // refer to. False when memory is short, and when one is not: then Refusal() says so.
     [[nodiscard]] bool AreDeclared(std::string_view text) noexcept;
 
-    [[nodiscard]] bool Refused() const noexcept { return refused_; }
+    // Null as long as nothing was refused.
+    [[nodiscard]] const char* Refusal() const noexcept {
+        const char* const reason = deepest_ > kDeepest
+                                       ? "entities nest too deep, or contain themselves"
+                                       : "an entity is declared nowhere";
+        return refused_ ? reason : nullptr;
+    }
 
     // The levels of the deepest nesting.
     [[nodiscard]] unsigned Deepest() const noexcept { return deepest_; }

@@ -11,6 +11,9 @@ namespace ZTKPosix::dom {
 
 namespace {
 
+constexpr char kUndeclared[] = "a prefix is not declared";
+constexpr char kReserved[] = "a reserved prefix or address is declared";
+
 constexpr std::string_view kDataTypes = "urn:schemas-microsoft-com:datatypes";
 constexpr std::string_view kXmlAddress = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view kDeclarationsAddress = "http://www.w3.org/2000/xmlns/";
@@ -44,7 +47,7 @@ bool Namespaces::Classify(Name& name) noexcept {
     }
     if (colon != end && (colon == text || colon + 1 == end || !CanBeginName(colon[1]) ||
                          std::find(colon + 1, end, L':') != end)) {
-        return Refuse();
+        return Refuse("a name has a colon where none may stand");
     }
     return name.prefix != nullptr;
 }
@@ -72,7 +75,7 @@ bool Namespaces::Enter(const Element& element) noexcept {
     const Name& name = *element.name;
     if (!IsPlain(name) && name.prefix->address == nullptr &&
         !EqualsAscii(name.Text(), name.length, "xmlns")) {
-        return Refuse();
+        return Refuse(kUndeclared);
     }
     ++element_number_;
     for (const Attribute* each = begin; each != end; ++each) {
@@ -81,7 +84,7 @@ bool Namespaces::Enter(const Element& element) noexcept {
             continue;
         }
         if (prefix->address == nullptr) {
-            return Refuse();
+            return Refuse(kUndeclared);
         }
         // The parser has seen to it that no attribute stands there twice. It can do so all the same
         // if two prefixes stand for one address.
@@ -102,15 +105,15 @@ bool Namespaces::Declare(const Element& element, const Attribute& attribute) noe
     const bool is_reserved = is_xml || EqualsAscii(address, address_length, kDeclarationsAddress);
     const Name& name = *attribute.name;
     if (name.length < kMark) {
-        return !is_reserved || Refuse();
+        return !is_reserved || Refuse(kReserved);
     }
     const wchar_t* const prefix_text = name.Text() + kMark;
     const std::size_t prefix_length = name.length - kMark;
     if (EqualsAscii(prefix_text, prefix_length, "xml")) {
-        return is_xml || Refuse();
+        return is_xml || Refuse(kReserved);
     }
     if (is_reserved || address_length == 0 || EqualsAscii(prefix_text, prefix_length, "xmlns")) {
-        return Refuse();
+        return Refuse(address_length == 0 ? "a prefix is declared without an address" : kReserved);
     }
     Prefix* const prefix = prefixes_.Intern(prefix_text, prefix_length);
     Address* const known = addresses_.Intern(address, address_length);
@@ -171,7 +174,7 @@ bool Namespaces::IsUnique(const Name& attribute) noexcept {
         return false;
     }
     if (expanded->seen_in == element_number_) {
-        return Refuse();
+        return Refuse("an element has an attribute twice, under two prefixes of one address");
     }
     expanded->seen_in = element_number_;
     return true;

@@ -22,7 +22,7 @@ struct Prefix : PooledText {
 // names would take the product of both in time and memory.
 //
 // Its operations return false when memory is short or the arena's limit is reached, and when the
-// document breaks a rule of namespaces: then Refused() is true.
+// document breaks a rule of namespaces: then Refusal() says which.
 class Namespaces {
   public:
     // REQUIRES: the arena outlives the load; names of other loads are not passed in.
@@ -52,7 +52,8 @@ class Namespaces {
         }
     }
 
-    [[nodiscard]] bool Refused() const noexcept { return refused_; }
+    // Null as long as no rule was broken.
+    [[nodiscard]] const char* Refusal() const noexcept { return refusal_; }
 
   private:
     // What a prefix stood for before an element declared it.
@@ -67,8 +68,8 @@ class Namespaces {
         std::uint32_t seen_in;  // the number of the last element with such an attribute
     };
 
-    [[nodiscard]] bool Refuse() noexcept {
-        refused_ = true;
+    [[nodiscard]] bool Refuse(const char* reason) noexcept {
+        refusal_ = reason;
         return false;
     }
     [[nodiscard]] bool Declare(const Element& element, const Attribute& attribute) noexcept;
@@ -88,7 +89,7 @@ class Namespaces {
     Declaration* last_ = nullptr;
     Declaration* unused_ = nullptr;
     std::uint32_t element_number_ = 0;
-    bool refused_ = false;
+    const char* refusal_ = nullptr;
 };
 
 }  // namespace ZTKPosix::dom

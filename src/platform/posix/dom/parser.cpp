@@ -12,6 +12,7 @@
 #include "platform/posix/dom/external.h"
 #include "platform/posix/dom/kept_parser.h"
 #include "platform/posix/dom/text.h"
+#include "platform/posix/text/unicode.h"
 #include "platform/posix/text/vector_text.h"
 
 namespace ZTKPosix::dom {
@@ -45,6 +46,8 @@ constexpr unsigned long long kExpandedBytes = 8 << 20;
 // the text and the tree; see FeedText for why it is worth that.
 constexpr std::size_t kPiece = std::size_t{16} << 20;
 
+constexpr char kHalfPair[] = "half of a surrogate pair stands alone";
+
 constexpr unsigned kDeepestFile = 16;
 constexpr unsigned kMostFiles = 1000;
 constexpr std::size_t kFileBytes = std::size_t{16} << 20;
@@ -73,6 +76,7 @@ struct Load {
     const XML_Parser root;
     XML_Parser parser;  // the one at work: the root or that of an external definition
     LoadResult result = LoadResult::kLoaded;
+    Refusal refusal{};
     bool has_document_type = false;
     bool in_dtd = false;
     // Set when there are definitions from which the parser concludes that others may exist that it
@@ -87,17 +91,36 @@ struct Load {
     std::uint64_t declared_attributes = 0;
     std::uint64_t declared_bytes = 0;  // names and texts of entities and of defaults
 
-    void Stop(LoadResult reason) noexcept {
+    void Stop(LoadResult failure) noexcept {
         if (result == LoadResult::kLoaded) {
-            result = reason;
+            result = failure;
         }
         XML_StopParser(parser, XML_FALSE);
     }
+    // The first reason is kept, at the place where the document's own text is read: what is refused
+    // in an entity or a file shows in the parsers around it, too.
+    void Note(const char* reason) noexcept {
+        if (refusal.reason == nullptr && result == LoadResult::kLoaded) {
+            refusal = {reason, XML_GetCurrentLineNumber(root),
+                       XML_GetCurrentColumnNumber(root) + 1};
+        }
+    }
+    void Refuse(const char* reason) noexcept {
+        Note(reason);
+        Stop(LoadResult::kRefused);
+    }
     void StopUnless(bool taken) noexcept {
-        if (!taken) {
-            const bool refused = builder.Refused() || entities.Refused() ||
-                                 tree.arena.LimitReached() || notes.LimitReached();
-            Stop(refused ? LoadResult::kRefused : LoadResult::kNoMemory);
+        if (taken) {
+            return;
+        }
+        if (builder.Refusal() != nullptr) {
+            Refuse(builder.Refusal());
+        } else if (entities.Refusal() != nullptr) {
+            Refuse(entities.Refusal());
+        } else if (tree.arena.LimitReached() || notes.LimitReached()) {
+            Refuse("the document would take too much memory");
+        } else {
+            Stop(LoadResult::kNoMemory);
         }
     }
 
@@ -108,7 +131,7 @@ struct Load {
     void AllowStepsFor(std::size_t length) noexcept { steps_left += length * kStepsPerCharacter; }
     void CountSteps(std::uint64_t steps) noexcept {
         if (steps > steps_left) {
-            Stop(LoadResult::kRefused);
+            Refuse("the definitions make too much work");
         } else {
             steps_left -= steps;
         }
@@ -224,7 +247,7 @@ static void OnInstruction(void* data, const char* target, const char* text) {
 static void OnDeclaration(void* data, const char* version, const char* /*encoding*/,
                           int /*standalone*/) {
     if (version != nullptr && std::strcmp(version, "1.0") != 0) {
-        LoadOf(data).Stop(LoadResult::kRefused);
+        LoadOf(data).Refuse("the version of XML is not 1.0");
     }
 }
 
@@ -232,7 +255,7 @@ static void OnStartDocumentType(void* data, const char* name, const char* system
                                 const char* /*public_id*/, int /*has_internal_subset*/) {
     Load& load = LoadOf(data);
     if (load.options.prohibit_dtd) {
-        load.Stop(LoadResult::kRefused);
+        load.Refuse("a document type definition is prohibited");
         return;
     }
     load.StopUnless(load.builder.DocumentType(name));
@@ -281,7 +304,7 @@ static void OnDeclaredAttribute(void* data, const char* element, const char* nam
 // An entity that is declared nowhere, which the parser takes for declared somewhere else after a
 // reference to a parameter entity.
 static void OnSkippedEntity(void* data, const char* /*name*/, int /*is_parameter*/) {
-    LoadOf(data).Stop(LoadResult::kRefused);
+    LoadOf(data).Refuse("an entity is declared nowhere");
 }
 
 static int OnExternal(XML_Parser parser, const char* context, const char* base,
@@ -396,6 +419,10 @@ int OnExternal(XML_Parser parser, const char* context, const char* base, const c
     }
     const bool taken = ExternalsAllowed() && load.result == LoadResult::kLoaded &&
                        (!resolves || TakeExternal(load, context, base, system_id));
+    if (!taken) {
+        load.Note(ExternalsAllowed() ? "an external definition cannot be read as XML"
+                                     : "external definitions are forbidden");
+    }
     return taken ? XML_STATUS_OK : XML_STATUS_ERROR;
 }
 
@@ -425,14 +452,14 @@ void FeedText(Load& load, const wchar_t* text, std::size_t length) noexcept {
         const wchar_t* const piece_end = text + units;
         char* const narrow_end = NarrowUtf16(text, piece_end, static_cast<char*>(buffer));
         if (narrow_end == nullptr || (last && text != end)) {
-            load.Stop(LoadResult::kRefused);
+            load.Refuse(kHalfPair);
             return;
         }
         const auto bytes = narrow_end - static_cast<char*>(buffer);
         fed += static_cast<XML_Index>(bytes);
         if (XML_ParseBuffer(parser, static_cast<int>(bytes), last ? XML_TRUE : XML_FALSE) !=
             XML_STATUS_OK) {
-            load.Stop(LoadResult::kRefused);
+            load.Refuse(XML_ErrorString(XML_GetErrorCode(parser)));
             return;
         }
         constexpr std::size_t kLargestPiece = INT_MAX / 8;
@@ -443,10 +470,36 @@ void FeedText(Load& load, const wchar_t* text, std::size_t length) noexcept {
     }
 }
 
+// Where half of a surrogate pair stands alone, which the parser never gets to see.
+Refusal FindHalfPair(const wchar_t* text, const wchar_t* end) noexcept {
+    Refusal refusal = {kHalfPair, 1, 1};
+    while (text != end) {
+        const wchar_t unit = *text;
+        if (ZTK::unicode::TakeCharacter(text, end) == ZTK::unicode::kReplacement &&
+            unit != ZTK::unicode::kReplacement) {
+            break;
+        }
+        const bool ends_line = unit == L'\n' || (unit == L'\r' && (text == end || *text != L'\n'));
+        refusal.line += ends_line ? 1 : 0;
+        refusal.column = ends_line ? 1 : refusal.column + 1;
+    }
+    return refusal;
+}
+
+Refusal RefusalOf(const Load& load, const wchar_t* text, std::size_t length) noexcept {
+    constexpr wchar_t kByteOrderMark = 0xFEFF;
+    Refusal refusal =
+        load.refusal.reason == kHalfPair ? FindHalfPair(text, text + length) : load.refusal;
+    if (length != 0 && *text == kByteOrderMark && refusal.line == 1 && refusal.column > 1) {
+        --refusal.column;  // the mark is no part of the line
+    }
+    return refusal;
+}
+
 }  // namespace
 
-LoadResult LoadTree(Tree& tree, const wchar_t* text, std::size_t length,
-                    const LoadOptions& options) noexcept {
+LoadResult LoadTree(Tree& tree, const wchar_t* text, std::size_t length, const LoadOptions& options,
+                    Refusal& refusal) noexcept {
     BorrowedParser parser;
     if (parser.Get() == nullptr) {
         return LoadResult::kNoMemory;
@@ -458,6 +511,9 @@ LoadResult LoadTree(Tree& tree, const wchar_t* text, std::size_t length,
     FeedText(load, text, length);
     if (load.result == LoadResult::kRefused && BorrowedParser::LackedMemory()) {
         return LoadResult::kNoMemory;
+    }
+    if (load.result == LoadResult::kRefused) {
+        refusal = RefusalOf(load, text, length);
     }
     if (load.result == LoadResult::kLoaded && !load.has_document_type) {
         parser.KeepAfter(length);

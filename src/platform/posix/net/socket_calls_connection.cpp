@@ -1,18 +1,45 @@
 // Connecting, accepting and transferring bytes: the calls that block.
 #include <poll.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 
 #include "platform/posix/net/connection_end.h"
 #include "platform/posix/net/socket_address.h"
 #include "platform/posix/net/socket_calls.h"
+#include "platform/posix/net/socket_deadlines.h"
 #include "platform/posix/net/socket_error_map.h"
 #include "platform/posix/net/socket_mode.h"
 #include "platform/posix/net/socket_table.h"
+#include "platform/time/deadline.h"
 
 namespace ZTKPosix {
 
 namespace {
+
+using ZTK::Deadline;
+
+// Waits until there is room to send or an attempt to connect has an outcome, until the connection
+// ends or the socket is closed. Returns 0 or the error, ETIMEDOUT when the deadline has passed.
+int AwaitWritable(const SocketUse& use, const Deadline& deadline) noexcept {
+    while (!use.WasClosed()) {
+        const DWORD left = deadline.Left();
+        const int time = left == INFINITE ? -1 : static_cast<int>(std::min<DWORD>(left, INT_MAX));
+        pollfd event{use.descriptor(), POLLOUT, 0};
+        const int ready = ::poll(&event, 1, time);
+        if (ready > 0) {
+            break;
+        }
+        if (ready < 0 && errno != EINTR) {
+            return errno;
+        }
+        if (left == 0) {
+            return ETIMEDOUT;
+        }
+    }
+    return 0;
+}
 
 // One connect call of the system. Returns 0 or the error.
 int BeginConnect(SocketUse& use, const SystemAddress& address) noexcept {
@@ -28,14 +55,9 @@ int BeginConnect(SocketUse& use, const SystemAddress& address) noexcept {
 }
 
 // Waits for the outcome of an attempt to connect. Returns 0 or the error.
-int AwaitConnect(const SocketUse& use) noexcept {
-    pollfd event{use.descriptor(), POLLOUT, 0};
-    int ready = 0;
-    while (!use.WasClosed() && (ready = ::poll(&event, 1, -1)) < 0 && errno == EINTR) {
-    }
-    if (ready < 0) {
-        const int error = errno;
-        // What cannot be waited for must not connect after this call has failed.
+int AwaitConnect(const SocketUse& use, const Deadline& deadline) noexcept {
+    if (const int error = AwaitWritable(use, deadline); error != 0) {
+        // What is not waited for must not connect after this call has failed.
         (void)Disconnect(use.descriptor());
         return error;
     }
@@ -45,22 +67,51 @@ int AwaitConnect(const SocketUse& use) noexcept {
     return told ? error : errno;
 }
 
-// A blocking connect. It runs in non-blocking mode, so that a close by another thread cannot be
+// A connect that waits. It runs in non-blocking mode, so that a close by another thread cannot be
 // missed: either the close came before the attempt began, and the test sees it, or it ends the
 // attempt.
-int ConnectAndWait(SocketUse& use, const SystemAddress& address) noexcept {
+int ConnectAndWait(SocketUse& use, const SystemAddress& address,
+                   const Deadline& deadline) noexcept {
     if (!SetDescriptorMode(use, true)) {
         return FailSocketWithErrno();
     }
     int error = BeginConnect(use, address);
     if (error == EINPROGRESS || error == EINTR) {
-        error = AwaitConnect(use);
+        error = AwaitConnect(use, deadline);
     }
     RestoreDescriptorMode(use);
     if (use.WasClosed()) {
         return FailSocket(WSAEINTR);
     }
-    return error == 0 ? 0 : FailSocket(SocketErrorFromErrno(error));
+    if (error != 0) {
+        return FailSocket(SocketErrorFromErrno(error));
+    }
+    use.Set(kSocketHadPeer);
+    return 0;
+}
+
+// What comes before every attempt to connect. False with the last error set.
+bool PrepareConnect(const SocketUse& use, const sockaddr* address, int length,
+                    SystemAddress* block) noexcept {
+    if (!use || !ToSystemAddress(address, length, block)) {
+        return false;
+    }
+    if (use.Has(kSocketListening)) {
+        WSASetLastError(WSAEINVAL);
+        return false;
+    }
+    if (use.Has(kSocketStream)) {
+        // Lets the connection's own address be bound again while it is in TIME_WAIT. If it failed,
+        // only that would be missing.
+        const int enable = 1;
+        (void)::setsockopt(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, &enable, sizeof(enable));
+    }
+    return true;
+}
+
+// The code for a send that the system failed with error.
+int SendError(SocketUse& use, int error) noexcept {
+    return error == EPIPE && !use.WasClosed() ? CauseOfBrokenPipe(use) : TransferError(use, error);
 }
 
 // Whether a failed accept concerns only the connection that was being accepted.
@@ -108,30 +159,25 @@ SOCKET accept(SOCKET s, sockaddr* address, int* length) noexcept {
 int connect(SOCKET s, const sockaddr* address, int length) noexcept {
     SocketUse use(s);
     SystemAddress block;
-    if (!use || !ToSystemAddress(address, length, &block)) {
+    if (!PrepareConnect(use, address, length, &block)) {
         return SOCKET_ERROR;
     }
-    if (use.Has(kSocketListening)) {
-        return FailSocket(WSAEINVAL);
-    }
-    if (use.Has(kSocketStream)) {
-        // Lets the connection's own address be bound again while it is in TIME_WAIT. If it failed,
-        // only that would be missing.
-        const int enable = 1;
-        (void)::setsockopt(use.descriptor(), SOL_SOCKET, SO_REUSEADDR, &enable, sizeof(enable));
-    }
     if (!use.Has(kSocketNonBlocking)) {
-        if (ConnectAndWait(use, block) != 0) {
-            return SOCKET_ERROR;
-        }
-        use.Set(kSocketHadPeer);
-        return 0;
+        return ConnectAndWait(use, block, Deadline(INFINITE));
     }
     const int error = BeginConnect(use, block);
     if (error == 0 || error == EINPROGRESS) {
         use.Set(kSocketHadPeer);
     }
     return error == 0 ? 0 : FailSocket(SocketErrorFromErrno(error));
+}
+
+int ConnectWithin(SOCKET s, const sockaddr* address, int length,
+                  const Deadline& deadline) noexcept {
+    SocketUse use(s);
+    SystemAddress block;
+    return PrepareConnect(use, address, length, &block) ? ConnectAndWait(use, block, deadline)
+                                                        : SOCKET_ERROR;
 }
 
 int send(SOCKET s, const char* data, int length, int flags) noexcept {
@@ -150,9 +196,35 @@ int send(SOCKET s, const char* data, int length, int flags) noexcept {
     if (sent >= 0) {
         return static_cast<int>(sent);
     }
-    const int error = errno;
-    return FailSocket(error == EPIPE && !use.WasClosed() ? CauseOfBrokenPipe(use)
-                                                         : TransferError(use, error));
+    return FailSocket(SendError(use, errno));
+}
+
+int SendWithin(SOCKET s, const char* data, int length, const Deadline& deadline) noexcept {
+    SocketUse use(s);
+    if (!use) {
+        return SOCKET_ERROR;
+    }
+    for (bool had_room = false;; had_room = true) {
+        const ssize_t sent = ::send(use.descriptor(), data, static_cast<std::size_t>(length),
+                                    MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (sent > 0) {
+            return static_cast<int>(sent);
+        }
+        if ((errno != EAGAIN && errno != EINTR) || use.WasClosed()) {
+            return FailSocket(SendError(use, errno));
+        }
+        if (had_room) {
+            // The system is short of memory for a socket that has room, so there is nothing to wait
+            // for but time.
+            if (deadline.Left() == 0) {
+                return FailSocket(WSAETIMEDOUT);
+            }
+            (void)::poll(nullptr, 0, 1);  // which only may be too short
+        }
+        if (const int error = AwaitWritable(use, deadline); error != 0) {
+            return FailSocket(SocketErrorFromErrno(error));
+        }
+    }
 }
 
 int recv(SOCKET s, char* data, int length, int flags) noexcept {

@@ -9,9 +9,8 @@
 #include "platform/posix/text/code_page_iconv.h"
 #include "platform/posix/text/code_page_sink.h"
 #include "platform/posix/text/runtime_text.h"
-#include "platform/posix/text/unicode.h"
-#include "platform/posix/text/unicode_blocks.h"
-#include "platform/posix/text/vector_text.h"
+#include "platform/processor/ascii_copy.h"
+#include "platform/processor/unicode_text.h"
 
 namespace ZTKPosix {
 namespace {
@@ -23,60 +22,12 @@ bool IsUtf8(UINT code_page) noexcept {
     return code_page == CP_ACP || code_page == CP_UTF8;
 }
 
-std::size_t LeastOf(std::ptrdiff_t a, std::ptrdiff_t b) noexcept {
-    return static_cast<std::size_t>(std::min(a, b));
-}
-
-// One character of any kind. False if there is no room for it.
-template <class Source, class Target>
-bool ConvertCharacter(const Source*& text, const Source* end, Target*& out,
-                      const Target* out_end) noexcept {
-    const Source* behind = text;
-    const EncodedCharacter<Target> encoded(TakeCharacter(behind, end));
-    if (encoded.size > static_cast<std::size_t>(out_end - out)) {
-        return false;
-    }
-    out = std::copy_n(encoded.units, encoded.size, out);
-    text = behind;
-    return true;
-}
-
-// Between UTF-8 and UTF-16, in either direction: converts from the front of [text, end) and moves
-// text and out behind what is done. kNoRoom if the next character does not fit. Units that are
-// written behind out are none of the result.
-template <class Source, class Target>
-Outcome ConvertUnicode(const Source*& text, const Source* end, Target*& out,
-                       const Target* out_end) noexcept {
-    const BlocksDone done = ConvertBlocks(text, end, out, out_end);
-    text += done.taken;
-    out += done.written;
-    while (text != end) {
-        const Source* const behind_good = CopyGoodCharacters(text, end, out, out_end);
-        if (behind_good != text) {
-            text = behind_good;
-        } else if (!ConvertCharacter(text, end, out, out_end)) {
-            return Outcome::kNoRoom;
-        }
-        const std::size_t ascii = CopyAscii(text, LeastOf(end - text, out_end - out), out);
-        text += ascii;
-        out += ascii;
-    }
-    return Outcome::kDone;
-}
-
 // The length of the result.
 template <class Target, class Source>
 [[gnu::noinline]] std::size_t MeasureUnicode(const Source* text, const Source* end) noexcept {
-    Target piece[1024];
     std::size_t size = 0;
-    Outcome outcome = Outcome::kNoRoom;
-    while (outcome == Outcome::kNoRoom) {
-        const std::size_t ascii = CopyAscii(text, LeastOf(end - text, std::ssize(piece)), piece);
-        Target* out = piece + ascii;
-        text += ascii;
-        outcome = ConvertUnicode(text, end, out, std::end(piece));
-        size += static_cast<std::size_t>(out - piece);
-    }
+    ZTK::unicode::ConvertInPieces<Target>(text, end,
+                                          [&size](const auto& piece) { size += piece.size; });
     return size;
 }
 
@@ -144,8 +95,9 @@ template <class Target, class Source>
                                      std::size_t room, std::size_t done) noexcept {
     const Source* at = text + done;
     Target* out = target + done;
-    const Outcome outcome = ConvertUnicode(at, text + count, out, target + room);
-    return Result(outcome, static_cast<std::size_t>(out - target));
+    const bool is_done = ZTK::unicode::ConvertText(at, text + count, out, target + room);
+    return Result(is_done ? Outcome::kDone : Outcome::kNoRoom,
+                  static_cast<std::size_t>(out - target));
 }
 
 // Most texts are short, and ASCII: what else there is stands in functions of its own, so that such
@@ -159,7 +111,7 @@ int Convert(UINT code_page, const Source* text, std::size_t count, Target* targe
     }
     const bool begins_with_ascii = (static_cast<unsigned>(*text) & ~0x7Fu) == 0;
     const std::size_t ascii =
-        begins_with_ascii ? CopyAscii(text, std::min(count, room), target) : 0;
+        begins_with_ascii ? ZTK::CopyAscii(text, std::min(count, room), target) : 0;
     // No more than the room, and so than an int holds.
     return ascii == count ? static_cast<int>(count)
                           : ConvertOnwards(text, count, target, room, ascii);

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace ZTKPosix {
+namespace ZTK::unicode {
 
 struct BlocksDone {
     std::size_t taken;
@@ -18,4 +18,4 @@ BlocksDone ConvertBlocks(const char* text, const char* end, wchar_t* out,
 BlocksDone ConvertBlocks(const wchar_t* text, const wchar_t* end, char* out,
                          const char* out_end) noexcept;
 
-}  // namespace ZTKPosix
+}  // namespace ZTK::unicode

@@ -6,22 +6,22 @@
 // four bytes, and whatever the check refuses, is taken alone. The last part of a text, which is
 // shorter than a block, goes through the same steps: what lies behind the text is looked at with
 // it, but counts as nothing.
-#include "platform/posix/text/unicode_blocks.h"
+#include "platform/processor/unicode_blocks.h"
 
 #include <bit>
 #include <cstdint>
 #include <cstring>
 
-#include "platform/posix/text/unicode.h"
-#include "platform/posix/text/unicode_shuffles.h"
-#include "platform/posix/text/watched_reads.h"
 #include "platform/processor/instruction_set.h"
+#include "platform/processor/unicode.h"
+#include "platform/processor/unicode_shuffles.h"
+#include "platform/processor/watched_reads.h"
 
 #if defined(ZTK_HAS_AVX2_CODE)
 #include <immintrin.h>
 #endif
 
-namespace ZTKPosix {
+namespace ZTK::unicode {
 
 #if defined(ZTK_HAS_AVX2_CODE)
 namespace {
@@ -51,7 +51,7 @@ class ReadableRest {
         constexpr std::uintptr_t kLeastPage = 4096;
         const bool is_beside_readable =
             reinterpret_cast<std::uintptr_t>(text) % kLeastPage <= kLeastPage - Room;
-        if (is_beside_readable && !reads_are_watched) {
+        if (is_beside_readable && !processor::reads_are_watched) {
             return static_cast<const char*>(text);
         }
         std::memset(copy_, 0, Room);
@@ -381,24 +381,26 @@ ZTK_TARGET_AVX2 BlocksDone ConvertByAvx2(const wchar_t* text, const wchar_t* end
 }  // namespace
 #endif
 
-BlocksDone ConvertBlocks(const char* text, const char* end, wchar_t* out,
-                         const wchar_t* out_end) noexcept {
+BlocksDone ConvertBlocks([[maybe_unused]] const char* text, [[maybe_unused]] const char* end,
+                         [[maybe_unused]] wchar_t* out,
+                         [[maybe_unused]] const wchar_t* out_end) noexcept {
 #if defined(ZTK_HAS_AVX2_CODE)
-    if (ZTK::processor::HasAvx2()) {
+    if (processor::HasAvx2()) {
         return ConvertByAvx2(text, end, out, out_end);
     }
 #endif
     return {0, 0};
 }
 
-BlocksDone ConvertBlocks(const wchar_t* text, const wchar_t* end, char* out,
-                         const char* out_end) noexcept {
+BlocksDone ConvertBlocks([[maybe_unused]] const wchar_t* text, [[maybe_unused]] const wchar_t* end,
+                         [[maybe_unused]] char* out,
+                         [[maybe_unused]] const char* out_end) noexcept {
 #if defined(ZTK_HAS_AVX2_CODE)
-    if (ZTK::processor::HasAvx2()) {
+    if (processor::HasAvx2()) {
         return ConvertByAvx2(text, end, out, out_end);
     }
 #endif
     return {0, 0};
 }
 
-}  // namespace ZTKPosix
+}  // namespace ZTK::unicode

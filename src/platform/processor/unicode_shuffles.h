@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace ZTKPosix::shuffles {
+namespace ZTK::unicode::shuffles {
 
 inline constexpr std::uint8_t kZero = 0x80;  // makes a byte 0
 
@@ -145,4 +145,4 @@ inline constexpr JoinShuffles kJoinThrees = [] {
     return shuffles;
 }();
 
-}  // namespace ZTKPosix::shuffles
+}  // namespace ZTK::unicode::shuffles

@@ -1,0 +1,10 @@
+// Keep-alive with its times: platform/keep_alive.h has the contract.
+#pragma once
+
+#include "ztk/platform.h"
+
+namespace ZTKPosix {
+
+int SetKeepAlive(SOCKET s, int idle_seconds, int interval_seconds) noexcept;
+
+}  // namespace ZTKPosix
