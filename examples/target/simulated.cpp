@@ -6,6 +6,8 @@
 #include <map>
 #include <string_view>
 
+#include <ztk/ztk.h>
+
 #include "format.h"
 #include "target/target.h"
 
