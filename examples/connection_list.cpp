@@ -5,7 +5,6 @@
 #include <iterator>
 
 #include "event_body.h"
-#include "lock_guard.h"
 
 namespace example {
 
@@ -37,13 +36,13 @@ bool ConnectionList::Start(std::unique_ptr<Connection> connection) {
         return true;
     }
     std::list<std::unique_ptr<Connection>> failed;
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     failed.splice(failed.end(), connections_, place);
     return false;
 }
 
 std::size_t ConnectionList::Count() {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     return connections_.size();
 }
 
@@ -78,7 +77,7 @@ void ConnectionList::OnEvent(const Event& event) {
     std::string bytes;
     AppendMessage(&bytes, Kind::kEvent, 0, MakeEvent(event));
     const Outbox::Bytes message = std::make_shared<const std::string>(std::move(bytes));
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     for (const auto& connection : connections_) {
         connection->Post(message);
     }
@@ -95,7 +94,7 @@ void ConnectionList::WaitForRoom() {
 // not more events come.
 bool ConnectionList::IsSomebodyBehind() {
     bool found = false;
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     for (const auto& connection : connections_) {
         if (!connection->IsBehind()) {
             continue;

@@ -37,24 +37,6 @@ std::string OutputAttributes(bool is_text) {
     return is_text ? " encoding=\"utf-8\" xml:space=\"preserve\"" : " encoding=\"base64\"";
 }
 
-std::string ToBase64(std::string bytes) {
-    int length = 0;
-    unsigned char* const encoded = ZTK::Base64Encode(reinterpret_cast<unsigned char*>(bytes.data()),
-                                                     static_cast<int>(bytes.size()), &length);
-    std::string text(reinterpret_cast<char*>(encoded), static_cast<std::size_t>(length));
-    ZTK::MemFree(encoded);
-    return text;
-}
-
-std::string FromBase64(std::string text) {
-    auto* const bytes = reinterpret_cast<unsigned char*>(text.data());
-    // Decoded in place; a damaged end may give two bytes more than it has characters.
-    const auto length = static_cast<int>(text.size());
-    text.resize(text.size() + 2);
-    text.resize(static_cast<std::size_t>(ZTK::Base64Decode(bytes, bytes, length, nullptr)));
-    return text;
-}
-
 // "71" or "0x401136"; 0 for what is no number.
 template <class Number>
 Number ToNumber(const std::string& text) {
@@ -103,7 +85,8 @@ std::string MakeEvent(const Event& event) {
     if (is_output) {
         body += OutputAttributes(is_text);
     }
-    return body + ">" + (is_text ? EscapeXml(event.text) : ToBase64(event.text)) + "</event>";
+    return body + ">" + (is_text ? EscapeXml(event.text) : ZTK::Base64EncodeStandard(event.text)) +
+           "</event>";
 }
 
 bool ReadEvent(XmlBody& body, Event* event) {
@@ -125,7 +108,9 @@ bool ReadEvent(XmlBody& body, Event* event) {
     event->code = ToNumber<std::int64_t>(body.Attribute(L"code"));
     event->text = body.Text();
     if (body.Attribute(L"encoding") == "base64") {
-        event->text = FromBase64(event->text);
+        const auto bytes = ZTK::Base64DecodeStandard<std::string>(event->text);
+        known = known && bytes.has_value();
+        event->text = bytes.value_or("");
     }
     return known;
 }

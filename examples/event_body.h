@@ -18,8 +18,8 @@ std::string DescribeStop(const Event& stop);
 // Attributes that have nothing to say are left out. docs/wire-format.md has all of them.
 std::string MakeEvent(const Event& event);
 
-// Reads what MakeEvent made. REQUIRES: body was loaded with the root "event". False for a name that
-// is not known; a peer may skip such an event. Raises _com_error.
+// Reads what MakeEvent made. REQUIRES: body was loaded with the root "event". False for an
+// event that is not known, or whose Base64 is damaged; a peer may skip it. Raises _com_error.
 bool ReadEvent(XmlBody& body, Event* event);
 
 }  // namespace example

@@ -1,8 +1,6 @@
 // Events that wait to be sent to one peer.
 #include "outbox.h"
 
-#include "lock_guard.h"
-
 namespace example {
 
 namespace {
@@ -18,7 +16,7 @@ Outbox::~Outbox() {
 }
 
 bool Outbox::Add(const Bytes& message) {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     if (message->size() > kMostBytes - bytes_) {
         return false;
     }
@@ -32,7 +30,7 @@ bool Outbox::Add(const Bytes& message) {
 }
 
 std::size_t Outbox::MoveTo(ZTK::CSendBatch* batch, std::size_t most) {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     std::size_t moved = 0;
     while (!messages_.empty() && batch->GetSize() < most) {
         const Bytes message = messages_.front();
@@ -52,7 +50,7 @@ bool Outbox::IsBehind() const {
 }
 
 std::chrono::milliseconds Outbox::IdleTime() {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     return messages_.empty()
                ? std::chrono::milliseconds(0)
                : std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - last_taken_);

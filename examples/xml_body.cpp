@@ -59,36 +59,6 @@ std::string MakeArguments(const Arguments& arguments, std::string_view line) {
 
 }  // namespace
 
-std::string EscapeXml(std::string_view text) {
-    if (!IsXmlText(text)) {
-        return EscapeXml(ToXmlText(text));
-    }
-    std::string escaped;
-    escaped.reserve(text.size());
-    for (const char c : text) {
-        switch (c) {
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            case '\r':
-                escaped += "&#13;";
-                break;
-            default:
-                escaped += c;
-        }
-    }
-    return escaped;
-}
-
 std::string MakeRequest(std::string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
     if (line.substr(0, 1) == "<") {

@@ -8,9 +8,6 @@
 
 namespace example {
 
-// Text as XML has it between tags and in attributes. What XML cannot carry at all becomes '?'.
-std::string EscapeXml(std::string_view text);
-
 // The request for a command line: "read-memory 0x1000 16" becomes
 // <request command="read-memory"><address>0x1000</address><count>16</count></request>. A line that
 // is XML already is sent as it is.

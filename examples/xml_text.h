@@ -1,4 +1,4 @@
-// Which texts a document can carry.
+// Any bytes as the text of an XML document.
 #pragma once
 
 #include <string>
@@ -10,7 +10,8 @@ namespace example {
 // two of the noncharacters.
 bool IsXmlText(std::string_view text);
 
-// The same text with a mark (U+FFFD) in place of each character that IsXmlText objects to.
-std::string ToXmlText(std::string_view text);
+// Text as XML has it between tags and in attributes. What is no UTF-8 becomes U+FFFD, and what XML
+// cannot carry '?'.
+std::string EscapeXml(std::string_view text);
 
 }  // namespace example

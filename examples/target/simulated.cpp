@@ -6,8 +6,9 @@
 #include <map>
 #include <string_view>
 
+#include <ztk/ztk.h>
+
 #include "format.h"
-#include "lock_guard.h"
 #include "target/target.h"
 
 namespace example {
@@ -85,21 +86,21 @@ class SimulatedTarget final : public Target {
     }
 
     State GetState() override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         return state_;
     }
 
     // --- Looking around.
 
     bool Modules(std::vector<Module>* modules, std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         *modules = {{0x1000, 0x1800, "/opt/sample/bin/sample"},
                     {0x1800, 0x1C00, "/opt/sample/lib/libsample.so"}};
         return IsThere(problem);
     }
 
     bool Threads(std::vector<ThreadState>* threads, std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         threads->clear();
         const bool stopped = state_.kind == State::Kind::kStopped;
         for (const Thread& thread : threads_) {
@@ -110,7 +111,7 @@ class SimulatedTarget final : public Target {
 
     bool Registers(ThreadId thread, std::vector<Register>* registers,
                    std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         const Thread* found = StoppedThread(thread, problem);
         if (found == nullptr) {
             return false;
@@ -124,7 +125,7 @@ class SimulatedTarget final : public Target {
 
     bool WriteRegister(ThreadId thread, const std::string& name, std::uint64_t value,
                        std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         Thread* found = StoppedThread(thread, problem);
         if (found == nullptr) {
             return false;
@@ -140,7 +141,7 @@ class SimulatedTarget final : public Target {
 
     std::size_t ReadMemory(Address address, void* bytes, std::size_t count,
                            std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         const std::size_t done = IsThere(problem) ? Accessible(address, count) : 0;
         if (done > 0) {
             std::memcpy(bytes, memory_.data() + (address - kMemoryStart), done);
@@ -153,7 +154,7 @@ class SimulatedTarget final : public Target {
 
     std::size_t WriteMemory(Address address, const void* bytes, std::size_t count,
                             std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         const std::size_t done = IsThere(problem) ? Accessible(address, count) : 0;
         if (done > 0) {
             std::memcpy(memory_.data() + (address - kMemoryStart), bytes, done);
@@ -189,7 +190,7 @@ class SimulatedTarget final : public Target {
     // --- Running.
 
     bool SetBreakpoint(Address address, int* number, std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         if (!IsThere(problem)) {
             return false;
         }
@@ -210,7 +211,7 @@ class SimulatedTarget final : public Target {
     }
 
     bool DeleteBreakpoint(int number, std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         for (auto it = breakpoints_.begin(); it != breakpoints_.end(); ++it) {
             if (it->second == number) {
                 breakpoints_.erase(it);
@@ -221,7 +222,7 @@ class SimulatedTarget final : public Target {
     }
 
     std::vector<Breakpoint> Breakpoints() override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         std::vector<Breakpoint> breakpoints;
         for (const auto& [address, number] : breakpoints_) {
             breakpoints.push_back({number, address});
@@ -234,7 +235,7 @@ class SimulatedTarget final : public Target {
     // The thread that stopped last goes straight on to the next breakpoint. Without one it runs in
     // a circle until it is interrupted.
     bool Continue(std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         Thread* thread = StoppedThread(0, problem);
         if (thread == nullptr) {
             return false;
@@ -250,7 +251,7 @@ class SimulatedTarget final : public Target {
     }
 
     bool Step(ThreadId id, std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         Thread* thread = StoppedThread(id, problem);
         if (thread == nullptr) {
             return false;
@@ -262,7 +263,7 @@ class SimulatedTarget final : public Target {
     }
 
     bool Interrupt(std::string* problem) override {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         if (!IsThere(problem)) {
             return false;
         }
@@ -329,7 +330,7 @@ class SimulatedTarget final : public Target {
 
     // There is no second one to launch: this agent has no debuggee from now on.
     bool End(Event event, const char* why, std::string* problem) {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         if (!IsThere(problem)) {
             return false;
         }
