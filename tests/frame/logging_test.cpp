@@ -168,14 +168,12 @@ struct HookUser {
 TEST_F(Logging, AHookIsNotCalledAnyMoreOnceItsPlaceIsTaken) {
     ZTKCloseTraceLog();
     std::atomic<bool> done{false};
-    std::vector<std::jthread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            while (!done) {
-                ZTKWriteTraceLog(L"text");
-            }
-        });
-    }
+    const auto log = [&] {
+        while (!done) {
+            ZTKWriteTraceLog(L"text");
+        }
+    };
+    const std::jthread threads[] = {std::jthread(log), std::jthread(log), std::jthread(log)};
     std::deque<HookUser> users;
     for (int i = 0; i < 200; ++i) {
         ZTK::SetLogHook(HookUser::Hook, &users.emplace_back(i % 2 == 0));

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
 #include <optional>
 #include <string>
@@ -22,6 +23,16 @@ struct OpenClientSocket : CClientSocket {
     using CClientSocket::CClientSocket;
     using CSocket::family_, CSocket::protocol_, CSocket::socket_type_;
 };
+
+// Receives until there are so many bytes in all.
+void ReadUntil(CClientSocket& peer, std::string& received, std::size_t bytes) {
+    while (received.size() < bytes) {
+        const int length = peer.Read();
+        ASSERT_GT(length, 0);
+        received.append(reinterpret_cast<char*>(peer.GetBuffer()),
+                        static_cast<std::size_t>(length));
+    }
+}
 
 using ClientSocket = ztk_test::IPv4LoopbackTest;
 using ClientSocketBothFamilies = ztk_test::LoopbackTest;
@@ -131,6 +142,8 @@ TEST_F(ClientSocket, FailedConnectsSetTheLastError) {
     for (const auto& [family, error] : {std::pair(2, WSAECONNREFUSED), {17, WSAEAFNOSUPPORT}}) {
         CClientSocket client(0);
         info.family = static_cast<unsigned short>(family);
+        EXPECT_FALSE(client.Connect(&info, INFINITE));
+        EXPECT_EQ(client.GetLastError(), static_cast<DWORD>(error));
         EXPECT_FALSE(client.Connect(&info));
         EXPECT_EQ(client.GetLastError(), static_cast<DWORD>(error));
         EXPECT_NE(client.GetSocket(), 0U) << "stays open until Shutdown";
@@ -178,39 +191,25 @@ TEST_F(ClientSocket, ConnectingEndsByItsDeadlineOrByShutdown) {
     for (CClientSocket& client : clients) {
         client.Shutdown();
     }
-    server_.Stop();
-    info.port = 1;
-    EXPECT_FALSE(client_.Connect(&info, INFINITE));
-    EXPECT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAECONNREFUSED));
-    client_.Shutdown();
 }
 
 TEST_F(ClientSocket, SendAllGoesOnFromWhereItsDeadlineEndedIt) {
     CClientSocket peer(nullptr, StartReceiving(client_), 1 << 16);
     std::string all(24'000'000, ' ');  // more than the system keeps
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        all[i] = static_cast<char>(i % 251);
-    }
+    std::generate(all.begin(), all.end(),
+                  [i = 0]() mutable { return static_cast<char>(++i % 251); });
     std::string received;
-    const auto receive = [&](std::size_t until) {
-        while (received.size() < until) {
-            const int length = peer.Read();
-            ASSERT_GT(length, 0);
-            received.append(reinterpret_cast<char*>(peer.GetBuffer()),
-                            static_cast<std::size_t>(length));
-        }
-    };
     std::size_t done = 0;
     for (const DWORD time : {DWORD{0}, DWORD{50}, DWORD{0}}) {
         std::uint64_t sent = 0;
         EXPECT_FALSE(client_.SendAll(all.data() + done, all.size() - done, time, &sent));
         EXPECT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAETIMEDOUT));
         done += sent;
-        receive(done);
+        ReadUntil(peer, received, done);
     }
     EXPECT_GT(done, 0U);
     std::uint64_t sent = 0;
-    std::thread reader(receive, all.size());
+    std::thread reader([&] { ReadUntil(peer, received, all.size()); });
     EXPECT_TRUE(client_.SendAll(all.data() + done, all.size() - done, INFINITE, &sent));
     reader.join();
     EXPECT_EQ(done + sent, all.size());
@@ -293,22 +292,12 @@ TEST_F(ClientSocket, ABatchGoesOnWhereTheSystemTookAPart) {
         ASSERT_EQ(client_.GetLastError(), static_cast<DWORD>(WSAEWOULDBLOCK));
         total += sent;
         ASSERT_EQ(batch.GetSize(), all.size() - total);
-        while (received.size() < total) {
-            const int length = peer.Read();
-            ASSERT_GT(length, 0);
-            received.append(reinterpret_cast<char*>(peer.GetBuffer()),
-                            static_cast<std::size_t>(length));
-        }
+        ReadUntil(peer, received, total);
     }
     EXPECT_GT(calls, 0U) << "the first call sent all";
     EXPECT_TRUE(batch.Send(&sent));
     EXPECT_EQ(sent, 0U);
-    while (received.size() < all.size()) {
-        const int length = peer.Read();
-        ASSERT_GT(length, 0);
-        received.append(reinterpret_cast<char*>(peer.GetBuffer()),
-                        static_cast<std::size_t>(length));
-    }
+    ReadUntil(peer, received, all.size());
     EXPECT_TRUE(received == all);
     peer.Shutdown();
 }
