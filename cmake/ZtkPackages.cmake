@@ -1,4 +1,4 @@
-# Packages, made by "cpack --preset install" and those of the Windows builds: archives with the whole
+# Packages, made by "cpack --preset package" and those of the Windows builds: archives with the whole
 # installation, and on Linux packages for Debian, one for each component.
 set(CPACK_PACKAGE_NAME ztkagentlib)
 set(CPACK_PACKAGE_VENDOR "The ZtkAgentLib developers")
@@ -6,7 +6,7 @@ set(CPACK_PACKAGE_CONTACT "The ZtkAgentLib developers <maintainers@ztkagentlib.i
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_PACKAGE_CHECKSUM SHA256)
-set(CPACK_STRIP_FILES ON)
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/StripArchives.cmake)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_THREADS 0)
 
@@ -39,6 +39,8 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library_package}-${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
+# A package beside it has what debuggers need.
+set(CPACK_DEBIAN_LIBRARY_DEBUGINFO_PACKAGE ON)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_PROVIDES ${library_package})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONFLICTS ${library_package})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_REPLACES ${library_package})

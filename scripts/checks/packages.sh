@@ -48,7 +48,7 @@ check_archives_windows() {
     check_other_target "$prefix" Linux "$bits" "Windows, $bits bit"
 }
 
-# The packages for Debian, unpacked into one root as an installation would: a host is built against them
+# The packages for Debian but the one for debuggers, unpacked into one root as an installation would: a host is built against them
 # with CMake and with pkg-config, and the library's package alone is enough to run it or to load the
 # library by the name that has no version.
 check_debian_packages() {
@@ -80,8 +80,15 @@ check_debian_fields() {
         echo "the development package does not depend on the library's"
         code=1
     }
+    if [[ $(dpkg-deb --field "$packages"/*-dbgsym_*.ddeb Build-Ids) != "$(build_id "$root/build/linux/debian-root")" ]]; then
+        echo "the package for debuggers is for another library"
+        code=1
+    fi
     return "$code"
 }
+
+# build_id ROOT: what debuggers know the library by that is installed there.
+build_id() { LC_ALL=C readelf --notes "$1/usr/lib/libZtkAgentLib64.so" | sed -n 's/.*Build ID: //p'; }
 
 # check_debian_consumer PREFIX LIBRARY_FOLDER
 check_debian_consumer() {
