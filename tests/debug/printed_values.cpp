@@ -1,6 +1,8 @@
 // Values that a debugger shows: scripts/printers-check compares what it prints at Stop.
 #include "ztk/ztk.h"
 
+#pragma GCC diagnostic ignored "-Wunused-variable"  // only the debugger looks at some
+
 namespace {
 
 // "3:abc;" is a body of three bytes with its header and a trailer of one.
