@@ -13,7 +13,8 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kLongestWait{2000};  // of one WaitForRoom
-constexpr milliseconds kStillReading{500};  // a peer that took something in this time is waited for
+constexpr milliseconds kStillReading{
+    3000};                              // a peer that took something in this time is waited for
 constexpr milliseconds kGivenUp{5000};  // one that is behind and took nothing for so long is not
 constexpr DWORD kLookAgain = 100;       // milliseconds
 

@@ -22,10 +22,10 @@ bool Outbox::Add(const Bytes& message) {
     }
     if (messages_.empty()) {
         last_taken_ = Clock::now();
-        SetEvent(added_);
     }
     messages_.push_back(message);
     bytes_ += message->size();
+    SetEvent(added_);  // each time: the sender takes what it has seen and may leave this one
     return true;
 }
 
