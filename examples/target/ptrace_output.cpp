@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "../lock_guard.h"
+#include <ztk/scope.h>
 
 namespace example {
 
@@ -61,7 +61,7 @@ void OutputReader::ReadUntilEnd() {
 
 OutputReader::Found OutputReader::ReadPiece() {
     char bytes[kPiece];
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     const ssize_t count = read(pipe_.reading.Get(), bytes, sizeof bytes);
     if (count > 0) {
         Tell(pieces_.Add({bytes, static_cast<std::size_t>(count)}));
@@ -78,7 +78,7 @@ void OutputReader::Drain(bool last) {
     for (int i = 0; i < kMostPieces && ReadPiece() == Found::kSomething; ++i) {
     }
     if (last) {
-        const LockGuard guard(&lock_);
+        const ZTK::CLockGuard guard(lock_);
         Tell(pieces_.Rest());
     }
 }

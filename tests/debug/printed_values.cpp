@@ -26,7 +26,7 @@ void Show() {
     wchar_t letter = L'\u00FC';
     wchar_t letters[8] = L"array";
     ZTK::WideText counted(L"counted\0text", 12);
-    ZTK::WideView view = counted;
+    [[maybe_unused]] ZTK::WideView view = counted;
     ZTK::CBuffer<char> lines;
     lines = "one\ntwo\nthree";
     lines.ToLines();
