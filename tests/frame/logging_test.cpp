@@ -152,6 +152,7 @@ TEST_F(Logging, AHookGetsEveryTextButItsOwnAlsoWithoutATraceLog) {
 }
 
 struct HookUser {
+    explicit HookUser(bool within) : leaves_from_within(within) {}
     static void Hook(void* context, ZTK::TLogKind, const wchar_t*) {
         auto& user = *static_cast<HookUser*>(context);
         if (++user.calls == 3 && user.leaves_from_within) {
@@ -160,7 +161,7 @@ struct HookUser {
         std::this_thread::yield();
         EXPECT_TRUE(user.present);
     }
-    bool leaves_from_within;
+    const bool leaves_from_within;
     std::atomic<bool> present{true};
     std::atomic<int> calls{0};
 };
