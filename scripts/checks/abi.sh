@@ -26,8 +26,9 @@ they rely on, and what became of it. Additions pass; what is there keeps its nam
 place in an object and its place among the virtual functions. So add a function beside the old one
 instead of changing it, and keep new state out of public objects (CONTRIBUTING.md, "Versions").
 
-If no program can notice (as with a private member's type that got another name), or if this is to
-become a new major version: scripts/test --update-abi
+If no program can notice (as with a private member's type that got another name, or a function at the
+end of an interface that only the library implements), or if this is to become a new major version:
+scripts/test --update-abi
 END
     return 1
 }

@@ -27,11 +27,8 @@ run_consumers() {
     local preset=$1 bin=$2/bin program
     for program in "$root/build/$preset"/consumer/{consumer,large_body}; do
         case "$preset" in
-            linux) [[ ! -e $program ]] || "$program" || return ;;
-            windows-x64)
-                [[ ! -e $program.exe ]] ||
-                    WINEPATH="Z:${bin//\//\\}" "$root/scripts/wine-run" "$program.exe" || return
-                ;;
+            linux) "$program" || return ;;
+            windows-x64) WINEPATH="Z:${bin//\//\\}" "$root/scripts/wine-run" "$program.exe" || return ;;
         esac
     done
 }
