@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "../lock_guard.h"
+#include "lock_guard.h"
 
 namespace example {
 
