@@ -3,8 +3,6 @@
 
 #include <utility>
 
-#include "lock_guard.h"
-
 namespace example {
 
 Handover::Handover() {
@@ -17,7 +15,7 @@ Handover::~Handover() {
 }
 
 void Handover::Run(const std::function<void()>& work) {
-    const LockGuard turn(&turn_);
+    const ZTK::CLockGuard turn(turn_);
     work_ = &work;
     events_.Signal(kArrived);
     (void)events_.Wait(1U << kDone, -1);  // the handles are valid, so that it ends with the work

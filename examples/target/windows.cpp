@@ -27,17 +27,16 @@ class WindowsTarget final : public Target {
   public:
     explicit WindowsTarget(EventSink* sink) : sink_(sink) {
         requests_.SetHandle(handover_.Arrived(), kRequest, ZTK::SyncTypeNone);
-        thread_ =
-            handover_.IsUsable() ? CreateThread(nullptr, 0, Thread, this, 0, nullptr) : nullptr;
+        thread_.reset(handover_.IsUsable() ? CreateThread(nullptr, 0, Thread, this, 0, nullptr)
+                                           : nullptr);
     }
     WindowsTarget(const WindowsTarget&) = delete;
     WindowsTarget& operator=(const WindowsTarget&) = delete;
 
     ~WindowsTarget() override {
-        if (thread_ != nullptr) {
+        if (thread_) {
             handover_.Run([this] { ending_ = true; });
-            WaitForSingleObject(thread_, INFINITE);
-            CloseHandle(thread_);
+            WaitForSingleObject(thread_.get(), INFINITE);
         }
     }
 
@@ -120,7 +119,7 @@ class WindowsTarget final : public Target {
     template <class Request>
     std::invoke_result_t<Request, Debugger&> Ask(std::string* problem, Request request) {
         std::invoke_result_t<Request, Debugger&> result{};
-        if (thread_ == nullptr) {
+        if (!thread_) {
             *problem = "the agent has no thread to control a process with";
             return result;
         }
@@ -150,7 +149,7 @@ class WindowsTarget final : public Target {
     EventSink* const sink_;
     Handover handover_;
     ZTK::CSASync requests_;  // borrows its handle
-    HANDLE thread_ = nullptr;
+    ZTK::COwnedHandle thread_;
     Debugger* debugger_ = nullptr;  // the thread's, as long as it serves
     bool ending_ = false;           // touched by the thread
 };

@@ -55,21 +55,20 @@ bool BeginToControl(std::uint64_t process, std::string* problem) {
     if (process == GetCurrentProcessId()) {
         return Fail(problem, WhyNotAttached(process, "this is the agent itself"));
     }
-    HANDLE const handle = process <= MAXDWORD
-                              ? OpenProcess(PROCESS_ALL_ACCESS, FALSE, static_cast<DWORD>(process))
-                              : nullptr;
-    if (handle == nullptr) {
-        const bool refused = process <= MAXDWORD && ::GetLastError() == ERROR_ACCESS_DENIED;
-        return Fail(problem, refused ? WhyNotAttached(process,
-                                                      "no permission: it is another user's, or "
-                                                      "protected; an administrator's agent may")
-                                     : Format("there is no process %llu", Wide(process)));
+    const bool possible = process <= MAXDWORD;
+    const ZTK::COwnedHandle handle(
+        possible ? OpenProcess(PROCESS_ALL_ACCESS, FALSE, static_cast<DWORD>(process)) : nullptr);
+    if (!handle) {
+        return Fail(problem, possible && ::GetLastError() == ERROR_ACCESS_DENIED
+                                 ? WhyNotAttached(process,
+                                                  "no permission: it is another user's, or "
+                                                  "protected; an administrator's agent may")
+                                 : Format("there is no process %llu", Wide(process)));
     }
-    std::string why = WhyNotToControl(handle);
+    std::string why = WhyNotToControl(handle.get());
     if (why.empty() && !DebugActiveProcess(static_cast<DWORD>(process))) {
         why = SystemText(::GetLastError());
     }
-    CloseHandle(handle);
     return why.empty() || Fail(problem, WhyNotAttached(process, why));
 }
 

@@ -13,25 +13,6 @@ namespace {
 
 using WideText = std::vector<wchar_t>;  // with its terminator
 
-// Closes a handle at the end of a scope.
-class ScopedHandle {
-  public:
-    explicit ScopedHandle(HANDLE handle) : handle_(handle) {}
-    ScopedHandle(const ScopedHandle&) = delete;
-    ScopedHandle& operator=(const ScopedHandle&) = delete;
-    ~ScopedHandle() {
-        if (IsValid()) {
-            CloseHandle(handle_);
-        }
-    }
-
-    [[nodiscard]] bool IsValid() const { return handle_ != INVALID_HANDLE_VALUE; }
-    [[nodiscard]] HANDLE Get() const { return handle_; }
-
-  private:
-    HANDLE handle_;
-};
-
 // The only handles that a program is to inherit. Without such a list it would get all that can be
 // inherited, the sockets of our peers among them, and keep connections open that we have closed.
 class InheritedHandles {
@@ -182,14 +163,15 @@ bool StartProgram(const std::vector<std::string>& command_line, EventSink* sink,
                                                      : "64 bits, the agent one of 32"));
     }
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    const ScopedHandle input(CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                         &inherited, OPEN_EXISTING, 0, nullptr));
-    *output = input.IsValid() ? OutputReader::Make(sink) : nullptr;
+    const ZTK::COwnedHandle input(CreateFileW(L"NUL", GENERIC_READ,
+                                              FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                                              OPEN_EXISTING, 0, nullptr));
+    *output = input ? OutputReader::Make(sink) : nullptr;
     if (*output == nullptr) {
         return Fail(problem, WhyNotStarted(command_line[0], ::GetLastError()));
     }
     const DWORD error =
-        CreateDebuggee(path, std::move(wide_line), input.Get(), (*output)->WriteEnd(), process);
+        CreateDebuggee(path, std::move(wide_line), input.get(), (*output)->WriteEnd(), process);
     if (error != 0) {
         output->reset();
         return Fail(problem, WhyNotStarted(command_line[0], error));

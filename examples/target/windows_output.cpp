@@ -5,8 +5,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "lock_guard.h"
-
 namespace example {
 
 namespace {
@@ -34,49 +32,42 @@ std::unique_ptr<OutputReader> OutputReader::Make(EventSink* sink) {
 bool OutputReader::Open() {
     wchar_t name[80];
     PipeName(name);
-    read_end_ = CreateNamedPipeW(
+    read_end_.reset(CreateNamedPipeW(
         name, PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
-        PIPE_TYPE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, 0, kPipeBytes, 0, nullptr);
-    if (read_end_ == INVALID_HANDLE_VALUE) {
+        PIPE_TYPE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, 0, kPipeBytes, 0, nullptr));
+    if (!read_end_) {
         return false;
     }
     SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-    write_end_ = CreateFileW(name, GENERIC_WRITE, 0, &inherited, OPEN_EXISTING, 0, nullptr);
-    if (write_end_ == INVALID_HANDLE_VALUE) {
+    write_end_.reset(CreateFileW(name, GENERIC_WRITE, 0, &inherited, OPEN_EXISTING, 0, nullptr));
+    if (!write_end_) {
         return false;
     }
     read_.hEvent = events_.CreateEventW(0, kCame, nullptr, true);
     if (read_.hEvent == nullptr || events_.CreateEventW(0, kStop, nullptr, true) == nullptr) {
         return false;
     }
-    thread_ = CreateThread(nullptr, 0, Thread, this, CREATE_SUSPENDED, nullptr);
-    return thread_ != nullptr;
+    thread_.reset(CreateThread(nullptr, 0, Thread, this, CREATE_SUSPENDED, nullptr));
+    return static_cast<bool>(thread_);
 }
 
 OutputReader::~OutputReader() {
-    if (thread_ != nullptr) {
+    if (thread_) {
         events_.Signal(kStop);
-        ResumeThread(thread_);  // if it never began
-        WaitForSingleObject(thread_, INFINITE);
-        CloseHandle(thread_);
+        ResumeThread(thread_.get());  // if it never began
+        WaitForSingleObject(thread_.get(), INFINITE);
     }
     if (reading_) {
-        CancelIoEx(read_end_, &read_);
+        CancelIoEx(read_end_.get(), &read_);
         EndRead(true);
-    }
-    for (HANDLE const end : {read_end_, write_end_}) {
-        if (end != INVALID_HANDLE_VALUE) {
-            CloseHandle(end);
-        }
     }
     events_.CloseAll();
 }
 
 void OutputReader::CloseWriteEnd(std::uint64_t process) {
     process_ = process;
-    CloseHandle(write_end_);
-    write_end_ = INVALID_HANDLE_VALUE;
-    ResumeThread(thread_);
+    write_end_.reset();
+    ResumeThread(thread_.get());
 }
 
 DWORD WINAPI OutputReader::Thread(void* reader) {
@@ -87,14 +78,14 @@ DWORD WINAPI OutputReader::Thread(void* reader) {
 void OutputReader::ReadUntilOver() {
     while (!over_) {
         {
-            const LockGuard guard(&lock_);
+            const ZTK::CLockGuard guard(lock_);
             BeginRead();
         }
         if (events_.Wait(1U << kStop | 1U << kCame, -1) != kCame) {
             return;
         }
         {
-            const LockGuard guard(&lock_);
+            const ZTK::CLockGuard guard(lock_);
             EndRead(false);
             if (over_) {
                 Tell(pieces_.Rest());
@@ -110,7 +101,7 @@ void OutputReader::BeginRead() {
     if (reading_ || over_) {
         return;
     }
-    reading_ = ReadFile(read_end_, buffer_, sizeof buffer_, nullptr, &read_) != FALSE ||
+    reading_ = ReadFile(read_end_.get(), buffer_, sizeof buffer_, nullptr, &read_) != FALSE ||
                ::GetLastError() == ERROR_IO_PENDING;
     over_ = !reading_;
 }
@@ -121,7 +112,7 @@ void OutputReader::EndRead(bool wait) {
     if (!reading_) {
         return;
     }
-    if (!GetOverlappedResult(read_end_, &read_, &count, wait ? TRUE : FALSE)) {
+    if (!GetOverlappedResult(read_end_.get(), &read_, &count, wait ? TRUE : FALSE)) {
         const DWORD error = ::GetLastError();
         if (error == ERROR_IO_INCOMPLETE) {
             return;
@@ -133,11 +124,11 @@ void OutputReader::EndRead(bool wait) {
 }
 
 void OutputReader::Drain(bool last) {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     const bool was_reading = reading_;
     if (reading_) {
         // Either something has come, or nothing comes any more.
-        CancelIoEx(read_end_, &read_);
+        CancelIoEx(read_end_.get(), &read_);
         EndRead(true);
     }
     ReadWhatIsThere();
@@ -152,7 +143,7 @@ void OutputReader::Drain(bool last) {
 void OutputReader::ReadWhatIsThere() {
     DWORD there = 0;
     for (int i = 0; i < kMostReadsOfDrain && !over_; ++i) {
-        if (!PeekNamedPipe(read_end_, nullptr, 0, nullptr, &there, nullptr) || there == 0) {
+        if (!PeekNamedPipe(read_end_.get(), nullptr, 0, nullptr, &there, nullptr) || there == 0) {
             return;
         }
         BeginRead();

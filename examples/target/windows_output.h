@@ -31,7 +31,7 @@ class OutputReader {
 
     // The end for the debuggee, which inherits it. Closed by CloseWriteEnd, so that the pipe ends
     // with the debuggee; nothing is read before.
-    [[nodiscard]] HANDLE WriteEnd() const { return write_end_; }
+    [[nodiscard]] HANDLE WriteEnd() const { return write_end_.get(); }
     void CloseWriteEnd(std::uint64_t process);
 
     // Tells the sink all that was written until now; last: also the beginning of a character whose
@@ -57,9 +57,9 @@ class OutputReader {
 
     EventSink* const sink_;
     std::uint64_t process_ = 0;
-    HANDLE read_end_ = INVALID_HANDLE_VALUE;
-    HANDLE write_end_ = INVALID_HANDLE_VALUE;
-    HANDLE thread_ = nullptr;
+    ZTK::COwnedHandle read_end_;
+    ZTK::COwnedHandle write_end_;
+    ZTK::COwnedHandle thread_;
     ZTK::CSASync events_;
     std::atomic<bool> over_{false};
 
