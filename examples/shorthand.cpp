@@ -28,7 +28,7 @@ constexpr Command kCommands[] = {
     {"interrupt", "Ctrl-C", "", "stop the debuggee where it is"},
     {"backtrace", "bt", "[THREAD]", "who called whom"},
     {"threads", "", "", "the threads, and where they are"},
-    {"registers", "r", "[THREAD]", "the registers"},
+    {"registers", "regs", "[THREAD]", "the registers"},
     {"write-register", "", "NAME VALUE [THREAD]", "change a register"},
     {"read-memory", "x", "PLACE [COUNT]", "bytes of memory; 64 without a count"},
     {"write-memory", "", "PLACE BYTE...", "change memory"},
