@@ -31,21 +31,16 @@ std::string Hex(std::uint64_t value) {
     return text;
 }
 
-// "breakpoint 1", "SIGSEGV at 0x0", "step"
-std::string Cause(const Event& stop) {
-    std::string cause = stop.reason;
-    if (stop.breakpoint != 0) {
-        cause += " " + std::to_string(stop.breakpoint);
+// "breakpoint 1 in thread 71 at work (0x401136)"
+std::string Stop(const Event& stop) {
+    std::string text = stop.reason;
+    if (stop.reason == "breakpoint" && stop.breakpoint != 0) {
+        text += " " + std::to_string(stop.breakpoint);
     }
-    if (!stop.text.empty()) {
-        cause += " " + stop.text;
-    }
-    return cause;
-}
-
-std::string Place(const Event& stop) {
     const std::string address = Hex(stop.address);
-    return stop.symbol.empty() ? address : stop.symbol + " (" + address + ")";
+    text += " in thread " + std::to_string(stop.thread) + " at ";
+    text += stop.symbol.empty() ? address : stop.symbol + " (" + address + ")";
+    return stop.text.empty() ? text : text + ": " + stop.text;
 }
 
 std::string End(const Event& exit) {
@@ -59,8 +54,7 @@ std::string End(const Event& exit) {
 std::string Sentence(const Event& event) {
     switch (event.kind) {
         case Event::Kind::kStopped:
-            return "stopped: " + Cause(event) + " in thread " + std::to_string(event.thread) +
-                   " at " + Place(event);
+            return "stopped: " + Stop(event);
         case Event::Kind::kExited:
             return "exited: process " + std::to_string(event.process) + ", " + End(event);
         case Event::Kind::kDetached:
