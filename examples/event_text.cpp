@@ -2,9 +2,11 @@
 #include "event_text.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <utility>
+
+#include "event_body.h"
+#include "format.h"
 
 namespace example {
 
@@ -12,36 +14,11 @@ namespace {
 
 constexpr std::size_t kLongestLine = 4096;  // bytes of output that are shown as one line
 
-constexpr struct {
-    Event::Kind kind;
-    const char* name;
-} kNames[] = {
-    {Event::Kind::kStopped, "stopped"},
-    {Event::Kind::kExited, "exited"},
-    {Event::Kind::kDetached, "detached"},
-    {Event::Kind::kOutput, "output"},
-    {Event::Kind::kModuleLoaded, "module-loaded"},
-    {Event::Kind::kThreadStarted, "thread-started"},
-    {Event::Kind::kThreadEnded, "thread-ended"},
+constexpr Event::Kind kKinds[] = {
+    Event::Kind::kStopped,     Event::Kind::kExited,       Event::Kind::kDetached,
+    Event::Kind::kOutput,      Event::Kind::kModuleLoaded, Event::Kind::kThreadStarted,
+    Event::Kind::kThreadEnded,
 };
-
-std::string Hex(std::uint64_t value) {
-    char text[20];
-    std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(value));
-    return text;
-}
-
-// "breakpoint 1 in thread 71 at work (0x401136)"
-std::string Stop(const Event& stop) {
-    std::string text = stop.reason;
-    if (stop.reason == "breakpoint" && stop.breakpoint != 0) {
-        text += " " + std::to_string(stop.breakpoint);
-    }
-    const std::string address = Hex(stop.address);
-    text += " in thread " + std::to_string(stop.thread) + " at ";
-    text += stop.symbol.empty() ? address : stop.symbol + " (" + address + ")";
-    return stop.text.empty() ? text : text + ": " + stop.text;
-}
 
 std::string End(const Event& exit) {
     if (exit.reason == "exit") {
@@ -54,13 +31,13 @@ std::string End(const Event& exit) {
 std::string Sentence(const Event& event) {
     switch (event.kind) {
         case Event::Kind::kStopped:
-            return "stopped: " + Stop(event);
+            return "stopped: " + DescribeStop(event);
         case Event::Kind::kExited:
             return "exited: process " + std::to_string(event.process) + ", " + End(event);
         case Event::Kind::kDetached:
             return "detached: process " + std::to_string(event.process);
         case Event::Kind::kModuleLoaded:
-            return "module-loaded: " + event.text + " at " + Hex(event.address);
+            return "module-loaded: " + event.text + Format(" at 0x%llx", Wide(event.address));
         case Event::Kind::kThreadStarted:
             return "thread-started: " + std::to_string(event.thread);
         case Event::Kind::kThreadEnded:
@@ -80,18 +57,9 @@ std::string OutputLine(std::string line) {
 
 }  // namespace
 
-const char* NameOf(Event::Kind kind) {
-    for (const auto& [known, name] : kNames) {
-        if (known == kind) {
-            return name;
-        }
-    }
-    return "";
-}
-
 bool IsEventName(const std::string& name) {
-    return std::any_of(std::begin(kNames), std::end(kNames),
-                       [&name](const auto& known) { return name == known.name; });
+    return std::any_of(std::begin(kKinds), std::end(kKinds),
+                       [&name](Event::Kind kind) { return name == NameOf(kind); });
 }
 
 std::string EventText::Lines(const Event& event) {

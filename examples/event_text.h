@@ -7,8 +7,7 @@
 
 namespace example {
 
-// What "wait" knows an event by, which is its name on the wire.
-const char* NameOf(Event::Kind kind);
+// Whether an event has that name on the wire, by which "wait" knows it.
 [[nodiscard]] bool IsEventName(const std::string& name);
 
 // Makes lines of events. What the debuggee writes is shown line by line, each behind a mark that
