@@ -45,6 +45,12 @@ await_agent() {
     done
 }
 
+# place_debuggee SIDE: in work_dir, so that the name is the same for each of the sides.
+place_debuggee() {
+    program "$1" debuggee
+    cp "${command[-1]}" "$work_dir/"
+}
+
 # stop_agent: ends it, if there is one.
 stop_agent() {
     [[ -n $agent_pid ]] || return 0
