@@ -125,6 +125,13 @@ void Debuggee::RecordStop(TracedThread& thread, int status) {
         case PTRACE_EVENT_EXEC:
             RecordExec(thread.id);
             break;
+        case PTRACE_EVENT_STOP:
+            if (TracedThreads::HasTrapToTell(thread.id)) {
+                // It tells of it at once, before it executes anything.
+                thread.status = 0;  // no group stop, for which Resume would do something else
+                threads_.Resume(thread, false);
+            }
+            break;
         default:
             break;
     }

@@ -87,6 +87,16 @@ void TracedThreads::Release(const TracedThread& thread) {
     (void)ptrace(PTRACE_DETACH, thread.id, nullptr, AsPointer(thread.signal));  // as above
 }
 
+bool TracedThreads::HasTrapToTell(pid_t id) {
+    constexpr int kMost = 16;
+    siginfo_t waiting[kMost];
+    __ptrace_peeksiginfo_args from_first = {0, 0, kMost};
+    const long count = ptrace(PTRACE_PEEKSIGINFO, id, &from_first, waiting);
+    return std::any_of(waiting, waiting + std::max(count, 0L), [](const siginfo_t& info) {
+        return info.si_signo == SIGTRAP && info.si_code > 0;
+    });
+}
+
 bool TracedThreads::SignalInfo(pid_t id, siginfo_t* info) {
     return ptrace(PTRACE_GETSIGINFO, id, nullptr, info) == 0;
 }

@@ -69,6 +69,10 @@ class TracedThreads {
     // Gives up control of a stopped thread, and delivers its signal.
     static void Release(const TracedThread& thread);
 
+    // Whether a stopped thread has met a breakpoint, or the end of a step, of which it could not
+    // tell yet because it was asked to stop just then. Let go like this, it would die of it.
+    static bool HasTrapToTell(pid_t id);
+
     // What the signal of a stopped thread says. False when there is nothing.
     static bool SignalInfo(pid_t id, siginfo_t* info);
 
