@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "lock_guard.h"
-
 namespace example {
 
 namespace {
@@ -43,7 +41,7 @@ Console::~Console() {
 }
 
 void Console::End() {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     if (asking_ == Asking::kNow) {
         Show(kClearLine);
     }
@@ -53,7 +51,7 @@ void Console::End() {
 }
 
 UserInterface::Next Console::Take(std::string* line) {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     if (asking_ == Asking::kAnswered) {
         asking_ = Asking::kNotYet;
         *line = editor_.TakeLine();
@@ -71,7 +69,7 @@ UserInterface::Next Console::Take(std::string* line) {
 }
 
 void Console::Print(std::string_view lines) {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     const bool prompted = asking_ == Asking::kNow;
     if (prompted) {
         Show(kClearLine);
@@ -111,14 +109,14 @@ void Console::ReadAll() {
             }
         }
     }
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     asking_ = Asking::kEnded;
     SetEvent(arrived_);
 }
 
 // False when nobody asks for it yet.
 bool Console::Feed(char byte) {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     if (asking_ != Asking::kNow) {
         return asking_ == Asking::kEnded;
     }

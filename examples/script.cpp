@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <utility>
 
-#include "lock_guard.h"
 #include "protocol.h"
 
 namespace example {
@@ -39,7 +38,7 @@ Script::~Script() {
 }
 
 UserInterface::Next Script::Take(std::string* line) {
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     if (!lines_.empty()) {
         *line = std::move(lines_.front());
         lines_.pop_front();
@@ -80,7 +79,7 @@ void Script::ReadAll() {
     if (!line.empty()) {
         Push(std::move(line));
     }
-    const LockGuard guard(&lock_);
+    const ZTK::CLockGuard guard(lock_);
     ended_ = true;
     unreadable_ = count < 0;
     SetEvent(arrived_);
@@ -92,7 +91,7 @@ void Script::Push(std::string line) {
     }
     for (;;) {
         {
-            const LockGuard guard(&lock_);
+            const ZTK::CLockGuard guard(lock_);
             if (lines_.size() < kMostLines) {
                 lines_.push_back(std::move(line));
                 SetEvent(arrived_);
