@@ -6,18 +6,27 @@
 
 /^> / { in_main = 0; print; next }
 
-/^#/ {
-    if (in_main) {
+# Of who called whom, the innermost function and main: the names of those between are not everywhere.
+/^#0 / { in_main = / main(\+|$)/ }
+/^#[1-9]/ {
+    if (in_main || !/ main(\+|$)/) {
         next
     }
-    in_main = / main(\+|$)/
+    in_main = 1
+    sub(/^#[0-9]+ +/, "#  ")
 }
 
 # A thread that is anywhere but in a function of the debuggee's.
 /^[0-9]+ .*stopped at / && !/debuggee_/ { $0 = "TID elsewhere" }
 /^[0-9]+ .*stopped at / { sub(/^[0-9]+/, "TID") }
 
-/^ *[a-z0-9]+=[0-9a-f]+/ { gsub(/=[0-9a-f]+/, "=VALUE") }
+# Of the registers, that the next instruction is among them.
+/^ *[a-z0-9_]+=[0-9a-f]+/ {
+    if (/rip=[0-9a-f]/) {
+        print "rip=VALUE"
+    }
+    next
+}
 /^[0-9a-f]+  [0-9a-f][0-9a-f] / { sub(/^[0-9a-f]+/, "ADDRESS") }
 
 {
