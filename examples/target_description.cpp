@@ -25,7 +25,7 @@ bool IsNamed(ZTK::CXMLTag* tag, const wchar_t* name) {
 
 std::string AttributeText(ZTK::CXMLTag* tag, const wchar_t* name) {
     ZTK::CXMLAttribute* attribute = tag->GetAttribute(name);
-    return attribute == nullptr ? "" : ToUtf8(attribute->GetValue());
+    return attribute == nullptr ? "" : ZTK::ToUtf8(attribute->GetValue());
 }
 
 // Why the document refused its text, to stand behind a sentence; empty if that is not known.
@@ -92,11 +92,12 @@ bool TargetDescription::ReadDocument(const std::string& name, std::string* probl
     }
     RemoveDoctype(&text);
     DeclarePrefix(&text, "xi", "http://www.w3.org/2001/XInclude");
-    std::vector<wchar_t> wide;
+    std::size_t bad = 0;
+    const std::optional<ZTK::WideText> wide = Widen(text, &bad);
     ZTK::CXml xml;
-    if (!Widen(text, &wide)) {
-        *problem = name + " is no UTF-8 text";
-    } else if (!xml.LoadXML(wide.data())) {
+    if (!wide) {
+        *problem = name + " is no UTF-8 text at byte " + std::to_string(bad);
+    } else if (!xml.LoadXML(wide->c_str())) {
         *problem = name + " is not well-formed" + ReasonOf(xml);
     } else if (!IsNamed(xml.GetRoot(), L"target") && !IsNamed(xml.GetRoot(), L"feature")) {
         *problem = name + " is no target description";
@@ -116,9 +117,9 @@ void TargetDescription::ReadElement(ZTK::CXMLTag* tag) {
     } else if (IsNamed(tag, L"reg")) {
         ReadRegister(tag);
     } else if (IsNamed(tag, L"architecture")) {
-        architecture_ = ToUtf8(tag->GetValue());
+        architecture_ = ZTK::ToUtf8(tag->GetValue());
     } else if (IsNamed(tag, L"osabi")) {
-        system_ = ToUtf8(tag->GetValue());
+        system_ = ZTK::ToUtf8(tag->GetValue());
     } else if (IsNamed(tag, L"feature")) {
         features_.push_back({AttributeText(tag, L"name"), {}});
         ReadChildren(tag);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "utf.h"
 #include "xml_text.h"
 
 namespace example {
@@ -86,9 +87,8 @@ bool XmlBody::Load(std::string_view body, const wchar_t* root, std::string* prob
         *problem = "the body has a document type definition";
         return false;
     }
-    std::size_t bad = body.find('\0');  // it would end the text for the parser
-    const std::optional<ZTK::WideText> text =
-        bad == std::string_view::npos ? ZTK::ToWideStrict(body, &bad) : std::nullopt;
+    std::size_t bad = 0;
+    const std::optional<ZTK::WideText> text = Widen(body, &bad);
     if (!text) {
         *problem = "the body is no UTF-8 text at byte " + std::to_string(bad);
         return false;

@@ -128,6 +128,9 @@ struct WideTraits {
 
     // Fills n characters with c, and gives the target.
     static constexpr wchar_t* assign(wchar_t* to, std::size_t n, wchar_t c) noexcept {
+        if (c == 0 && n != 0 && !std::is_constant_evaluated()) {
+            return static_cast<wchar_t*>(std::memset(to, 0, n * sizeof *to));  // fresh room
+        }
         for (std::size_t i = 0; i < n; ++i) {
             to[i] = c;
         }

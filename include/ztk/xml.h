@@ -243,7 +243,7 @@ class ZTK_API CXMLTag : public CXMLToken {
 struct CXMLLoadError {
     HRESULT code = S_OK;  // the parser's: E_FAIL on Linux, on Windows one for each reason
     String reason;        // a sentence, without a line end; English on Linux
-    LONG line = 0;        // where in the text it is, from 1
+    LONG line = 0;        // where in the text, from 1
     LONG column = 0;      // the character in that line, from 1
 };
 

@@ -61,7 +61,8 @@ struct Piece {
     const Source* text;
     const Source* end;
     const Target* converted;
-    std::size_t size;  // of what it becomes
+    std::size_t size;   // of what it becomes
+    std::size_t ascii;  // so many units at its start are ASCII
 };
 
 // Converts all of [text, end) for a look at it: calls see(piece) for one piece after the other.
@@ -75,7 +76,7 @@ void ConvertInPieces(const Source* text, const Source* end, See see) noexcept {
         Target* out = room + ascii;
         text += ascii;
         is_done = ConvertText(text, end, out, std::end(room));
-        see(Piece<Source, Target>{start, text, room, static_cast<std::size_t>(out - room)});
+        see(Piece<Source, Target>{start, text, room, static_cast<std::size_t>(out - room), ascii});
     }
 }
 
