@@ -1,7 +1,9 @@
 // Values that a debugger shows: scripts/printers-check compares what it prints at Stop.
 #include "ztk/ztk.h"
 
-#pragma GCC diagnostic ignored "-Wunused-variable"  // only the debugger looks at some
+// Only the debugger looks at some of them.
+#pragma GCC diagnostic ignored "-Wunused-variable"
+#pragma GCC diagnostic ignored "-Wunused-but-set-variable"
 
 namespace {
 
