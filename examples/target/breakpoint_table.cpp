@@ -1,5 +1,5 @@
 // The breakpoints of a debuggee.
-#include "breakpoint_table.h"
+#include "target/breakpoint_table.h"
 
 #include <algorithm>
 

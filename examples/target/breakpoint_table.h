@@ -5,7 +5,7 @@
 #include <map>
 #include <vector>
 
-#include "target.h"
+#include "target/target.h"
 
 namespace example {
 

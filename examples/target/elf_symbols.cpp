@@ -1,5 +1,5 @@
 // The symbols of an ELF file.
-#include "elf_symbols.h"
+#include "target/elf_symbols.h"
 
 #include <fcntl.h>
 #include <gelf.h>
@@ -10,7 +10,7 @@
 #include <cstring>
 #include <memory>
 
-#include "descriptor.h"
+#include "target/descriptor.h"
 
 namespace example {
 

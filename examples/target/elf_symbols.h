@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "symbol_table.h"
+#include "target/symbol_table.h"
 
 namespace example {
 

@@ -1,5 +1,5 @@
 // Work that threads hand over to the one thread that may do it, and wait for.
-#include "handover.h"
+#include "target/handover.h"
 
 #include <utility>
 

@@ -1,5 +1,5 @@
 // What a debuggee writes, in pieces that can be shown.
-#include "output_pieces.h"
+#include "target/output_pieces.h"
 
 #include <algorithm>
 #include <utility>

@@ -7,7 +7,7 @@
 //                    for each name its index, and the functions' offsets by index
 //
 // All offsets count from the module's start.
-#include "pe_exports.h"
+#include "target/pe_exports.h"
 
 #include <algorithm>
 #include <cstring>

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <functional>
 
-#include "symbol_table.h"
-#include "target.h"
+#include "target/symbol_table.h"
+#include "target/target.h"
 
 namespace example {
 

@@ -1,5 +1,5 @@
 // What /proc tells of a process.
-#include "proc_files.h"
+#include "target/proc_files.h"
 
 #include <dirent.h>
 #include <elf.h>
@@ -13,7 +13,7 @@
 #include <map>
 #include <string_view>
 
-#include "descriptor.h"
+#include "target/descriptor.h"
 
 namespace example {
 

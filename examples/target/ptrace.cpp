@@ -2,9 +2,9 @@
 // this hands it over.
 #include <utility>
 
-#include "ptrace_text.h"
-#include "ptrace_tracer.h"
-#include "target.h"
+#include "target/ptrace_text.h"
+#include "target/ptrace_tracer.h"
+#include "target/target.h"
 
 namespace example {
 

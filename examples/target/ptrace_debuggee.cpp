@@ -1,5 +1,5 @@
 // Taking control of a process, and giving it up.
-#include "ptrace_debuggee.h"
+#include "target/ptrace_debuggee.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,9 +9,9 @@
 #include <chrono>
 #include <climits>
 
-#include "proc_files.h"
-#include "ptrace_permission.h"
-#include "ptrace_text.h"
+#include "target/proc_files.h"
+#include "target/ptrace_permission.h"
+#include "target/ptrace_text.h"
 
 namespace example {
 

@@ -11,15 +11,15 @@
 #include <string>
 #include <vector>
 
-#include "breakpoint_table.h"
-#include "ptrace_launch.h"
-#include "ptrace_memory.h"
-#include "ptrace_modules.h"
-#include "ptrace_output.h"
-#include "ptrace_registers.h"
-#include "ptrace_threads.h"
-#include "ptrace_waiter.h"
-#include "target.h"
+#include "target/breakpoint_table.h"
+#include "target/ptrace_launch.h"
+#include "target/ptrace_memory.h"
+#include "target/ptrace_modules.h"
+#include "target/ptrace_output.h"
+#include "target/ptrace_registers.h"
+#include "target/ptrace_threads.h"
+#include "target/ptrace_waiter.h"
+#include "target/target.h"
 
 namespace example {
 

@@ -1,5 +1,5 @@
 // Starts a program that waits, before it is the program, until it is traced.
-#include "ptrace_launch.h"
+#include "target/ptrace_launch.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "ptrace_text.h"
+#include "target/ptrace_text.h"
 
 namespace example {
 

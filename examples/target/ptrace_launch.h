@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "descriptor.h"
+#include "target/descriptor.h"
 
 namespace example {
 

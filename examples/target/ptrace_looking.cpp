@@ -1,9 +1,9 @@
 // Memory, registers, threads, modules and breakpoints of the debuggee.
 #include <cerrno>
 
-#include "proc_files.h"
-#include "ptrace_debuggee.h"
-#include "ptrace_text.h"
+#include "target/proc_files.h"
+#include "target/ptrace_debuggee.h"
+#include "target/ptrace_text.h"
 
 namespace example {
 

@@ -1,5 +1,5 @@
 // The memory of another process.
-#include "ptrace_memory.h"
+#include "target/ptrace_memory.h"
 
 #include <fcntl.h>
 #include <unistd.h>

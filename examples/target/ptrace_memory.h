@@ -5,8 +5,8 @@
 
 #include <cstddef>
 
-#include "descriptor.h"
-#include "target.h"
+#include "target/descriptor.h"
+#include "target/target.h"
 
 namespace example {
 

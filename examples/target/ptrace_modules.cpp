@@ -1,10 +1,10 @@
 // The modules of a process, and the names in them.
-#include "ptrace_modules.h"
+#include "target/ptrace_modules.h"
 
 #include <algorithm>
 
-#include "elf_symbols.h"
-#include "ptrace_text.h"
+#include "target/elf_symbols.h"
+#include "target/ptrace_text.h"
 
 namespace example {
 

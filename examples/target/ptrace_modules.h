@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "proc_files.h"
-#include "symbol_table.h"
+#include "target/proc_files.h"
+#include "target/symbol_table.h"
 
 namespace example {
 

@@ -1,5 +1,5 @@
 // What a launched debuggee writes, as events.
-#include "ptrace_output.h"
+#include "target/ptrace_output.h"
 
 #include <fcntl.h>
 #include <poll.h>

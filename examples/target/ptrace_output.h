@@ -5,9 +5,9 @@
 
 #include <ztk/ztk.h>
 
-#include "descriptor.h"
-#include "event.h"
-#include "output_pieces.h"
+#include "target/descriptor.h"
+#include "target/event.h"
+#include "target/output_pieces.h"
 
 namespace example {
 

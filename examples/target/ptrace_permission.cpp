@@ -1,5 +1,5 @@
 // Whether processes may be controlled, and what would allow it.
-#include "ptrace_permission.h"
+#include "target/ptrace_permission.h"
 
 #include <sys/ptrace.h>
 #include <sys/stat.h>
@@ -10,10 +10,10 @@
 #include <csignal>
 #include <fstream>
 
-#include "proc_files.h"
-#include "ptrace_registers.h"
-#include "ptrace_text.h"
-#include "target.h"
+#include "target/proc_files.h"
+#include "target/ptrace_registers.h"
+#include "target/ptrace_text.h"
+#include "target/target.h"
 
 namespace example {
 

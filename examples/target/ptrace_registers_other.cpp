@@ -2,8 +2,8 @@
 // x86_64 shows what it takes; the instruction of a breakpoint is in breakpoint_table.h.
 #include <cerrno>
 
-#include "ptrace_registers.h"
-#include "ptrace_text.h"
+#include "target/ptrace_registers.h"
+#include "target/ptrace_text.h"
 
 namespace example {
 

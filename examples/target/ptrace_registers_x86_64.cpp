@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "ptrace_registers.h"
+#include "target/ptrace_registers.h"
 
 namespace example {
 

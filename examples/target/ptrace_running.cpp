@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "proc_files.h"
-#include "ptrace_debuggee.h"
-#include "ptrace_text.h"
+#include "target/proc_files.h"
+#include "target/ptrace_debuggee.h"
+#include "target/ptrace_text.h"
 
 namespace example {
 

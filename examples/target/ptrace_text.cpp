@@ -1,5 +1,5 @@
 // Numbers and errors of the system as the sentences for users have them.
-#include "ptrace_text.h"
+#include "target/ptrace_text.h"
 
 #include <csignal>
 #include <cstdio>

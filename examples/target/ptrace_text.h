@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "target.h"
+#include "target/target.h"
 
 namespace example {
 

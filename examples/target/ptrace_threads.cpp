@@ -1,5 +1,5 @@
 // The threads that this thread traces.
-#include "ptrace_threads.h"
+#include "target/ptrace_threads.h"
 
 #include <sys/ptrace.h>
 #include <sys/wait.h>

@@ -8,7 +8,7 @@
 #include <optional>
 #include <vector>
 
-#include "target.h"
+#include "target/target.h"
 
 namespace example {
 

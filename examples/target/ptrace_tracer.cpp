@@ -1,5 +1,5 @@
 // The thread that traces.
-#include "ptrace_tracer.h"
+#include "target/ptrace_tracer.h"
 
 namespace example {
 

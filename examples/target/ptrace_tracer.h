@@ -6,10 +6,10 @@
 
 #include <ztk/ztk.h>
 
-#include "event.h"
-#include "handover.h"
-#include "ptrace_debuggee.h"
-#include "ptrace_waiter.h"
+#include "target/event.h"
+#include "target/handover.h"
+#include "target/ptrace_debuggee.h"
+#include "target/ptrace_waiter.h"
 
 namespace example {
 

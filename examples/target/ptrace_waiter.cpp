@@ -1,5 +1,5 @@
 // Makes an event of what the system tells by waitid.
-#include "ptrace_waiter.h"
+#include "target/ptrace_waiter.h"
 
 #include <sys/syscall.h>
 #include <sys/wait.h>

@@ -8,7 +8,7 @@
 
 #include <ztk/ztk.h>
 
-#include "format.h"
+#include "common/format.h"
 #include "target/target.h"
 
 namespace example {

@@ -1,5 +1,5 @@
 // The names of a module's functions and globals.
-#include "symbol_table.h"
+#include "target/symbol_table.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "target.h"
+#include "target/target.h"
 
 namespace example {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "event.h"
+#include "target/event.h"
 
 namespace example {
 

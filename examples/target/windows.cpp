@@ -8,10 +8,10 @@
 // written to the registers of a thread that was interrupted inside the system may be lost.
 #include <utility>
 
-#include "handover.h"
-#include "target.h"
-#include "windows_debugger.h"
-#include "windows_text.h"
+#include "target/handover.h"
+#include "target/target.h"
+#include "target/windows_debugger.h"
+#include "target/windows_text.h"
 
 namespace example {
 

@@ -1,10 +1,10 @@
 // The control of a debuggee by the system's debug events: what comes, and going on after it.
-#include "windows_debugger.h"
+#include "target/windows_debugger.h"
 
 #include <utility>
 
-#include "windows_exceptions.h"
-#include "windows_text.h"
+#include "target/windows_exceptions.h"
+#include "target/windows_text.h"
 
 namespace example {
 

@@ -1,14 +1,14 @@
 // The control of a debuggee by the system's debug events: commands.
-#include "windows_debugger.h"
+#include "target/windows_debugger.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "format.h"
-#include "windows_exceptions.h"
-#include "windows_launch.h"
-#include "windows_memory.h"
-#include "windows_text.h"
+#include "common/format.h"
+#include "target/windows_exceptions.h"
+#include "target/windows_launch.h"
+#include "target/windows_memory.h"
+#include "target/windows_text.h"
 
 namespace example {
 

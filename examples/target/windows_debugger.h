@@ -9,11 +9,11 @@
 
 #include <ztk/ztk.h>
 
-#include "breakpoint_table.h"
-#include "target.h"
-#include "windows_modules.h"
-#include "windows_output.h"
-#include "windows_threads.h"
+#include "target/breakpoint_table.h"
+#include "target/target.h"
+#include "target/windows_modules.h"
+#include "target/windows_output.h"
+#include "target/windows_threads.h"
 
 namespace example {
 

@@ -1,5 +1,5 @@
 // Exceptions of a debuggee: which of them stop it, and what they are called.
-#include "windows_exceptions.h"
+#include "target/windows_exceptions.h"
 
 #include <algorithm>
 #include <cstdio>

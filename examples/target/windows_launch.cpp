@@ -1,11 +1,11 @@
 // Starting a program as a debuggee of the calling thread.
-#include "windows_launch.h"
+#include "target/windows_launch.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "utf.h"
-#include "windows_text.h"
+#include "common/utf.h"
+#include "target/windows_text.h"
 
 namespace example {
 

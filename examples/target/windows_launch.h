@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "windows_output.h"
+#include "target/windows_output.h"
 
 namespace example {
 

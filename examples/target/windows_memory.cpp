@@ -1,5 +1,5 @@
 // The memory of another process.
-#include "windows_memory.h"
+#include "target/windows_memory.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // The modules of a debuggee and their names.
-#include "windows_modules.h"
+#include "target/windows_modules.h"
 
 #include <algorithm>
 #include <utility>

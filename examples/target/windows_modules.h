@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "pe_exports.h"
-#include "symbol_table.h"
-#include "target.h"
+#include "target/pe_exports.h"
+#include "target/symbol_table.h"
+#include "target/target.h"
 
 namespace example {
 

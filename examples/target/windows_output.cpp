@@ -1,5 +1,5 @@
 // What a launched debuggee writes to its standard output and error.
-#include "windows_output.h"
+#include "target/windows_output.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -8,8 +8,8 @@
 
 #include <ztk/ztk.h>
 
-#include "event.h"
-#include "output_pieces.h"
+#include "target/event.h"
+#include "target/output_pieces.h"
 
 namespace example {
 

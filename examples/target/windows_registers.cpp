@@ -1,5 +1,5 @@
 // Registers in a CONTEXT: what is the same on all processors.
-#include "windows_registers.h"
+#include "target/windows_registers.h"
 
 #include <cstring>
 

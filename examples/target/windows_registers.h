@@ -8,7 +8,7 @@
 
 #include <ztk/ztk.h>
 
-#include "target.h"
+#include "target/target.h"
 
 namespace example {
 

@@ -1,7 +1,7 @@
 // The registers of 32-bit x86.
 #include <cstddef>
 
-#include "windows_registers.h"
+#include "target/windows_registers.h"
 
 namespace example {
 

@@ -1,10 +1,10 @@
 // Texts that the system and its users exchange.
-#include "windows_text.h"
+#include "target/windows_text.h"
 
 #include <cwchar>
 #include <vector>
 
-#include "utf.h"
+#include "common/utf.h"
 
 namespace example {
 

@@ -1,9 +1,9 @@
 // The threads of a debuggee.
-#include "windows_threads.h"
+#include "target/windows_threads.h"
 
 #include <algorithm>
 
-#include "utf.h"
+#include "common/utf.h"
 
 namespace example {
 

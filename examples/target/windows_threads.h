@@ -6,8 +6,8 @@
 
 #include <ztk/ztk.h>
 
-#include "target.h"
-#include "windows_registers.h"
+#include "target/target.h"
+#include "target/windows_registers.h"
 
 namespace example {
 

@@ -3,7 +3,7 @@
 #include <random>
 #include <thread>
 
-#include "inbox.h"
+#include "common/inbox.h"
 #include "support/loopback.h"
 
 struct Transport : ztk_test::IPv4LoopbackTest, ZTK::ISOReceiver, example::Inbox {
