@@ -23,6 +23,15 @@
 
 namespace example {
 
+// One thread makes a step and the others stand still: for the user, or because it has to get over a
+// breakpoint before all go on.
+struct OneStep {
+    pid_t thread = 0;
+    bool for_user = false;
+    int lifted = 0;               // the number of the breakpoint that it steps over, or 0
+    std::vector<siginfo_t> held;  // signals that came meanwhile, to be sent again
+};
+
 // Does what Target promises, but for one thread: the system answers the tracer only, which is a
 // thread, not a process. That one makes the object, and calls OnNotice whenever waiter has noticed
 // something, and OnTime when Timeout has passed.
@@ -76,15 +85,6 @@ class Debuggee {
     [[nodiscard]] int Timeout() const;  // in milliseconds, -1 without end
 
   private:
-    // One thread makes a step and the others stand still: for the user, or because it has to get
-    // over a breakpoint before all go on.
-    struct OneStep {
-        pid_t thread = 0;
-        bool for_user = false;
-        int lifted = 0;               // the number of the breakpoint that it steps over, or 0
-        std::vector<siginfo_t> held;  // signals that came meanwhile, to be sent again
-    };
-
     // --- ptrace_debuggee.cpp
     bool HasNoDebuggee(std::string* problem) const;
     bool StartProgram(const std::vector<std::string>& command_line, const std::string& path,
