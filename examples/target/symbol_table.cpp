@@ -1,11 +1,33 @@
 // The names of a module's functions and globals.
 #include "target/symbol_table.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <numeric>
 
 namespace example {
+
+namespace {
+
+// The name that a function of C++ has in its source; others stay as they are. Long ones too: a
+// damaged file must not choose how deep the C++ library recurses.
+std::string SourceName(std::string_view name) {
+    constexpr std::size_t kLongest = 512;
+    std::string text(name);
+    if (!name.starts_with("_Z") || name.size() > kLongest) {
+        return text;
+    }
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> source(
+        abi::__cxa_demangle(text.c_str(), nullptr, nullptr, &status), &std::free);
+    return source == nullptr ? text : source.get();
+}
+
+}  // namespace
 
 void SymbolTable::Add(std::string_view name, Address address, std::uint64_t bytes) {
     if (name.empty() || symbols_.size() >= kMostSymbols ||
@@ -57,7 +79,7 @@ std::string SymbolTable::Describe(Address address) const {
     if (symbol.bytes != 0 && offset >= symbol.bytes) {
         return "";
     }
-    std::string text(NameOf(symbol));
+    std::string text = SourceName(NameOf(symbol));
     if (offset != 0) {
         char digits[24];
         (void)std::snprintf(digits, sizeof digits, "+0x%llx",

@@ -28,7 +28,8 @@ class SymbolTable {
 
     [[nodiscard]] bool Find(std::string_view name, Address* address) const;
 
-    // "name", or "name+0x1c" with the symbol that address lies in; empty if it lies in none.
+    // "name", or "name+0x1c" with the symbol that address lies in; empty if it lies in none. Names
+    // of C++ are as in the source; Find knows them as the linker does.
     [[nodiscard]] std::string Describe(Address address) const;
 
     [[nodiscard]] std::size_t Count() const { return symbols_.size(); }
