@@ -20,12 +20,13 @@ check_rooms() {
         xargs awk -f scripts/rooms.awk docs/design.md)
 }
 
-# Analyses the library and the examples with the flags of the clang build. The tests are left out: the
-# framework's macros cost minutes and hide what is ours.
+# Analyses the library and the examples with the flags of the clang build, all files that it compiles. The
+# tests are left out: the framework's macros cost minutes and hide what is ours.
 check_tidy() {
     cd "$root" || return
     cmake --preset linux-clang >/dev/null || return
-    find src examples -name '*.cpp' -not -path '*/windows/*' -not -name '*_windows.cpp' | sort |
+    sed -n "s|^ *\"file\": \"$root/\(.*\)\".*|\1|p" build/linux-clang/compile_commands.json |
+        grep -E '^(src|examples)/' | sort -u |
         xargs -P "$(nproc)" -n 2 clang-tidy --quiet -p build/linux-clang 2>&1 |
         { grep -v ' warnings\? generated\.$' || true; }
 }

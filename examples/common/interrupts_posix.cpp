@@ -42,7 +42,9 @@ class Interrupts::Watch {
     // The signals stay blocked: one that comes now finds a program that is about to end.
     ~Watch() {
         stopping_ = true;
-        pthread_kill(thread_.native_handle(), SIGTERM);  // the thread is there until it is joined
+        // Blocked, it ends nothing but the wait; the thread is there until it is joined.
+        pthread_kill(thread_.native_handle(),
+                     SIGTERM);  // NOLINT(bugprone-bad-signal-to-kill-thread)
         thread_.join();
     }
 

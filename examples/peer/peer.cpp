@@ -80,7 +80,7 @@ std::unique_ptr<example::AgentLink> Connect(const Settings& settings) {
 }
 
 // The lines of a file, or of the standard input where there is none.
-std::shared_ptr<example::Script> OpenScript(std::shared_ptr<std::ifstream> file) {
+std::shared_ptr<example::Script> OpenScript(const std::shared_ptr<std::ifstream>& file) {
     if (file == nullptr) {
         return example::Script::Open(example::ReadStandardInput);
     }
