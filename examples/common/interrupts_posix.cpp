@@ -43,8 +43,8 @@ class Interrupts::Watch {
     ~Watch() {
         stopping_ = true;
         // Blocked, it ends nothing but the wait; the thread is there until it is joined.
-        pthread_kill(thread_.native_handle(),
-                     SIGTERM);  // NOLINT(bugprone-bad-signal-to-kill-thread)
+        // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread)
+        pthread_kill(thread_.native_handle(), SIGTERM);
         thread_.join();
     }
 

@@ -28,7 +28,7 @@
 // The three as a text, as in "1.2.3".
 #define ZTK_VERSION_TEXT ZTK_VERSION_JOIN(ZTK_VERSION_MAJOR, ZTK_VERSION_MINOR, ZTK_VERSION_PATCH)
 // Helpers of ZTK_VERSION_TEXT: numbers are replaced by their digits before these are quoted.
-#define ZTK_VERSION_JOIN(major, minor, patch) ZTK_VERSION_QUOTE(major.minor.patch)
+#define ZTK_VERSION_JOIN(major, minor, patch) ZTK_VERSION_QUOTE(major.minor.patch)  // NOLINT: text
 #define ZTK_VERSION_QUOTE(text) #text
 
 namespace ZTK {
