@@ -96,9 +96,9 @@ void Report(const example::Conversation& conversation, bool ok) {
     }
 }
 
-bool Converse(const Settings& settings, std::shared_ptr<std::ifstream> file) {
+bool Converse(const Settings& settings, const std::shared_ptr<std::ifstream>& file) {
     const auto link = Connect(settings);
-    const auto script = link == nullptr ? nullptr : OpenScript(std::move(file));
+    const auto script = link == nullptr ? nullptr : OpenScript(file);
     if (script == nullptr) {
         return false;
     }
