@@ -5,6 +5,10 @@
 //
 //     frame pointer -> caller's frame pointer -> ...
 //                      return address
+//
+// Compilers for 64-bit Windows put the frame pointer elsewhere in a function that saves further
+// registers, as one with objects to destroy does: the callers of such a function are left out, or
+// the chain ends there. To follow it takes the unwind tables of the modules.
 #include "agent/backtrace.h"
 
 #include <cstring>

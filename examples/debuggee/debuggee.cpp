@@ -104,8 +104,11 @@ bool Parse(int argc, char** argv, Settings* settings) {
 }
 
 // A line at once, also into a pipe.
-void Say(const std::string& line) {
-    std::puts(line.c_str());
+//
+// It takes no std::string: one that debuggee_crash had to destroy would cost it the frame pointer
+// that debuggers follow, with compilers for Windows (see agent/backtrace.cpp).
+void Say(const char* line) {
+    std::puts(line);
     std::fflush(stdout);
 }
 
@@ -156,7 +159,7 @@ void WorkInRounds(const Settings& settings) {
             return;
         }
         if (!settings.text.empty()) {
-            Say(settings.text);
+            Say(settings.text.c_str());
         }
         debuggee_work(rounds);
         if (debuggee_fault != 0 || (settings.fault > 0 && rounds + 1 >= settings.fault)) {
@@ -175,7 +178,7 @@ std::int64_t debuggee_work(std::int64_t round) {
     static std::int64_t left_at = 0;
     const std::int64_t found = debuggee_counter;
     if (found != left_at) {
-        Say("debuggee: the counter was set to " + std::to_string(found));
+        Say(("debuggee: the counter was set to " + std::to_string(found)).c_str());
     }
     left_at = found + 1;
     debuggee_counter = left_at;
@@ -216,13 +219,14 @@ int main(int argc, char** argv) {
     if (!settings.pid_file.empty() && !WritePidFile(settings.pid_file)) {
         std::fprintf(stderr, "debuggee: cannot write %s\n", settings.pid_file.c_str());
     }
-    Say("debuggee: process " + std::to_string(getpid()) + " with " +
-        std::to_string(settings.threads + 1) + " threads");
+    Say(("debuggee: process " + std::to_string(getpid()) + " with " +
+         std::to_string(settings.threads + 1) + " threads")
+            .c_str());
     WorkInRounds(settings);
     ending = true;
     for (std::thread& thread : threads) {
         thread.join();
     }
-    Say("debuggee: ends with " + std::to_string(settings.exit_code));
+    Say(("debuggee: ends with " + std::to_string(settings.exit_code)).c_str());
     return static_cast<int>(settings.exit_code);
 }

@@ -26,6 +26,15 @@ bool Fail(std::string* problem, std::string sentence) {
     return false;
 }
 
+// What a transfer that ended too early has to say.
+void ExplainPart(std::size_t done, std::size_t count, Address address, const char* what,
+                 std::string* problem) {
+    if (done < count) {
+        *problem = Format("%llu of %llu bytes could be %s, the memory at 0x%llx cannot", Wide(done),
+                          Wide(count), what, Wide(address + done));
+    }
+}
+
 std::string WhyNotAttached(std::uint64_t process, const std::string& why) {
     return Format("cannot attach to process %llu: ", Wide(process)) + why;
 }
@@ -319,9 +328,7 @@ std::size_t Debugger::ReadMemory(Address address, void* bytes, std::size_t count
         return 0;
     }
     const std::size_t done = ReadOwn(address, bytes, count);
-    if (done < count) {
-        *problem = Format("cannot read memory at 0x%llx", Wide(address + done));
-    }
+    ExplainPart(done, count, address, "read", problem);
     return done;
 }
 
@@ -342,9 +349,7 @@ std::size_t Debugger::WriteMemory(Address address, const void* bytes, std::size_
     breakpoints_.Insert(address, changed.data(), count);
     const std::size_t done = WriteProcess(process_, address, changed.data(), count);
     breakpoints_.KeepDisplaced(address, own, done);
-    if (done < count) {
-        *problem = Format("cannot write memory at 0x%llx", Wide(address + done));
-    }
+    ExplainPart(done, count, address, "written", problem);
     return done;
 }
 

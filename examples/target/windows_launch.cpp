@@ -103,11 +103,11 @@ std::string WhyNotStarted(const std::string& program, DWORD error) {
     switch (error) {
         case ERROR_FILE_NOT_FOUND:
         case ERROR_PATH_NOT_FOUND:
-            return "cannot launch " + program + ": no such file";
+            return "program not found: " + program;
         case ERROR_ACCESS_DENIED:
         case ERROR_BAD_EXE_FORMAT:
         case ERROR_EXE_MACHINE_TYPE_MISMATCH:
-            return "cannot launch " + program + ": it is not executable";
+            return program + " is not executable";
         default:
             return "cannot launch " + program + ": " + SystemText(error);
     }

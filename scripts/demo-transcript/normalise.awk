@@ -18,7 +18,8 @@
 
 # A thread that is anywhere but in a function of the debuggee's.
 /^[0-9]+ .*stopped at / && !/debuggee_/ { $0 = "TID elsewhere" }
-/^[0-9]+ .*stopped at / { sub(/^[0-9]+/, "TID") }
+# The column of names is empty where a thread has none.
+/^[0-9]+ .*stopped at / { sub(/^[0-9]+ +/, "TID ") }
 
 # Of the registers, that the next instruction is among them.
 /^ *[a-z0-9_]+=[0-9a-f]+/ {
