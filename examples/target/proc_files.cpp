@@ -90,6 +90,26 @@ Mapping ParseMapping(std::string_view line) {
     return mapping;
 }
 
+bool HasWordsOf32Bits(pid_t process) {
+    const Descriptor program(open((Folder(process) + "/exe").c_str(), O_RDONLY | O_CLOEXEC));
+    unsigned char start[EI_NIDENT] = {};
+    return read(program.Get(), start, sizeof start) == sizeof start &&
+           start[EI_CLASS] == ELFCLASS32;
+}
+
+// Entry is the type of what the vector is made of.
+template <class Entry>
+Address EntryIn(std::string_view vector) {
+    Entry entry;
+    for (std::size_t at = 0; at + sizeof entry <= vector.size(); at += sizeof entry) {
+        std::memcpy(&entry, vector.data() + at, sizeof entry);
+        if (entry.a_type == AT_ENTRY) {
+            return entry.a_un.a_val;
+        }
+    }
+    return 0;
+}
+
 std::string LinkTarget(const std::string& path) {
     char target[4096];
     const ssize_t length = readlink(path.c_str(), target, sizeof target);
@@ -180,14 +200,8 @@ pid_t TracerOf(pid_t thread) {
 
 Address EntryPoint(pid_t process) {
     const std::string vector = ReadWhole(Folder(process) + "/auxv");
-    Elf64_auxv_t entry;
-    for (std::size_t at = 0; at + sizeof entry <= vector.size(); at += sizeof entry) {
-        std::memcpy(&entry, vector.data() + at, sizeof entry);
-        if (entry.a_type == AT_ENTRY) {
-            return entry.a_un.a_val;
-        }
-    }
-    return 0;
+    return HasWordsOf32Bits(process) ? EntryIn<Elf32_auxv_t>(vector)
+                                     : EntryIn<Elf64_auxv_t>(vector);
 }
 
 std::string ProgramOf(pid_t process) {

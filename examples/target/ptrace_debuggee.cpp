@@ -212,12 +212,13 @@ bool Debuggee::StopFirst(pid_t process, std::string* problem) {
     killing_ = false;
     breakpoints_.Reset();
     modules_.Clear();
-    (void)memory_.Open(process);  // without it, memory cannot be read, which is told then
     (void)StopAll();
+    (void)memory_.Open(threads_.Living());  // without it, memory cannot be read, which is told then
     if (kind_ != State::Kind::kNone) {
         Event stop;
         stop.reason = "attached";
-        ReportStop(threads_.All().begin()->first, stop);
+        const pid_t living = threads_.Living();  // the first one may have ended before the others
+        ReportStop(living != 0 ? living : threads_.All().begin()->first, stop);
     }
     return kind_ == State::Kind::kStopped ||
            Fail(problem, "process " + std::to_string(process) + " ended while it was attached to");

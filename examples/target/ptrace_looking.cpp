@@ -52,7 +52,7 @@ bool Debuggee::Modules(std::vector<Module>* modules, std::string* problem) {
     if (!IsControlled(problem)) {
         return false;
     }
-    *modules = ProcessModules::Now(process_);
+    *modules = ProcessModules::Now(threads_.Living());
     return true;
 }
 

@@ -12,8 +12,8 @@ namespace {
 
 // Where a process's file is to be read. The program by way of its process, where it is found even
 // if its file was removed meanwhile; others below what is the root folder to the process.
-std::string PathToRead(pid_t process, const std::string& path, const std::string& program) {
-    const std::string folder = "/proc/" + std::to_string(process);
+std::string PathToRead(pid_t thread, const std::string& path, const std::string& program) {
+    const std::string folder = "/proc/" + std::to_string(thread);
     return path == program ? folder + "/exe" : folder + "/root" + path;
 }
 
@@ -23,31 +23,32 @@ bool IsSame(const Module& a, const Module& b) {
 
 }  // namespace
 
-std::vector<Module> ProcessModules::Now(pid_t process) {
+std::vector<Module> ProcessModules::Now(pid_t thread) {
     std::vector<Module> list;
-    for (MappedFile& file : MappedFiles(process)) {
+    for (MappedFile& file : MappedFiles(thread)) {
         list.push_back(std::move(file.module));
     }
     return list;
 }
 
-std::vector<Module> ProcessModules::Refresh(pid_t process) {
-    const std::string program = ProgramOf(process);
+std::vector<Module> ProcessModules::Refresh(pid_t thread) {
+    const std::string program = ProgramOf(thread);
     std::vector<Loaded> before;
     before.swap(loaded_);
     std::vector<Module> fresh;
-    for (MappedFile& file : MappedFiles(process)) {
+    for (MappedFile& file : MappedFiles(thread)) {
         const auto known = std::find_if(before.begin(), before.end(), [&file](const Loaded& one) {
             return IsSame(one.file.module, file.module);
         });
+        std::string path = PathToRead(thread, file.module.path, program);
         if (known != before.end()) {
-            known->file = std::move(file);  // it may have grown
+            known->file = std::move(file);          // it may have grown
+            known->path_to_read = std::move(path);  // the thread of the last time may have ended
             loaded_.push_back(std::move(*known));
             before.erase(known);
             continue;
         }
         fresh.push_back(file.module);
-        std::string path = PathToRead(process, file.module.path, program);
         loaded_.push_back({std::move(file), std::move(path), nullptr});
     }
     std::stable_partition(loaded_.begin(), loaded_.end(), [&program](const Loaded& one) {

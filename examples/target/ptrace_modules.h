@@ -15,11 +15,12 @@ namespace example {
 // Thread-safety: none of its own.
 class ProcessModules {
   public:
-    // What the process has mapped now.
-    static std::vector<Module> Now(pid_t process);
+    // What the process has mapped now. Any of its threads that has not ended tells: the first one
+    // may end before the others, and then has no memory to tell of.
+    static std::vector<Module> Now(pid_t thread);
 
     // The same for the names below; returns what is new since the last time.
-    std::vector<Module> Refresh(pid_t process);
+    std::vector<Module> Refresh(pid_t thread);
 
     // Forgets all: there is another program now.
     void Clear() { loaded_.clear(); }

@@ -61,7 +61,9 @@ bool MayBeAttached(pid_t process, std::string* problem) {
     if (process == getpid()) {
         return Fail(problem, Named(process) + " is this agent");
     }
-    if (const pid_t tracer = TracerOf(process); tracer != 0) {
+    // A first thread that has ended stays with its tracer until the others have ended, too.
+    const bool is_left_over = TracerOf(process) == gettid() && HasEnded(process);
+    if (const pid_t tracer = TracerOf(process); tracer != 0 && !is_left_over) {
         const pid_t other = ProcessOf(tracer);
         return Fail(problem, Named(process) + " is controlled by process " +
                                  std::to_string(other != 0 ? other : tracer) + " already");

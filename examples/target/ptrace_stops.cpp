@@ -317,7 +317,7 @@ void Debuggee::ReportStop(pid_t id, Event stop) {
 
 // What has been loaded since the last stop. What is there at the first one is no news.
 void Debuggee::ReportModules() {
-    for (const Module& module : modules_.Refresh(process_)) {
+    for (const Module& module : modules_.Refresh(threads_.Living())) {
         Event event;
         event.kind = Event::Kind::kModuleLoaded;
         event.process = static_cast<std::uint64_t>(process_);

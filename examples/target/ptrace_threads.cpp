@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "target/proc_files.h"
+
 namespace example {
 
 namespace {
@@ -52,6 +54,12 @@ TracedThread& TracedThreads::Add(pid_t id) {
 TracedThread* TracedThreads::Find(pid_t id) {
     const auto found = threads_.find(id);
     return found == threads_.end() ? nullptr : &found->second;
+}
+
+pid_t TracedThreads::Living() const {
+    const auto found = std::find_if(threads_.begin(), threads_.end(),
+                                    [](const auto& entry) { return !HasEnded(entry.first); });
+    return found == threads_.end() ? 0 : found->first;
 }
 
 void TracedThreads::InterruptAll() {

@@ -57,6 +57,10 @@ class TracedThreads {
 
     [[nodiscard]] TracedThread* Find(pid_t id);
     [[nodiscard]] std::map<pid_t, TracedThread>& All() { return threads_; }
+
+    // One that has not ended, of which /proc tells what all of them share; 0 when there is none.
+    [[nodiscard]] pid_t Living() const;
+
     [[nodiscard]] bool IsEmpty() const { return threads_.empty(); }
 
     // Asks all running ones to stop; the stop is told as any other.
