@@ -17,6 +17,10 @@ namespace example {
 namespace {
 
 constexpr std::size_t kLongestName = 4096;
+
+// A section that is said to be larger is passed over: a file with holes can claim any size, and its
+// data would be read into memory.
+constexpr std::uint64_t kMostSectionBytes = 1 << 29;
 constexpr std::uint64_t kPage = 4096;
 
 struct EndElf {
@@ -72,10 +76,15 @@ std::string_view NameAt(const Elf_Data* names, std::uint64_t offset) {
 
 void AddSymbolsOf(Elf* elf, Elf_Scn* section, const GElf_Shdr& header, Address bias,
                   SymbolTable* symbols) {
-    const Elf_Data* data = elf_getdata(section, nullptr);
     Elf_Scn* names_section = elf_getscn(elf, header.sh_link);
-    const Elf_Data* names =
-        names_section == nullptr ? nullptr : elf_getdata(names_section, nullptr);
+    GElf_Shdr names_header;
+    if (header.sh_size > kMostSectionBytes || names_section == nullptr ||
+        gelf_getshdr(names_section, &names_header) == nullptr ||
+        names_header.sh_size > kMostSectionBytes) {
+        return;
+    }
+    const Elf_Data* data = elf_getdata(section, nullptr);
+    const Elf_Data* names = elf_getdata(names_section, nullptr);
     if (data == nullptr || names == nullptr || header.sh_entsize == 0) {
         return;
     }
