@@ -114,7 +114,7 @@ TEST(Text, ATextCutAnywhereIsBadWhereTheCutCharacterBegins) {
 TEST(Text, LongTextsComeBackAsTheyWere) {
     std::string body;
     while (body.size() < 2u << 20) {
-        body.append("<tag>\xC3\xA4\xE4\xB8\xAD\xF0\x9F\x98\x80</tag>\n", 23).push_back('\0');
+        body.append("<tag>\xC3\xA4\xE4\xB8\xAD\xF0\x9F\x98\x80</tag>\n").push_back('\0');
     }
     const WideText wide = ToWide(body);
     EXPECT_EQ(ToUtf8(wide), body);
