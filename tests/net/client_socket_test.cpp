@@ -155,7 +155,11 @@ TEST_F(ClientSocket, FailedConnectsSetTheLastError) {
 // Accepts one connection and keeps few waiting: connecting to it hangs then.
 struct BusyServer : ztk_test::Server {
     using Server::Server;
-    ~BusyServer() { go_on.Open(); }
+    // Stopped here: while its thread runs, this part of the object is asked for.
+    ~BusyServer() {
+        go_on.Open();
+        Stop();
+    }
     void OnAccept(ZTK::CServerSocket* server, std::uint64_t peer) override {
         // The system's own call: on Linux the descriptor is the low half of the handle.
         using SystemSocket = decltype(::socket(0, 0, 0));
